@@ -1,0 +1,87 @@
+# kiln_add_library(<name>
+#     [HEADERS <header>...]
+#     [SOURCES <source>...]
+#     [PUBLIC_LINKS <target>...]
+#     [PRIVATE_LINKS <target>...])
+#
+# Makes the shared library <name>, alias Kiln::<name>, file libkiln_<name>.so, out of the folder <name> it is called from.
+#
+# HEADERS are the public headers. They are included and installed relative to the folder above (<core/log.h>), and each
+# is checked to compile alone by the target all_verify_interface_header_sets. Headers that are not public are not listed.
+# <name>/export.h is generated and defines KILN_<NAME>_EXPORT.
+#
+# The folder's group decides about installation through two variables: KILN_EXPORT_SET, the export set of the library, and
+# KILN_INSTALL_COMPONENT.
+
+include(GenerateExportHeader)
+
+option(KILN_VERIFY_HEADERS "Offer all_verify_interface_header_sets, which compiles each public header alone" OFF)
+
+set(KILN_GENERATED_DIR "${PROJECT_BINARY_DIR}/generated")
+set(KILN_INSTALL_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/kiln")
+
+# kiln_set_shared_object_options(<target>)
+#
+# For libraries and plug-ins alike. A shared object is never unmapped: type ids, type names and component operations that
+# it registered are referred to until the process ends.
+function(kiln_set_shared_object_options target)
+    target_link_options(${target} PRIVATE LINKER:-z,nodelete)
+    # Undefined symbols fail the link, so a library has to name what it depends on. clang's sanitizer runtimes are in the
+    # executable only, which leaves their symbols open in a shared object.
+    if(NOT KILN_SANITIZE)
+        target_link_options(${target} PRIVATE LINKER:-z,defs)
+    endif()
+    kiln_enable_warnings(${target})
+endfunction()
+
+function(kiln_add_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS;SOURCES;PUBLIC_LINKS;PRIVATE_LINKS")
+    if(arg_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "kiln_add_library(${name}): unknown arguments: ${arg_UNPARSED_ARGUMENTS}")
+    endif()
+    cmake_path(GET CMAKE_CURRENT_SOURCE_DIR FILENAME folder)
+    if(NOT folder STREQUAL name)
+        message(FATAL_ERROR "kiln_add_library(${name}): a library is named like its folder, which is ${folder}")
+    endif()
+    cmake_path(GET CMAKE_CURRENT_SOURCE_DIR PARENT_PATH include_root)
+    string(TOUPPER "KILN_${name}" macro_prefix)
+
+    add_library(${name} SHARED)
+    add_library(Kiln::${name} ALIAS ${name})
+
+    set(export_header "${KILN_GENERATED_DIR}/${name}/export.h")
+    generate_export_header(${name}
+        BASE_NAME ${macro_prefix}
+        EXPORT_FILE_NAME "${export_header}")
+
+    target_sources(${name}
+        PRIVATE ${arg_SOURCES}
+        PUBLIC FILE_SET HEADERS
+            BASE_DIRS "${include_root}" "${KILN_GENERATED_DIR}"
+            FILES ${arg_HEADERS} "${export_header}")
+    target_link_libraries(${name} PUBLIC ${arg_PUBLIC_LINKS} PRIVATE ${arg_PRIVATE_LINKS})
+    target_compile_features(${name} PUBLIC cxx_std_20)
+    set_target_properties(${name} PROPERTIES
+        OUTPUT_NAME kiln_${name}
+        VERIFY_INTERFACE_HEADER_SETS ${KILN_VERIFY_HEADERS})
+    kiln_set_shared_object_options(${name})
+
+    if(KILN_EXPORT_SET)
+        install(TARGETS ${name}
+            EXPORT ${KILN_EXPORT_SET}
+            LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${KILN_INSTALL_COMPONENT}
+            FILE_SET HEADERS DESTINATION "${KILN_INSTALL_INCLUDEDIR}" COMPONENT ${KILN_INSTALL_COMPONENT})
+        set_property(GLOBAL APPEND PROPERTY KILN_EXPORT_SETS ${KILN_EXPORT_SET})
+    endif()
+endfunction()
+
+# kiln_add_present_subdirectories(<folder>...)
+#
+# add_subdirectory for each folder that has a CMakeLists.txt.
+function(kiln_add_present_subdirectories)
+    foreach(folder IN LISTS ARGN)
+        if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/CMakeLists.txt")
+            add_subdirectory(${folder})
+        endif()
+    endforeach()
+endfunction()

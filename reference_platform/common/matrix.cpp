@@ -1,0 +1,76 @@
+#include <common/matrix.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <system_error>
+
+namespace Kiln {
+
+namespace {
+
+constexpr std::string_view WHITE_SPACE = " \t\r\n";
+
+/// Cuts the first word off the text; empty when there is none.
+std::string_view takeWord(std::string_view& text) noexcept {
+    text.remove_prefix(std::min(text.find_first_not_of(WHITE_SPACE), text.size()));
+    const std::string_view word = text.substr(0, text.find_first_of(WHITE_SPACE));
+    text.remove_prefix(word.size());
+    return word;
+}
+
+bool parseFloat(std::string_view word, float& value) noexcept {
+    const char* const end = word.data() + word.size();
+    const auto [parsedEnd, error] = std::from_chars(word.data(), end, value);
+    if (error != std::errc() || parsedEnd != end) {
+        return false;
+    }
+    // Of the many spellings that the library knows for these, files have one each.
+    return std::isfinite(value) || word == "inf" || word == "-inf" || word == "nan";
+}
+
+} // namespace
+
+std::optional<Matrix> Matrix::fromString(std::string_view text) noexcept {
+    Matrix matrix;
+    for (float& value : matrix.values) {
+        if (!parseFloat(takeWord(text), value)) {
+            return std::nullopt;
+        }
+    }
+    if (!takeWord(text).empty()) {
+        return std::nullopt;
+    }
+    return matrix;
+}
+
+std::string Matrix::toString() const {
+    // The longest float, such as -1.17549435e-38, takes 15 characters.
+    std::array<char, 16 * 16> buffer;
+    char* position = buffer.data();
+    char* const end = position + buffer.size();
+    for (const float value : values) {
+        if (position != buffer.data()) {
+            *position++ = ' ';
+        }
+        // A NaN's sign and payload are of no use to anybody and have no place in files.
+        position = std::to_chars(position, end, std::isnan(value) ? std::abs(value) : value).ptr;
+    }
+    return {buffer.data(), position};
+}
+
+Matrix operator*(const Matrix& a, const Matrix& b) noexcept {
+    Matrix product;
+    for (std::size_t row = 0; row < 4; ++row) {
+        for (std::size_t column = 0; column < 4; ++column) {
+            float sum = 0;
+            for (std::size_t i = 0; i < 4; ++i) {
+                sum += a.at(row, i) * b.at(i, column);
+            }
+            product.values[row * 4 + column] = sum;
+        }
+    }
+    return product;
+}
+
+} // namespace Kiln

@@ -1,0 +1,54 @@
+#include <common/uuid.h>
+
+namespace Kiln {
+
+namespace {
+
+constexpr std::uint64_t FIRST_OFFSET = 0x9e3779b97f4a7c15ULL;
+constexpr std::uint64_t SECOND_OFFSET = 0xbf58476d1ce4e5b9ULL;
+constexpr std::uint64_t THIRD_OFFSET = 0x94d049bb133111ebULL;
+
+struct Halves {
+    std::uint64_t high;
+    std::uint64_t low;
+};
+
+constexpr std::uint64_t mix(std::uint64_t value) noexcept {
+    value ^= value >> 33;
+    value *= 0xff51afd7ed558ccdULL;
+    value ^= value >> 33;
+    value *= 0xc4ceb9fe1a85ec53ULL;
+    value ^= value >> 33;
+    return value;
+}
+
+/// A bijection that makes each bit of the result depend on all bits of the UUID.
+constexpr Halves scatter(Halves halves) noexcept {
+    halves.low ^= mix(halves.high + FIRST_OFFSET);
+    halves.high ^= mix(halves.low + SECOND_OFFSET);
+    halves.low ^= mix(halves.high + THIRD_OFFSET);
+    return halves;
+}
+
+/// The inverse of scatter().
+constexpr Halves gather(Halves halves) noexcept {
+    halves.low ^= mix(halves.high + THIRD_OFFSET);
+    halves.high ^= mix(halves.low + SECOND_OFFSET);
+    halves.low ^= mix(halves.high + FIRST_OFFSET);
+    return halves;
+}
+
+} // namespace
+
+// Between scatter and gather a UUID stands for the map x -> (2 * high + 1) * x + low on the integers (the factor modulo
+// 2^65, of which high holds the upper 64 bits), and two UUIDs are combined by composing their maps. Composition is
+// associative, and as odd factors can be undone, injective in either argument. Files hold combined UUIDs, so the result
+// never changes.
+Uuid Uuid::combine(const Uuid& first, const Uuid& second) noexcept {
+    const Halves a = scatter({first.m_high, first.m_low});
+    const Halves b = scatter({second.m_high, second.m_low});
+    const Halves combined = gather({a.high + b.high + 2 * a.high * b.high, a.low + (2 * a.high + 1) * b.low});
+    return {combined.high, combined.low};
+}
+
+} // namespace Kiln

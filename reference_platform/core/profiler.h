@@ -1,0 +1,38 @@
+#pragma once
+
+#include <core/export.h>
+#include <core/non_copyable.h>
+
+namespace Kiln {
+
+/// Callbacks of an attached profiler; either may be null. Called on the thread that enters or leaves the scope.
+struct ProfilerHooks {
+    void (*beginScope)(const char* name) = nullptr;
+    void (*endScope)(const char* name) = nullptr;
+};
+
+/// Installs hooks for the whole process; empty hooks detach. Scopes that are open during the change may call one
+/// side only, so attach before work starts.
+KILN_CORE_EXPORT void setProfilerHooks(ProfilerHooks hooks);
+[[nodiscard]] KILN_CORE_EXPORT ProfilerHooks profilerHooks();
+
+/// Reports the rest of a scope to the profiler, if one is attached. `name` must be a literal.
+class ProfilerScope : NonCopyable {
+public:
+    explicit ProfilerScope(const char* name) : m_name(name), m_hooks(profilerHooks()) {
+        if (m_hooks.beginScope) {
+            m_hooks.beginScope(m_name);
+        }
+    }
+    ~ProfilerScope() {
+        if (m_hooks.endScope) {
+            m_hooks.endScope(m_name);
+        }
+    }
+
+private:
+    const char* m_name;
+    ProfilerHooks m_hooks;
+};
+
+} // namespace Kiln

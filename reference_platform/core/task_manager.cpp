@@ -1,0 +1,261 @@
+#include <core/log.h>
+#include <core/task_manager.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdint>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <pthread.h>
+
+namespace Kiln {
+
+namespace {
+
+struct QueuedTask {
+    SmartPointer<BackgroundTask> task;
+    int priority;
+    std::uint64_t sequence;
+};
+
+/// Order of a heap whose front runs next.
+bool runsAfter(const QueuedTask& a, const QueuedTask& b) {
+    return a.priority != b.priority ? a.priority < b.priority : a.sequence > b.sequence;
+}
+
+/// Calls into a task, whose exceptions must neither end a worker nor lose the tasks behind it.
+template <class Call>
+void callGuarded(const BackgroundTask& task, Call call) {
+    const auto report = [&task](const char* reason) {
+        DebugMessageHelper(0, LogSeverity::ERROR, "", "reference_platform/core/task_manager")
+            .message("Background task '%s' failed: %s", task.name(), reason);
+    };
+    try {
+        call();
+    } catch (const std::exception& exception) {
+        report(exception.what());
+    } catch (...) {
+        report("unknown exception");
+    }
+}
+
+void nameThisThread(const std::string& managerName, std::size_t index) {
+    constexpr std::size_t MAX_LENGTH = 15;
+    const std::string suffix = "-" + std::to_string(index);
+    const std::string name = managerName.substr(0, MAX_LENGTH - std::min(MAX_LENGTH, suffix.size())) + suffix;
+    pthread_setname_np(pthread_self(), name.c_str()); // a diagnostic; failure does no harm
+}
+
+} // namespace
+
+struct TaskManager::State {
+    struct Worker {
+        explicit Worker(std::size_t index) : self(index) {}
+
+        BackgroundTaskThread self;
+        bool isSurplus = false;
+        std::thread thread;
+    };
+
+    using Workers = std::vector<std::unique_ptr<Worker>>;
+
+    State(TaskManager& owner, std::string managerName, std::size_t count)
+        : manager(owner), name(std::move(managerName)), threadCount(count) {}
+
+    void startMissingWorkers();
+    void runWorker(Worker& worker);
+    void joinAll(Workers& leaving);
+    [[nodiscard]] SmartPointer<BackgroundTask> takeFirst();
+    [[nodiscard]] bool isIdle() const { return queue.empty() && takenTasks == 0; }
+
+    TaskManager& manager;
+    const std::string name;
+
+    // Held by operations that join workers, from start to end, so that a second shutdown returns only after the first
+    // has finished. Taken before `mutex`, never by workers.
+    std::mutex controlMutex;
+
+    // Guards everything below. No code of a task runs while it is held.
+    mutable std::mutex mutex;
+    std::condition_variable workAvailable; // a task was queued, or workers have to leave
+    std::condition_variable becameIdle;
+    std::vector<QueuedTask> queue; // heap by runsAfter
+    std::uint64_t lastSequence = 0;
+    std::size_t takenTasks = 0; // out of the queue, being run or cancelled
+    std::vector<SmartPointer<BackgroundTask>> awaitingMainThread;
+    Workers workers;
+    std::size_t threadCount;
+    bool isShutDown = false;
+};
+
+/// Under `mutex`.
+void TaskManager::State::startMissingWorkers() {
+    while (workers.size() < threadCount) {
+        workers.push_back(std::make_unique<Worker>(workers.size()));
+        Worker& worker = *workers.back();
+        try {
+            worker.thread = std::thread([this, &worker] { runWorker(worker); });
+        } catch (...) {
+            workers.pop_back();
+            throw;
+        }
+    }
+}
+
+/// Under `mutex`; the queue is not empty.
+SmartPointer<BackgroundTask> TaskManager::State::takeFirst() {
+    std::pop_heap(queue.begin(), queue.end(), runsAfter);
+    SmartPointer<BackgroundTask> task = std::move(queue.back().task);
+    queue.pop_back();
+    return task;
+}
+
+void TaskManager::State::runWorker(Worker& worker) {
+    nameThisThread(name, worker.self.index());
+    std::unique_lock lock(mutex);
+    while (true) {
+        workAvailable.wait(lock, [&] { return isShutDown || worker.isSurplus || !queue.empty(); });
+        if (isShutDown || worker.isSurplus) {
+            return;
+        }
+        SmartPointer<BackgroundTask> task = takeFirst();
+        ++takenTasks;
+        lock.unlock();
+
+        callGuarded(*task, [&] { task->doBackgroundTask(manager, &worker.self); });
+        // Whoever waits for idleness finds no task alive but those that await the main thread, so the reference goes
+        // first, and outside the lock, because the task's destructor is the task's code.
+        if (!task->wantsMainThreadTask()) {
+            task.reset();
+        }
+
+        lock.lock();
+        if (task) {
+            awaitingMainThread.push_back(std::move(task));
+        }
+        --takenTasks;
+        if (isIdle()) {
+            becameIdle.notify_all();
+        }
+    }
+}
+
+/// Under `controlMutex` only.
+void TaskManager::State::joinAll(Workers& leaving) {
+    for (const std::unique_ptr<Worker>& worker : leaving) {
+        if (worker->thread.get_id() == std::this_thread::get_id()) {
+            // A task ended the process and this is an exit handler on its thread, which never comes back here.
+            worker->thread.detach();
+        } else {
+            worker->thread.join();
+        }
+    }
+}
+
+TaskManager::TaskManager(std::string name, std::size_t threadCount)
+    : m_state(std::make_unique<State>(*this, std::move(name), std::max<std::size_t>(threadCount, 1))) {}
+
+TaskManager::~TaskManager() {
+    shutdown();
+}
+
+void TaskManager::addBackgroundTask(SmartPointer<BackgroundTask> task, int priority) {
+    if (!task) {
+        return;
+    }
+    {
+        const std::lock_guard lock(m_state->mutex);
+        if (!m_state->isShutDown) {
+            m_state->startMissingWorkers();
+            m_state->queue.push_back({std::move(task), priority, ++m_state->lastSequence});
+            std::push_heap(m_state->queue.begin(), m_state->queue.end(), runsAfter);
+            m_state->workAvailable.notify_one();
+            return;
+        }
+    }
+    callGuarded(*task, [&] { task->cancel(*this); });
+}
+
+void TaskManager::setThreadCount(std::size_t count) {
+    const std::lock_guard control(m_state->controlMutex);
+    State::Workers surplus;
+    {
+        const std::lock_guard lock(m_state->mutex);
+        m_state->threadCount = std::max<std::size_t>(count, 1);
+        if (m_state->workers.empty()) {
+            return;
+        }
+        while (m_state->workers.size() > m_state->threadCount) {
+            m_state->workers.back()->isSurplus = true;
+            surplus.push_back(std::move(m_state->workers.back()));
+            m_state->workers.pop_back();
+        }
+        m_state->startMissingWorkers();
+    }
+    m_state->workAvailable.notify_all();
+    m_state->joinAll(surplus);
+}
+
+std::size_t TaskManager::threadCount() const {
+    const std::lock_guard lock(m_state->mutex);
+    return m_state->threadCount;
+}
+
+std::size_t TaskManager::tickMainThread() {
+    std::vector<SmartPointer<BackgroundTask>> tasks;
+    {
+        const std::lock_guard lock(m_state->mutex);
+        tasks.swap(m_state->awaitingMainThread);
+    }
+    for (SmartPointer<BackgroundTask>& task : tasks) {
+        callGuarded(*task, [&] { task->doMainThreadTask(*this); });
+        task.reset();
+    }
+    return tasks.size();
+}
+
+bool TaskManager::waitForIdle(std::chrono::milliseconds timeout) {
+    // The longest time that is added to the clock without overflow, for all practical purposes.
+    constexpr std::chrono::milliseconds FOREVER = std::chrono::hours(24 * 365);
+    std::unique_lock lock(m_state->mutex);
+    return m_state->becameIdle.wait_for(lock, std::min(timeout, FOREVER), [this] { return m_state->isIdle(); });
+}
+
+std::size_t TaskManager::unfinishedTasks() const {
+    const std::lock_guard lock(m_state->mutex);
+    return m_state->queue.size() + m_state->takenTasks;
+}
+
+void TaskManager::shutdown() {
+    const std::lock_guard control(m_state->controlMutex);
+    std::vector<QueuedTask> cancelled;
+    State::Workers leaving;
+    {
+        const std::lock_guard lock(m_state->mutex);
+        m_state->isShutDown = true;
+        cancelled.swap(m_state->queue);
+        m_state->takenTasks += cancelled.size();
+        leaving.swap(m_state->workers);
+    }
+    m_state->workAvailable.notify_all();
+
+    std::sort(cancelled.begin(), cancelled.end(), [](const auto& a, const auto& b) { return runsAfter(b, a); });
+    for (QueuedTask& queued : cancelled) {
+        callGuarded(*queued.task, [&] { queued.task->cancel(*this); });
+        queued.task.reset();
+    }
+    {
+        const std::lock_guard lock(m_state->mutex);
+        m_state->takenTasks -= cancelled.size();
+        if (m_state->isIdle()) {
+            m_state->becameIdle.notify_all();
+        }
+    }
+    m_state->joinAll(leaving);
+}
+
+} // namespace Kiln

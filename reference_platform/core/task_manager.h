@@ -1,0 +1,88 @@
+#pragma once
+
+#include <core/background_task.h>
+#include <core/export.h>
+#include <core/non_copyable.h>
+#include <core/smart_pointer.h>
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace Kiln {
+
+/// Runs background tasks on worker threads, highest priority first, first come first served within a priority.
+///
+/// Threads are started by the first task. shutdown() (also run by the destructor) cancels what is queued, lets running
+/// tasks finish and joins the workers; tasks added afterwards are cancelled at once, on the adding thread.
+///
+/// Failure: an exception that leaves a task is logged at error severity ("Background task '%s' failed: %s") and ends
+/// that task only.
+///
+/// Threads: addBackgroundTask, waitForIdle, unfinishedTasks and shutdown may be called from any thread that is not
+/// one of the workers (addBackgroundTask also from these); setThreadCount and tickMainThread from the main thread.
+class KILN_CORE_EXPORT TaskManager : NonCopyable {
+public:
+    /// `name` appears in thread names (Linux shows 15 characters of them).
+    explicit TaskManager(std::string name, std::size_t threadCount);
+    ~TaskManager();
+
+    /// Queues a task; it runs once, on a worker. Ignores null. Throws std::system_error when a thread cannot be
+    /// started; the task is dropped then, neither run nor cancelled.
+    void addBackgroundTask(SmartPointer<BackgroundTask> task, int priority);
+
+    /// Changes the number of workers (at least one). Shrinking waits for surplus workers to finish their task.
+    void setThreadCount(std::size_t count);
+    [[nodiscard]] std::size_t threadCount() const;
+
+    /// Runs doMainThreadTask of every task that asked for it and finished since the last call, in the order in which
+    /// they finished, and drops them. Returns their number. Works after shutdown() too.
+    std::size_t tickMainThread();
+
+    /// Waits until no task is queued or running; false when the time runs out first. The manager then holds no
+    /// reference to any task but those that await tickMainThread().
+    bool waitForIdle(std::chrono::milliseconds timeout);
+
+    /// Number of tasks that are queued or running.
+    [[nodiscard]] std::size_t unfinishedTasks() const;
+
+    /// See the class comment. Idempotent.
+    void shutdown();
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+/// One worker of a TaskManager, as a running task sees it.
+class KILN_CORE_EXPORT BackgroundTaskThread : NonCopyable {
+public:
+    explicit BackgroundTaskThread(std::size_t index) noexcept : m_index(index) {}
+
+    /// Position among the manager's workers, from 0.
+    [[nodiscard]] std::size_t index() const noexcept { return m_index; }
+
+private:
+    std::size_t m_index;
+};
+
+/// The process's task manager for file input and output.
+///
+/// Lifetime: created on first use, shut down when the process exits. What its tasks use must outlive it: a library
+/// whose static objects are used by tasks holds a FileIOTaskManager::ExitGuard after them.
+class KILN_CORE_EXPORT FileIOTaskManager {
+public:
+    /// Two workers unless setThreadCount says otherwise.
+    static TaskManager& instance();
+
+    /// A static object of this class, declared after a library's other static objects, joins the workers before these
+    /// are destroyed at exit.
+    class KILN_CORE_EXPORT ExitGuard : NonCopyable {
+    public:
+        ExitGuard() = default;
+        ~ExitGuard();
+    };
+};
+
+} // namespace Kiln

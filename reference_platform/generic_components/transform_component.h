@@ -1,0 +1,33 @@
+#pragma once
+
+#include <common/matrix.h>
+#include <generic_components/export.h>
+#include <tessel_foundation/poolable_component.h>
+
+#include <cstdint>
+
+namespace Kiln::Tessel {
+
+/// Placement of a game object. Whoever moves an object sets SETTING, writes the local and then the world matrix, and
+/// leaves the state at CHANGED. Main thread.
+class KILN_GENERIC_COMPONENTS_EXPORT TransformComponent final
+    : public PoolableComponent<TransformComponent, IComponent> {
+public:
+    /// What a prefab stores.
+    struct Config {
+        Matrix local;
+    };
+
+    /// Values of `state`.
+    static constexpr std::uint8_t SETTING = 0x01; ///< Bit 0: the matrices are being written.
+    static constexpr std::uint8_t CHANGED = 2;
+
+    explicit TransformComponent(const Config& config) : local(config.local), world(config.local) {}
+    ~TransformComponent() override;
+
+    std::uint8_t state = 0;
+    Matrix local; ///< Relative to the parent.
+    Matrix world; ///< As set; the component does not follow its parent by itself.
+};
+
+} // namespace Kiln::Tessel

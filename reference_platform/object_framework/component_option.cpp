@@ -1,0 +1,16 @@
+#include <object_framework/component_option.h>
+
+#include <atomic>
+
+namespace Kiln::Tessel {
+
+namespace {
+// Set at start-up, read by workers: no other data depends on it.
+std::atomic<std::uint32_t> s_processRoles{ALL_ROLES.bits()};
+} // namespace
+
+ComponentOptions processRoles() { return ComponentOptions(s_processRoles.load(std::memory_order_relaxed)); }
+
+void setProcessRoles(ComponentOptions roles) { s_processRoles.store(roles.bits(), std::memory_order_relaxed); }
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <object_framework/export.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+namespace Kiln::Tessel {
+
+/// A handle to a game object of some world: a small value, compared and copied freely. It never dangles: when its
+/// object or world is gone, it is no longer valid (see isValid()), even if the place has been taken by a new object.
+class GameObject {
+public:
+    static const GameObject INVALID_GAME_OBJECT;
+
+    constexpr GameObject() noexcept = default;
+    constexpr GameObject(int worldId, std::uint32_t index, std::uint32_t generation) noexcept
+        : m_worldId(worldId), m_index(index), m_generation(generation) {}
+
+    /// Whether this is the null handle; a handle to an object that is gone is not.
+    [[nodiscard]] constexpr bool isInvalid() const noexcept { return *this == GameObject(); }
+
+    /// -1 for the null handle.
+    [[nodiscard]] constexpr int getWorldId() const noexcept { return m_worldId; }
+
+    /// Place in the world's table of objects, and how often that place had been used before.
+    [[nodiscard]] constexpr std::uint32_t index() const noexcept { return m_index; }
+    [[nodiscard]] constexpr std::uint32_t generation() const noexcept { return m_generation; }
+
+    friend constexpr bool operator==(const GameObject&, const GameObject&) noexcept = default;
+
+private:
+    std::int32_t m_worldId = -1;
+    std::uint32_t m_index = 0xFFFFFFFF;
+    std::uint32_t m_generation = 0;
+};
+
+inline constexpr GameObject GameObject::INVALID_GAME_OBJECT{};
+
+class GameObjectManager;
+
+/// The manager of a world; null when the world does not exist (any more). Main thread.
+[[nodiscard]] KILN_OBJECT_FRAMEWORK_EXPORT GameObjectManager* getGameObjectManager(int worldId);
+
+/// The manager of the object's world; null when the world is gone or the handle is null. Main thread.
+[[nodiscard]] KILN_OBJECT_FRAMEWORK_EXPORT GameObjectManager* getGameObjectManager(GameObject object);
+
+/// Whether the object is alive. Main thread.
+[[nodiscard]] KILN_OBJECT_FRAMEWORK_EXPORT bool isValid(GameObject object);
+
+/// GameObjectManager::removeGameObject in the object's world; nothing when that is gone. Main thread.
+KILN_OBJECT_FRAMEWORK_EXPORT void removeGameObject(const GameObject& object);
+
+} // namespace Kiln::Tessel
+
+template <> struct std::hash<Kiln::Tessel::GameObject> {
+    std::size_t operator()(const Kiln::Tessel::GameObject& object) const noexcept {
+        return (static_cast<std::size_t>(object.generation()) << 32U | object.index()) * 0x9e3779b97f4a7c15ULL +
+               static_cast<std::size_t>(object.getWorldId());
+    }
+};

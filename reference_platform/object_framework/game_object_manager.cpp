@@ -1,0 +1,486 @@
+#include <object_framework/game_object_manager.h>
+
+#include <core/log.h>
+#include <object_framework/entry_point.h>
+#include <object_framework/game_object_table.h>
+#include <object_framework/hierarchy_component.h>
+#include <object_framework/world.h>
+
+#include <algorithm>
+#include <unordered_map>
+#include <utility>
+
+namespace Kiln::Tessel {
+
+namespace {
+
+void logError(const std::string& text) {
+    DebugMessageHelper(0, LogSeverity::ERROR, "", "object_framework/game_object_manager").message("%s", text.c_str());
+}
+
+} // namespace
+
+/// A manager's data, and the steps of its operations that work on records.
+struct GameObjectManager::State {
+    explicit State(int worldId) : table(worldId) {}
+
+    struct KnownQuery {
+        std::type_index queryClass;
+        std::weak_ptr<QueryBase> shared;
+        QueryBase* query;
+    };
+
+    GameObjectTable table;
+    std::vector<KnownQuery> queries;
+
+    /// By component type: the queries that ask for it. An object enters or leaves a query when the first of the types
+    /// that it asks for is met, so that it is looked at once.
+    std::vector<std::vector<QueryBase*>> queriesByType;
+
+    // Index of objects by UUID; made by the first search. Objects whose UUID changed since wait in `unindexed`.
+    bool isIndexed = false;
+    std::unordered_map<Uuid, GameObject> index;
+    std::vector<ObjectIndex> unindexed;
+
+    [[nodiscard]] bool matches(GameObjectRecord& record, const QueryBase& query) const {
+        return std::all_of(query.config().types.begin(), query.config().types.end(),
+                           [&record](ComponentTypeId type) { return record.findComponent(type) != nullptr; });
+    }
+
+    [[nodiscard]] const std::vector<QueryBase*>& queriesOf(ComponentTypeId type) const {
+        static const std::vector<QueryBase*> none;
+        return type < queriesByType.size() ? queriesByType[type] : none;
+    }
+
+    void enterQueries(ObjectIndex place, ComponentTypeId type) {
+        for (QueryBase* query : queriesOf(type)) {
+            if (!query->contains(table.handle(place)) && matches(table[place], *query)) {
+                query->addObject(table.handle(place));
+            }
+        }
+    }
+
+    void leaveQueries(ObjectIndex place, ComponentTypeId type) {
+        for (QueryBase* query : queriesOf(type)) {
+            if (query->contains(table.handle(place))) {
+                query->removeObject(table.handle(place));
+            }
+        }
+    }
+
+    void setActive(ObjectIndex place) {
+        GameObjectRecord& record = table[place];
+        record.isActive = true;
+        for (GameObjectRecord::Component& entry : record.components) {
+            entry.component->activate();
+        }
+        for (const GameObjectRecord::Component& entry : record.components) {
+            enterQueries(place, entry.type);
+        }
+    }
+
+    void setInactive(ObjectIndex place) {
+        GameObjectRecord& record = table[place];
+        for (const GameObjectRecord::Component& entry : record.components) {
+            leaveQueries(place, entry.type);
+        }
+        for (GameObjectRecord::Component& entry : record.components) {
+            entry.component->deactivate();
+        }
+        record.isActive = false;
+    }
+
+    /// The object after `place` in a walk through the tree below `root`, parents first; NO_OBJECT at its end.
+    /// `isEntered` tells whether the walk goes into the children of `place`.
+    [[nodiscard]] ObjectIndex nextInTree(ObjectIndex root, ObjectIndex place, bool isEntered) {
+        if (isEntered && table[place].firstChild != NO_OBJECT) {
+            return table[place].firstChild;
+        }
+        while (place != root) {
+            if (table[place].nextSibling != NO_OBJECT) {
+                return table[place].nextSibling;
+            }
+            place = table[place].parent;
+        }
+        return NO_OBJECT;
+    }
+
+    void activateTree(ObjectIndex root) {
+        for (ObjectIndex place = root; place != NO_OBJECT;) {
+            const bool becomesActive = table[place].isEnabled && !table[place].isActive;
+            if (becomesActive) {
+                setActive(place);
+            }
+            place = nextInTree(root, place, becomesActive);
+        }
+    }
+
+    void deactivateTree(ObjectIndex root) {
+        for (ObjectIndex place = root; place != NO_OBJECT;) {
+            const bool wasActive = table[place].isActive;
+            if (wasActive) {
+                setInactive(place);
+            }
+            place = nextInTree(root, place, wasActive);
+        }
+    }
+
+    void detach(ObjectIndex place) {
+        GameObjectRecord& record = table[place];
+        if (record.parent == NO_OBJECT) {
+            return;
+        }
+        GameObjectRecord& parent = table[record.parent];
+        (record.previousSibling == NO_OBJECT ? parent.firstChild : table[record.previousSibling].nextSibling) =
+            record.nextSibling;
+        (record.nextSibling == NO_OBJECT ? parent.lastChild : table[record.nextSibling].previousSibling) =
+            record.previousSibling;
+        record.parent = record.previousSibling = record.nextSibling = NO_OBJECT;
+    }
+
+    void attach(ObjectIndex place, ObjectIndex parentPlace) {
+        GameObjectRecord& record = table[place];
+        GameObjectRecord& parent = table[parentPlace];
+        record.parent = parentPlace;
+        record.previousSibling = parent.lastChild;
+        (parent.lastChild == NO_OBJECT ? parent.firstChild : table[parent.lastChild].nextSibling) = place;
+        parent.lastChild = place;
+    }
+
+    [[nodiscard]] bool isSelfOrDescendant(ObjectIndex ancestor, ObjectIndex place) {
+        if (table[ancestor].firstChild == NO_OBJECT) {
+            return place == ancestor;
+        }
+        for (; place != NO_OBJECT; place = table[place].parent) {
+            if (place == ancestor) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// Returns false when the parent is not to be had: not alive here, or a descendant of the object.
+    bool attachToParent(ObjectIndex place, GameObject parent) {
+        if (!table.find(parent)) {
+            return false;
+        }
+        if (isSelfOrDescendant(place, parent.index())) {
+            logError("Parent of game object '" + table[place].name + "' is refused: '" + table[parent.index()].name +
+                     "' is the object itself or one of its descendants");
+            return false;
+        }
+        attach(place, parent.index());
+        if (table[place].isActive && !table[parent.index()].isActive) {
+            deactivateTree(place);
+        }
+        return true;
+    }
+
+    void removeOne(ObjectIndex place) {
+        if (table[place].isActive) {
+            setInactive(place);
+        }
+        detach(place);
+        std::vector<GameObjectRecord::Component>& components = table[place].components;
+        while (!components.empty()) {
+            components.pop_back();
+        }
+        if (isIndexed) {
+            const auto entry = index.find(table[place].uuid);
+            if (entry != index.end() && entry->second == table.handle(place)) {
+                index.erase(entry);
+            }
+        }
+        table.free(place);
+    }
+
+    void removeTree(ObjectIndex root) {
+        for (ObjectIndex place = root;;) {
+            if (table[place].lastChild != NO_OBJECT) {
+                place = table[place].lastChild;
+                continue;
+            }
+            const ObjectIndex parent = table[place].parent;
+            removeOne(place);
+            if (place == root) {
+                return;
+            }
+            place = parent;
+        }
+    }
+
+    void addToIndex(ObjectIndex place) {
+        const GameObjectRecord& record = table[place];
+        if (!record.isAlive || record.uuid == Uuid::ZERO) {
+            return;
+        }
+        const auto [entry, isNew] = index.try_emplace(record.uuid, table.handle(place));
+        if (!isNew) {
+            GameObjectRecord* const other = table.find(entry->second);
+            if (!other || other->uuid != record.uuid || other->serial > record.serial) {
+                entry->second = table.handle(place);
+            }
+        }
+    }
+
+    void updateIndex() {
+        if (!isIndexed) {
+            for (ObjectIndex place = 0; place < table.size(); ++place) {
+                addToIndex(place);
+            }
+            isIndexed = true;
+        }
+        for (const ObjectIndex place : unindexed) {
+            addToIndex(place);
+        }
+        unindexed.clear();
+    }
+};
+
+GameObjectManager::GameObjectManager(int worldId) : m_worldId(worldId), m_state(std::make_unique<State>(worldId)) {}
+GameObjectManager::~GameObjectManager() = default;
+
+GameObject GameObjectManager::createGameObject() { return m_state->table.create(); }
+
+void GameObjectManager::removeGameObject(GameObject object) {
+    if (m_state->table.find(object)) {
+        m_state->removeTree(object.index());
+    }
+}
+
+bool GameObjectManager::isGameObjectValid(GameObject object) const { return m_state->table.find(object) != nullptr; }
+
+std::string GameObjectManager::getGameObjectName(GameObject object) const {
+    const GameObjectRecord* const record = m_state->table.find(object);
+    return record ? record->name : std::string();
+}
+
+void GameObjectManager::setGameObjectName(GameObject object, std::string_view name) {
+    if (GameObjectRecord* const record = m_state->table.find(object)) {
+        record->name = name;
+    }
+}
+
+Uuid GameObjectManager::getGameObjectUuid(GameObject object) const {
+    const GameObjectRecord* const record = m_state->table.find(object);
+    return record ? record->uuid : Uuid::ZERO;
+}
+
+void GameObjectManager::setGameObjectUuid(GameObject object, const Uuid& uuid) {
+    if (GameObjectRecord* const record = m_state->table.find(object)) {
+        record->uuid = uuid;
+        if (m_state->isIndexed) {
+            m_state->unindexed.push_back(object.index());
+        }
+    }
+}
+
+GameObject GameObjectManager::findGameObject(const Uuid& uuid) {
+    m_state->updateIndex();
+    const auto entry = m_state->index.find(uuid);
+    return entry != m_state->index.end() && getGameObjectUuid(entry->second) == uuid ? entry->second
+                                                                                      : GameObject::INVALID_GAME_OBJECT;
+}
+
+std::bitset<6> GameObjectManager::getGameObjectFlags(GameObject object) const {
+    const GameObjectRecord* const record = m_state->table.find(object);
+    return record ? record->flags : std::bitset<6>();
+}
+
+void GameObjectManager::setGameObjectFlags(GameObject object, std::bitset<6> flags) {
+    if (GameObjectRecord* const record = m_state->table.find(object)) {
+        record->flags = flags;
+        record->isEnabled = (flags & GameObjectFlag::INACTIVE_BY_DEFAULT).none();
+    }
+}
+
+IComponent* GameObjectManager::addComponent(GameObject object, ComponentPointer component, ComponentTypeId type) {
+    GameObjectRecord* const record = m_state->table.find(object);
+    if (!record || !component || record->findComponent(type)) {
+        logError(!record      ? "A component can't be added: its game object is not alive"
+                 : !component ? "No component to add to game object '" + record->name + "'"
+                              : "Game object '" + record->name + "' has a component of that type already");
+        return nullptr;
+    }
+    IComponent* const added = component.get();
+    record->components.push_back({std::move(component), type});
+    if (record->isActive) {
+        added->activate();
+        m_state->enterQueries(object.index(), type);
+    }
+    if (type == NativeComponent<HierarchyComponent>::getType()) {
+        auto& hierarchy = static_cast<HierarchyComponent&>(*added);
+        if (!m_state->attachToParent(object.index(), hierarchy.parent())) {
+            hierarchy.m_parent = GameObject::INVALID_GAME_OBJECT;
+        }
+    }
+    return added;
+}
+
+void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type) {
+    GameObjectRecord* const record = m_state->table.find(object);
+    GameObjectRecord::Component* const entry = record ? record->findComponent(type) : nullptr;
+    if (!entry) {
+        return;
+    }
+    if (record->isActive) {
+        m_state->leaveQueries(object.index(), type);
+        entry->component->deactivate();
+    }
+    if (type == NativeComponent<HierarchyComponent>::getType()) {
+        m_state->detach(object.index());
+    }
+    record->components.erase(record->components.begin() + (entry - record->components.data()));
+}
+
+bool GameObjectManager::hasComponent(GameObject object, ComponentTypeId type) const {
+    return findComponent(object, type) != nullptr;
+}
+
+IComponent* GameObjectManager::findComponent(GameObject object, ComponentTypeId type) const {
+    GameObjectRecord* const record = m_state->table.find(object);
+    const GameObjectRecord::Component* const entry = record ? record->findComponent(type) : nullptr;
+    return entry ? entry->component.get() : nullptr;
+}
+
+std::vector<ComponentTypeId> GameObjectManager::componentTypes(GameObject object) const {
+    std::vector<ComponentTypeId> types;
+    if (const GameObjectRecord* const record = m_state->table.find(object)) {
+        for (const GameObjectRecord::Component& entry : record->components) {
+            types.push_back(entry.type);
+        }
+    }
+    return types;
+}
+
+bool GameObjectManager::isActive(GameObject object) const {
+    const GameObjectRecord* const record = m_state->table.find(object);
+    return record && record->isActive;
+}
+
+bool GameObjectManager::isEnabled(GameObject object) const {
+    const GameObjectRecord* const record = m_state->table.find(object);
+    return record && record->isEnabled;
+}
+
+void GameObjectManager::activateGameObject(GameObject object) {
+    GameObjectRecord* const record = m_state->table.find(object);
+    if (!record) {
+        return;
+    }
+    record->isEnabled = true;
+    if (record->parent == NO_OBJECT || m_state->table[record->parent].isActive) {
+        m_state->activateTree(object.index());
+    }
+}
+
+void GameObjectManager::deactivateGameObject(GameObject object) {
+    if (GameObjectRecord* const record = m_state->table.find(object)) {
+        record->isEnabled = false;
+        m_state->deactivateTree(object.index());
+    }
+}
+
+GameObject GameObjectManager::getParent(GameObject object) const {
+    const GameObjectRecord* const record = m_state->table.find(object);
+    return record && record->parent != NO_OBJECT ? m_state->table.handle(record->parent)
+                                                 : GameObject::INVALID_GAME_OBJECT;
+}
+
+std::vector<GameObject> GameObjectManager::getChildren(GameObject object) const {
+    std::vector<GameObject> children;
+    if (const GameObjectRecord* const record = m_state->table.find(object)) {
+        for (ObjectIndex child = record->firstChild; child != NO_OBJECT; child = m_state->table[child].nextSibling) {
+            children.push_back(m_state->table.handle(child));
+        }
+    }
+    return children;
+}
+
+std::size_t GameObjectManager::gameObjectsCount() const { return m_state->table.aliveCount(); }
+
+std::vector<GameObject> GameObjectManager::gameObjects(std::uint64_t serial) const {
+    std::vector<ObjectIndex> places;
+    for (ObjectIndex place = 0; place < m_state->table.size(); ++place) {
+        if (m_state->table[place].isAlive && m_state->table[place].serial > serial) {
+            places.push_back(place);
+        }
+    }
+    std::sort(places.begin(), places.end(), [this](ObjectIndex a, ObjectIndex b) {
+        return m_state->table[a].serial < m_state->table[b].serial;
+    });
+    std::vector<GameObject> objects;
+    objects.reserve(places.size());
+    for (const ObjectIndex place : places) {
+        objects.push_back(m_state->table.handle(place));
+    }
+    return objects;
+}
+
+std::uint64_t GameObjectManager::lastSerial() const { return m_state->table.lastSerial(); }
+
+GameObjectManagerInternal::GameObjectManagerInternal(int worldId) : GameObjectManager(worldId) {}
+
+GameObjectManagerInternal::~GameObjectManagerInternal() {
+    clear();
+    for (const State::KnownQuery& known : m_state->queries) {
+        known.query->m_manager = nullptr;
+    }
+}
+
+std::shared_ptr<QueryBase> GameObjectManagerInternal::getQuery(const QueryConfig& config, std::type_index queryClass,
+                                                               const QueryFactory& factory) {
+    for (const State::KnownQuery& known : m_state->queries) {
+        if (known.queryClass == queryClass && known.query->config() == config) {
+            if (std::shared_ptr<QueryBase> query = known.shared.lock()) {
+                return query;
+            }
+        }
+    }
+    const std::shared_ptr<QueryBase> query = factory();
+    query->m_manager = this;
+    m_state->queries.push_back({queryClass, query, query.get()});
+    for (const ComponentTypeId type : config.types) {
+        if (type >= m_state->queriesByType.size()) {
+            m_state->queriesByType.resize(type + std::size_t{1});
+        }
+        m_state->queriesByType[type].push_back(query.get());
+    }
+    for (ObjectIndex place = 0; place < m_state->table.size(); ++place) {
+        if (m_state->table[place].isActive && m_state->matches(m_state->table[place], *query)) {
+            query->addObject(m_state->table.handle(place));
+        }
+    }
+    return query;
+}
+
+void GameObjectManagerInternal::forgetQuery(const QueryBase& query) {
+    std::erase_if(m_state->queries, [&query](const State::KnownQuery& known) { return known.query == &query; });
+    for (std::vector<QueryBase*>& queries : m_state->queriesByType) {
+        std::erase(queries, &query);
+    }
+}
+
+void GameObjectManagerInternal::clear() {
+    for (ObjectIndex place = 0; place < m_state->table.size(); ++place) {
+        removeGameObject(m_state->table.handle(place));
+    }
+}
+
+void GameObjectManagerInternal::noteNestedRoot(const Uuid& descriptorUuid) {
+    if (m_areNestedRootsComplete) {
+        m_nestedRoots.clear();
+        m_areNestedRootsComplete = false;
+    }
+    m_nestedRoots.push_back(descriptorUuid);
+}
+
+void GameObjectManagerInternal::beginComponents() {
+    if (!m_areNestedRootsComplete) {
+        m_areNestedRootsComplete = true;
+        std::sort(m_nestedRoots.begin(), m_nestedRoots.end());
+        m_nestedRoots.erase(std::unique(m_nestedRoots.begin(), m_nestedRoots.end()), m_nestedRoots.end());
+    }
+}
+
+} // namespace Kiln::Tessel

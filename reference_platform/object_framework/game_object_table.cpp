@@ -1,0 +1,43 @@
+#include <object_framework/game_object_table.h>
+
+namespace Kiln::Tessel {
+
+GameObject GameObjectTable::create() {
+    ObjectIndex index;
+    if (m_free.empty()) {
+        index = m_size;
+        if (index / CHUNK_SIZE == m_chunks.size()) {
+            m_chunks.push_back(std::make_unique<GameObjectRecord[]>(CHUNK_SIZE));
+        }
+        ++m_size;
+    } else {
+        index = m_free.front();
+        m_free.pop_front();
+    }
+    GameObjectRecord& record = (*this)[index];
+    record.isAlive = true;
+    record.serial = ++m_lastSerial;
+    ++m_aliveCount;
+    return handle(index);
+}
+
+void GameObjectTable::free(ObjectIndex index) {
+    GameObjectRecord& record = (*this)[index];
+    const std::uint32_t generation = record.generation + 1;
+    record = GameObjectRecord();
+    record.generation = generation;
+    --m_aliveCount;
+    if (generation != 0) { // A place whose generations are used up is never given out again.
+        m_free.push_back(index);
+    }
+}
+
+GameObjectRecord* GameObjectTable::find(GameObject object) noexcept {
+    if (object.getWorldId() != m_worldId || object.index() >= m_size) {
+        return nullptr;
+    }
+    GameObjectRecord& record = (*this)[object.index()];
+    return record.isAlive && record.generation == object.generation() ? &record : nullptr;
+}
+
+} // namespace Kiln::Tessel

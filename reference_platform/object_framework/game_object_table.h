@@ -1,0 +1,94 @@
+#pragma once
+
+#include <common/uuid.h>
+#include <core/non_copyable.h>
+#include <object_framework/game_object.h>
+#include <tessel_foundation/component.h>
+
+#include <bitset>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Kiln::Tessel {
+
+/// Place of a game object in its table; NO_OBJECT for none.
+using ObjectIndex = std::uint32_t;
+inline constexpr ObjectIndex NO_OBJECT = 0xFFFFFFFF;
+
+/// All that the manager keeps about one game object.
+struct GameObjectRecord {
+    struct Component {
+        ComponentPointer component;
+        ComponentTypeId type;
+    };
+
+    std::uint32_t generation = 0;
+    bool isAlive = false;
+    bool isEnabled = false; ///< Wants to be active.
+    bool isActive = false;
+    std::bitset<6> flags;
+
+    // The hierarchy: the children of one parent form a chain in the order in which they were attached.
+    ObjectIndex parent = NO_OBJECT;
+    ObjectIndex firstChild = NO_OBJECT;
+    ObjectIndex lastChild = NO_OBJECT;
+    ObjectIndex previousSibling = NO_OBJECT;
+    ObjectIndex nextSibling = NO_OBJECT;
+
+    std::uint64_t serial = 0; ///< Grows with every object that the table creates.
+    Uuid uuid;
+    std::string name;
+    std::vector<Component> components; ///< In the order in which they were added; few, so searched linearly.
+
+    [[nodiscard]] Component* findComponent(ComponentTypeId type) noexcept {
+        for (Component& component : components) {
+            if (component.type == type) {
+                return &component;
+            }
+        }
+        return nullptr;
+    }
+};
+
+/// The table of a world's game objects. Records never move. A place that becomes free is used again, for another
+/// generation; places are taken again in the order in which they became free.
+class GameObjectTable : NonCopyable {
+public:
+    explicit GameObjectTable(int worldId) : m_worldId(worldId) {}
+
+    GameObject create();
+
+    /// Marks the record free; the caller has emptied it.
+    void free(ObjectIndex index);
+
+    [[nodiscard]] GameObjectRecord& operator[](ObjectIndex index) noexcept {
+        return m_chunks[index / CHUNK_SIZE][index % CHUNK_SIZE];
+    }
+
+    /// Null when the handle is of another world, or its object is gone.
+    [[nodiscard]] GameObjectRecord* find(GameObject object) noexcept;
+
+    [[nodiscard]] GameObject handle(ObjectIndex index) noexcept {
+        return {m_worldId, index, (*this)[index].generation};
+    }
+
+    /// Number of places that have ever been in use; indices are below it.
+    [[nodiscard]] ObjectIndex size() const noexcept { return m_size; }
+    [[nodiscard]] std::size_t aliveCount() const noexcept { return m_aliveCount; }
+    [[nodiscard]] std::uint64_t lastSerial() const noexcept { return m_lastSerial; }
+
+private:
+    static constexpr ObjectIndex CHUNK_SIZE = 1024;
+
+    int m_worldId;
+    ObjectIndex m_size = 0;
+    std::size_t m_aliveCount = 0;
+    std::uint64_t m_lastSerial = 0;
+    std::vector<std::unique_ptr<GameObjectRecord[]>> m_chunks;
+    std::deque<ObjectIndex> m_free;
+};
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <object_framework/export.h>
+#include <object_framework/game_object.h>
+#include <object_framework/link_config.h>
+#include <tessel_foundation/poolable_component.h>
+
+namespace Kiln::Tessel {
+
+/// Makes its game object a child of another one. The manager reads it when it is added to an object; to move an object
+/// to another parent, remove the component and add a new one.
+class KILN_OBJECT_FRAMEWORK_EXPORT HierarchyComponent final
+    : public PoolableComponent<HierarchyComponent, IComponent> {
+public:
+    /// What a prefab stores.
+    struct Config {
+        GameObjectLink parent;
+    };
+
+    explicit HierarchyComponent(GameObject parent) : m_parent(parent) {}
+    explicit HierarchyComponent(const Config& config) : m_parent(config.parent.target()) {}
+    ~HierarchyComponent() override;
+
+    /// The parent; the invalid object when the link resolved to nothing or the manager refused it.
+    [[nodiscard]] GameObject parent() const noexcept { return m_parent; }
+
+private:
+    friend class GameObjectManager;
+
+    GameObject m_parent;
+};
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,51 @@
+#include <object_framework/link_config.h>
+
+#include <variant/variant_converter.h>
+
+namespace Kiln::Tessel {
+
+ILinkConfig::~ILinkConfig() = default;
+GameObjectLink::~GameObjectLink() = default;
+
+GameObjectLink::GameObjectLink(const GameObjectLink& other)
+    : ILinkConfig(other), m_uuid(other.m_uuid), m_isLiveUuid(other.m_isLiveUuid) {
+    setTarget(other.target());
+}
+
+GameObjectLink& GameObjectLink::operator=(const GameObjectLink& other) {
+    m_uuid = other.m_uuid;
+    m_isLiveUuid = other.m_isLiveUuid;
+    setTarget(other.target());
+    return *this;
+}
+
+GameObject GameObjectLink::target() const {
+    return {m_targetWorld.load(std::memory_order_relaxed), m_targetIndex.load(std::memory_order_relaxed),
+            m_targetGeneration.load(std::memory_order_relaxed)};
+}
+
+void GameObjectLink::setTarget(GameObject target) {
+    m_targetWorld.store(target.getWorldId(), std::memory_order_relaxed);
+    m_targetIndex.store(target.index(), std::memory_order_relaxed);
+    m_targetGeneration.store(target.generation(), std::memory_order_relaxed);
+}
+
+LinkValueType::LinkValueType(std::type_index type, void* (*toLink)(void* value))
+    : ValueType(mirra::ValueKind::LINK, type, "link") {
+    vessa::VariantConverter::registerConversion(type, typeid(ILinkConfig), toLink);
+}
+
+bool LinkValueType::parse(std::string_view text, void* value) const {
+    const std::optional<Uuid> uuid = Uuid::fromString(text);
+    if (!uuid) {
+        return false;
+    }
+    link(value).setUuid(*uuid);
+    return true;
+}
+
+void LinkValueType::format(const void* value, std::string& text) const { text += link(value).uuid().toString(); }
+
+bool LinkValueType::isEqual(const void* a, const void* b) const { return link(a).uuid() == link(b).uuid(); }
+
+} // namespace Kiln::Tessel

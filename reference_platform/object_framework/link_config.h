@@ -1,0 +1,101 @@
+#pragma once
+
+#include <common/uuid.h>
+#include <object_framework/export.h>
+#include <object_framework/game_object.h>
+#include <reflection/meta_object.h>
+
+#include <atomic>
+#include <concepts>
+
+namespace Kiln::Tessel {
+
+/// A part of a component configuration that links to another game object by that object's UUID. In a prefab the UUID
+/// is one of the prefab; while components are created from it, the link also has a target, the live object.
+class KILN_OBJECT_FRAMEWORK_EXPORT ILinkConfig {
+public:
+    virtual ~ILinkConfig();
+
+    [[nodiscard]] virtual const Uuid& uuid() const = 0;
+    virtual void setUuid(const Uuid& uuid) = 0;
+
+    /// Whether the UUID is already that of the live object and must not be combined with an instance UUID.
+    [[nodiscard]] virtual bool isLiveUuid() const = 0;
+
+    /// The live object of the creation under way; invalid when the link resolved to nothing. Creating thread only.
+    [[nodiscard]] virtual GameObject target() const = 0;
+    virtual void setTarget(GameObject target) = 0;
+
+protected:
+    ILinkConfig() = default;
+    ILinkConfig(const ILinkConfig&) = default;
+    ILinkConfig& operator=(const ILinkConfig&) = default;
+};
+
+/// The usual link. A value type.
+///
+/// The target is kept in atomics because the thread that creates objects sets it in configurations that a worker may
+/// be copying at that moment; only the creating thread makes use of it, so relaxed order serves.
+class KILN_OBJECT_FRAMEWORK_EXPORT GameObjectLink final : public ILinkConfig {
+public:
+    GameObjectLink() = default;
+    explicit GameObjectLink(const Uuid& uuid) : m_uuid(uuid) {}
+    GameObjectLink(const GameObjectLink& other);
+    GameObjectLink& operator=(const GameObjectLink& other);
+    ~GameObjectLink() override;
+
+    [[nodiscard]] const Uuid& uuid() const override { return m_uuid; }
+    void setUuid(const Uuid& uuid) override { m_uuid = uuid; }
+
+    [[nodiscard]] bool isLiveUuid() const override { return m_isLiveUuid; }
+    void setLiveUuid(bool isLive) { m_isLiveUuid = isLive; }
+
+    [[nodiscard]] GameObject target() const override;
+    void setTarget(GameObject target) override;
+
+private:
+    Uuid m_uuid;
+    bool m_isLiveUuid = false;
+    std::atomic<std::int32_t> m_targetWorld{-1};
+    std::atomic<std::uint32_t> m_targetIndex{0xFFFFFFFF};
+    std::atomic<std::uint32_t> m_targetGeneration{0};
+};
+
+/// The reflected type of links: their text is the target's UUID.
+class KILN_OBJECT_FRAMEWORK_EXPORT LinkValueType : public mirra::ValueType {
+public:
+    /// The link that a value of this type is.
+    [[nodiscard]] virtual ILinkConfig& link(void* value) const = 0;
+    [[nodiscard]] const ILinkConfig& link(const void* value) const { return link(const_cast<void*>(value)); }
+
+    bool parse(std::string_view text, void* value) const override;
+    void format(const void* value, std::string& text) const override;
+    [[nodiscard]] bool isEqual(const void* a, const void* b) const override;
+
+protected:
+    /// Also makes variants of the type convertible to ILinkConfig.
+    LinkValueType(std::type_index type, void* (*toLink)(void* value));
+};
+
+} // namespace Kiln::Tessel
+
+namespace mirra {
+
+template <std::derived_from<Kiln::Tessel::ILinkConfig> T> struct ValueTypeOf<T> {
+    static const ValueType& get() {
+        class Type final : public Kiln::Tessel::LinkValueType {
+        public:
+            Type()
+                : LinkValueType(typeid(T), [](void* value) -> void* {
+                      return static_cast<Kiln::Tessel::ILinkConfig*>(static_cast<T*>(value));
+                  }) {}
+            [[nodiscard]] Kiln::Tessel::ILinkConfig& link(void* value) const override {
+                return *static_cast<T*>(value);
+            }
+        };
+        static const Type type;
+        return type;
+    }
+};
+
+} // namespace mirra

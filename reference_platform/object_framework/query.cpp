@@ -1,0 +1,80 @@
+#include <object_framework/query.h>
+
+#include <core/log.h>
+#include <object_framework/game_object_manager.h>
+
+#include <cstdlib>
+#include <cxxabi.h>
+
+namespace Kiln::Tessel {
+
+std::map<QueryConfig, std::type_index>& QueryIsUniqueAsserter::s_queriesRegistry() {
+    static auto* const registry = new std::map<QueryConfig, std::type_index>(); // Lives as long as the process.
+    return *registry;
+}
+
+void QueryIsUniqueAsserter::enter(const QueryConfig& config, std::type_index queryClass) {
+    const auto [entry, isNew] = s_queriesRegistry().try_emplace(config, queryClass);
+    if (!isNew && entry->second != queryClass) {
+        DebugMessageHelper(0, LogSeverity::ERROR, "", "object_framework/query")
+            .message("Query with these arguments already exists! Try this one: %s",
+                     readableTypeName(entry->second).c_str());
+    }
+}
+
+std::string readableTypeName(std::type_index type) {
+    int status = 0;
+    const std::unique_ptr<char, decltype(&std::free)> name(
+        abi::__cxa_demangle(type.name(), nullptr, nullptr, &status), &std::free);
+    return status == 0 ? name.get() : type.name();
+}
+
+QueryBase::QueryBase(QueryConfig config) : m_config(std::move(config)) {}
+
+QueryBase::~QueryBase() {
+    if (m_manager) {
+        m_manager->forgetQuery(*this);
+    }
+}
+
+bool QueryBase::contains(GameObject object) const {
+    if (object.index() >= m_places.size() || m_places[object.index()] == 0) {
+        return false;
+    }
+    return m_objects[m_places[object.index()] - 1] == object;
+}
+
+int QueryBase::addAddedListener(AddedListener listener) {
+    m_addedListeners.emplace_back(++m_lastListenerId, std::move(listener));
+    return m_lastListenerId;
+}
+
+void QueryBase::removeAddedListener(int id) {
+    std::erase_if(m_addedListeners, [id](const auto& listener) { return listener.first == id; });
+}
+
+IComponent* QueryBase::component(GameObject object, ComponentTypeId type) const {
+    return m_manager->findComponent(object, type);
+}
+
+void QueryBase::addObject(GameObject object) {
+    if (object.index() >= m_places.size()) {
+        m_places.resize(object.index() + 1);
+    }
+    m_objects.push_back(object);
+    m_places[object.index()] = static_cast<std::uint32_t>(m_objects.size());
+    for (const auto& [id, listener] : m_addedListeners) {
+        listener(object);
+    }
+}
+
+void QueryBase::removeObject(GameObject object) {
+    const std::uint32_t place = m_places[object.index()];
+    const GameObject last = m_objects.back();
+    m_objects[place - 1] = last;
+    m_places[last.index()] = place;
+    m_objects.pop_back();
+    m_places[object.index()] = 0;
+}
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,138 @@
+#pragma once
+
+#include <core/non_copyable.h>
+#include <object_framework/export.h>
+#include <object_framework/game_object.h>
+#include <tessel_foundation/component.h>
+
+#include <algorithm>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <typeindex>
+#include <utility>
+#include <vector>
+
+namespace Kiln::Tessel {
+
+class GameObjectManager;
+class GameObjectManagerInternal;
+
+/// What a query asks for: component types in any order, and whether the game object itself is delivered.
+struct QueryConfig {
+    std::vector<ComponentTypeId> types; ///< Ascending.
+    bool includesGameObject = false;
+
+    friend auto operator<=>(const QueryConfig&, const QueryConfig&) = default;
+};
+
+/// Register of the query classes in use: two classes for one configuration do the same work twice.
+class KILN_OBJECT_FRAMEWORK_EXPORT QueryIsUniqueAsserter {
+public:
+    /// The query class that first used each configuration. Main thread.
+    static std::map<QueryConfig, std::type_index>& s_queriesRegistry();
+
+    /// Enters a configuration. When another class has entered it before, logs an error that names that class.
+    static void enter(const QueryConfig& config, std::type_index queryClass);
+};
+
+/// Readable name of a type, as it stands in source code.
+[[nodiscard]] KILN_OBJECT_FRAMEWORK_EXPORT std::string readableTypeName(std::type_index type);
+
+/// The active objects of a world that have all components of a configuration. Kept up to date by the world's manager
+/// as objects are activated and deactivated and components come and go. Main thread.
+class KILN_OBJECT_FRAMEWORK_EXPORT QueryBase : NonCopyable {
+public:
+    virtual ~QueryBase();
+
+    [[nodiscard]] const QueryConfig& config() const noexcept { return m_config; }
+    [[nodiscard]] std::size_t size() const noexcept { return m_objects.size(); }
+
+    /// The members, in no particular order; valid until the next change.
+    [[nodiscard]] const std::vector<GameObject>& objects() const noexcept { return m_objects; }
+    [[nodiscard]] bool contains(GameObject object) const;
+
+    /// Called with each object that enters the query, at once; for the framework's reactions, which note it for later.
+    using AddedListener = std::function<void(GameObject object)>;
+
+    /// Returns an id for removeAddedListener().
+    int addAddedListener(AddedListener listener);
+    void removeAddedListener(int id);
+
+protected:
+    explicit QueryBase(QueryConfig config);
+
+    /// A component of a member.
+    [[nodiscard]] IComponent* component(GameObject object, ComponentTypeId type) const;
+
+private:
+    friend class GameObjectManager;
+    friend class GameObjectManagerInternal;
+
+    void addObject(GameObject object);
+    void removeObject(GameObject object);
+
+    QueryConfig m_config;
+    GameObjectManagerInternal* m_manager = nullptr; ///< Null once the world is gone.
+    std::vector<GameObject> m_objects;
+    std::vector<std::uint32_t> m_places; ///< By object index: position in m_objects plus one, 0 when absent.
+    std::vector<std::pair<int, AddedListener>> m_addedListeners;
+    int m_lastListenerId = 0;
+};
+
+/// A query over component types; list GameObject among them to be given the object as well.
+///
+///     query->forEach([](PrefabComponent& prefab, HierarchyComponent& hierarchy, GameObject object) { … });
+template <class... Types> class Query final : public QueryBase {
+public:
+    Query() : QueryBase(makeConfig()) {}
+
+    [[nodiscard]] static QueryConfig makeConfig() {
+        QueryConfig config;
+        (addTo<Types>(config), ...);
+        std::sort(config.types.begin(), config.types.end());
+        return config;
+    }
+
+    /// Calls `function` for each member. The function must not change what the query holds.
+    template <class Function> void forEach(Function&& function) const {
+        for (const GameObject object : objects()) {
+            call(function, object);
+        }
+    }
+
+    /// Calls `function` with the parts of one member; does nothing for an object that is not one.
+    template <class Function> void visit(GameObject object, Function&& function) const {
+        if (contains(object)) {
+            call(function, object);
+        }
+    }
+
+private:
+    template <class Type> static void addTo(QueryConfig& config) {
+        if constexpr (std::is_same_v<Type, GameObject>) {
+            config.includesGameObject = true;
+        } else {
+            config.types.push_back(NativeComponent<Type>::getType());
+        }
+    }
+
+    template <class Type> [[nodiscard]] decltype(auto) part(GameObject object) const {
+        if constexpr (std::is_same_v<Type, GameObject>) {
+            return GameObject(object);
+        } else {
+            return static_cast<Type&>(*component(object, NativeComponent<Type>::getType()));
+        }
+    }
+
+    template <class Function> void call(Function& function, GameObject object) const {
+        function(part<Types>(object)...);
+    }
+};
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <core/non_copyable.h>
+#include <object_framework/export.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace Kiln::Tessel {
+
+/// The kind of a reaction is kept in the top two bits of its id.
+enum class ReactionKind { TICK = 0, TRIGGER = 1 };
+
+namespace ReactionId {
+inline constexpr int KIND_SHIFT = 30;
+[[nodiscard]] constexpr ReactionKind kind(int id) {
+    return static_cast<ReactionKind>(static_cast<unsigned>(id) >> KIND_SHIFT);
+}
+} // namespace ReactionId
+
+/// Names of the groups that reactions run in.
+namespace ReactionGroup {
+/// Initialisation of what has just appeared; runs before all other groups.
+inline constexpr const char* SYNC_INIT = "SyncInit";
+} // namespace ReactionGroup
+
+/// Order in which the reactions of a world run in a frame.
+class KILN_OBJECT_FRAMEWORK_EXPORT TickingGraphBase : NonCopyable {
+public:
+    virtual ~TickingGraphBase();
+
+    /// Replaces `order` by the ids of all reactions in running order.
+    virtual void fillTickingOrder(std::vector<int>& order) const = 0;
+};
+
+/// Runs the initialisation group first, then the others in the order in which their first reaction was added; within a
+/// group, in the order of adding.
+class KILN_OBJECT_FRAMEWORK_EXPORT TickingGraph final : public TickingGraphBase {
+public:
+    struct Reaction {
+        int id;
+        std::string group;
+        std::string name;
+        std::function<void()> run;
+    };
+
+    /// Returns the new reaction's id; `run` is called once per frame.
+    int add(ReactionKind kind, std::string group, std::string name, std::function<void()> run);
+
+    /// False when there is none of that id.
+    bool remove(int id);
+
+    /// Null when there is none of that id.
+    [[nodiscard]] const Reaction* find(int id) const;
+
+    void fillTickingOrder(std::vector<int>& order) const override;
+
+    /// Runs every reaction once. Reactions may add and remove reactions: a new one first runs in the next frame.
+    void run() const;
+
+private:
+    std::vector<Reaction> m_reactions;
+    int m_lastNumber = 0;
+};
+
+} // namespace Kiln::Tessel

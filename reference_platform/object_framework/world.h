@@ -1,0 +1,86 @@
+#pragma once
+
+#include <core/non_copyable.h>
+#include <object_framework/export.h>
+#include <object_framework/game_object_manager.h>
+#include <object_framework/reactive_manager.h>
+#include <object_framework/ticking_graph.h>
+#include <tessel_foundation/component_storage.h>
+
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Kiln::Tessel {
+
+/// One world: its game objects, the storages of their components, its reactive managers and their reactions.
+/// Owner: EntryPoint, which makes and destroys worlds. Main thread.
+class KILN_OBJECT_FRAMEWORK_EXPORT World : NonCopyable {
+public:
+    explicit World(int id);
+    ~World();
+
+    [[nodiscard]] int id() const noexcept { return m_manager.worldId(); }
+    [[nodiscard]] GameObjectManagerInternal& manager() noexcept { return m_manager; }
+
+    /// The storage of a component type; null while the world has none.
+    [[nodiscard]] GenericComponentStorage* findStorage(ComponentTypeId type) const noexcept;
+
+    /// Enters a storage for a type that has none yet.
+    void addStorage(ComponentTypeId type, std::unique_ptr<GenericComponentStorage> storage);
+
+    /// The storage of component type T, made on first use.
+    template <class T> [[nodiscard]] ComponentStorage<T>& getStorage() {
+        const ComponentTypeId type = NativeComponent<T>::getType();
+        if (!findStorage(type)) {
+            addStorage(type, std::make_unique<ComponentStorage<T>>());
+        }
+        return static_cast<ComponentStorage<T>&>(*findStorage(type));
+    }
+
+    /// The storages of the world, by ascending component type.
+    [[nodiscard]] std::vector<GenericComponentStorage*> storages() const;
+
+    /// Makes the world's manager of a registered kind (EntryPoint::registerReactiveManager), unless it has one or the
+    /// kind is not meant for this process.
+    void createReactiveManager(int managerId);
+
+    /// Null when the world has none of that kind.
+    [[nodiscard]] IReactiveManager* findReactiveManager(int managerId) const;
+
+    /// Registers a function that runs once per frame. Returns an id for removeTickReaction().
+    int addTickReaction(std::string group, std::string name, std::function<void()> reaction);
+    void removeTickReaction(int id);
+
+    /// Registers a function for the objects that enter a query: it runs in the next reaction phase, for each object
+    /// that is still in the query then. The query must outlive the reaction. Returns an id for
+    /// removeTriggerReaction().
+    int addTriggerReaction(std::string group, std::string name, QueryBase& query,
+                           std::function<void(GameObject object)> reaction);
+    void removeTriggerReaction(int id);
+
+    [[nodiscard]] const TickingGraph& reactions() const noexcept { return m_reactions; }
+
+    /// The reaction phase of a frame.
+    void runReactions();
+
+    /// Ends the reactive managers, then removes every object. The world is of no use afterwards.
+    void fini();
+
+private:
+    struct Trigger {
+        QueryBase* query;
+        int listenerId;
+    };
+
+    std::vector<std::unique_ptr<GenericComponentStorage>> m_storages; ///< By component type.
+    GameObjectManagerInternal m_manager; ///< After the storages: its objects' components go back to them.
+    TickingGraph m_reactions;
+    std::vector<std::pair<int, Trigger>> m_triggers;
+    std::vector<std::pair<int, std::unique_ptr<IReactiveManager>>> m_reactiveManagers;
+};
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <common/uuid.h>
+#include <core/safe_reference_count.h>
+#include <object_framework/component_option.h>
+#include <object_framework/game_object.h>
+#include <object_serialization/export.h>
+#include <reflection/reflected_object.h>
+#include <tessel_foundation/component.h>
+#include <variant/variant.h>
+
+#include <string>
+#include <unordered_map>
+
+namespace Kiln {
+
+class ComponentOverrideRecords;
+
+/// The live objects of an instance by UUID, among which links are resolved.
+using UuidMap = std::unordered_map<Uuid, Tessel::GameObject>;
+
+/// The serialised description of one component: its type and its configuration.
+///
+/// The configuration has two faces. The prefab's own values are what was last stored with storePrefabProperties(); the
+/// configuration itself starts from them and may be changed by overrides or by hand until it is stored or restored.
+///
+/// Ownership: shared; several game-object descriptors may hold one. Threads: the prefab's own values, the accessors of
+/// the type's texts and preload() may be used by workers while the main thread creates objects; everything else
+/// belongs to one thread at a time.
+class KILN_OBJECT_SERIALIZATION_EXPORT IComponentDescriptor : public mirra::Object, public SafeReferenceCount {
+public:
+    /// Category of component types that name none.
+    static const char* const DEFAULT_CATEGORY;
+
+    ~IComponentDescriptor() override;
+
+    /// The component's registered name.
+    [[nodiscard]] virtual const std::string& name() const = 0;
+
+    /// "components/" followed by the name.
+    [[nodiscard]] virtual const std::string& libraryPath() const = 0;
+
+    [[nodiscard]] virtual const std::string& category() const = 0;
+
+    /// Removes the object's component of this type, if it has one.
+    virtual void removeFromObject(Tessel::GameObject object) = 0;
+
+    /// A variant that holds a mirra::ReflectedObject over the configuration.
+    [[nodiscard]] virtual vessa::Variant reflect() = 0;
+
+    /// Description of the component type; null when it has none.
+    [[nodiscard]] virtual const mirra::BaseStaticMetaObject* metaType() const = 0;
+
+    /// Loads whatever external data the component needs, from the prefab's own values. Worker thread, no lock held.
+    virtual void preload() const = 0;
+
+    /// Adds a component made from the configuration to the object and returns it; null when the object's world is
+    /// gone or the object can't take it.
+    virtual Tessel::IComponent* createOnObject(Tessel::GameObject object) = 0;
+
+    /// Resolves the links anew, removes the object's component of this type and adds a new one. Null when the object's
+    /// world is gone or the object is not alive.
+    virtual Tessel::IComponent* reapplyOnObject(Tessel::GameObject object, const Uuid& instanceUuid,
+                                                const UuidMap& uuidMap) = 0;
+
+    [[nodiscard]] virtual Tessel::ComponentTypeId type() const = 0;
+
+    /// The configuration, to be changed; not valid when its type is not described.
+    [[nodiscard]] virtual mirra::ReflectedObject configuration() = 0;
+
+    /// The configuration as it stands, to be read; the targets of its links may be set.
+    [[nodiscard]] virtual mirra::ReflectedObject viewConfiguration() = 0;
+
+    /// Takes the configuration as the prefab's own values.
+    virtual void storePrefabProperties() = 0;
+
+    /// Restores the configuration to the prefab's own values, then applies the overrides; null for none.
+    virtual void setupOverrides(const ComponentOverrideRecords* overrides) = 0;
+
+    /// Whether the configuration has been changed since the prefab's own values were stored or restored.
+    [[nodiscard]] virtual bool isOffPrefabProperties() const = 0;
+
+    /// Whether the configuration's type holds links.
+    [[nodiscard]] virtual bool hasLinks() const = 0;
+
+    /// Gives every link of the configuration its target: the object that `uuidMap` has under combine(instance UUID,
+    /// link UUID), or under the link UUID itself when that is live. A link to the point where a prefab is nested means
+    /// the object that the nested root became. A link that resolves to nothing gets the invalid object and a warning
+    /// in the log that names `object`, the component and the UUID; the zero UUID is no link.
+    void resolveLinks(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap);
+
+    [[nodiscard]] Tessel::ComponentOptions getInstanceOptions() const noexcept { return m_instanceOptions; }
+    void setInstanceOptions(Tessel::ComponentOptions options) noexcept { m_instanceOptions = options; }
+
+    /// Whether a component with these options is wanted in this process.
+    [[nodiscard]] static bool needToDeserialize(Tessel::ComponentOptions options);
+
+private:
+    Tessel::ComponentOptions m_instanceOptions = Tessel::ALL_ROLES;
+};
+
+} // namespace Kiln

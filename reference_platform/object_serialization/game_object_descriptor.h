@@ -1,0 +1,71 @@
+#pragma once
+
+#include <common/uuid.h>
+#include <core/safe_reference_count.h>
+#include <core/smart_pointer.h>
+#include <object_serialization/component_descriptor.h>
+#include <object_serialization/export.h>
+
+#include <bitset>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Kiln {
+
+class GameObjectOverrideRecords;
+
+/// The serialised description of one game object: UUID, name, state flags and component descriptors.
+///
+/// Ownership: shared; it shares its component descriptors. Threads: once a document is published, workers may read
+/// what const operations give while the main thread creates objects; changes need exclusive access.
+class KILN_OBJECT_SERIALIZATION_EXPORT GameObjectDescriptor final : public SafeReferenceCount {
+public:
+    GameObjectDescriptor();
+    ~GameObjectDescriptor() override;
+
+    [[nodiscard]] const Uuid& uuid() const noexcept { return m_uuid; }
+    void setUuid(const Uuid& uuid) noexcept { m_uuid = uuid; }
+
+    [[nodiscard]] const std::string& name() const noexcept { return m_name; }
+    void setName(std::string name) { m_name = std::move(name); }
+
+    [[nodiscard]] std::bitset<6> flags() const noexcept { return m_flags; }
+    void setFlags(std::bitset<6> flags) noexcept { m_flags = flags; }
+    [[nodiscard]] bool isInactiveByDefault() const noexcept;
+
+    /// Components in the order in which they were added.
+    [[nodiscard]] const std::vector<SmartPointer<IComponentDescriptor>>& components() const noexcept {
+        return m_components;
+    }
+
+    /// The first component of that type or registered name; null when there is none.
+    [[nodiscard]] IComponentDescriptor* findComponent(Tessel::ComponentTypeId type) const noexcept;
+    [[nodiscard]] IComponentDescriptor* findComponent(std::string_view name) const noexcept;
+    [[nodiscard]] bool hasComponent(Tessel::ComponentTypeId type) const noexcept { return findComponent(type); }
+
+    /// Appends a component descriptor, which other descriptors may hold too. Null adds nothing.
+    void addComponent(SmartPointer<IComponentDescriptor> component);
+
+    /// Makes an empty game object in the world; the invalid object when the world is not valid. Main thread.
+    [[nodiscard]] Tessel::GameObject createGameObject(int worldId) const;
+
+    /// Gives the object its UUID (combine of the instance UUID and the descriptor's) and name, then creates its
+    /// components in order: with their overrides, if any, and their links resolved through `uuidMap`. Afterwards the
+    /// component descriptors are back at the prefab's own values. Main thread.
+    void createComponents(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap,
+                          const GameObjectOverrideRecords* overrides) const;
+
+    /// Applies the state flags to the object. Main thread.
+    void updateStateFlags(Tessel::GameObject object) const;
+
+private:
+    [[nodiscard]] bool isNestedRoot() const noexcept;
+
+    Uuid m_uuid;
+    std::string m_name;
+    std::bitset<6> m_flags;
+    std::vector<SmartPointer<IComponentDescriptor>> m_components;
+};
+
+} // namespace Kiln

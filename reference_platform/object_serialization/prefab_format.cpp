@@ -1,0 +1,206 @@
+#include <object_serialization/prefab_format.h>
+
+#include <core/log.h>
+#include <object_serialization/property_io.h>
+
+#include <charconv>
+#include <limits>
+
+namespace Kiln::Tessel {
+
+namespace {
+
+constexpr const char* SOURCE = "object_serialization/prefab_format";
+
+// Element names.
+constexpr std::string_view FORMAT_VERSION_NAME = "formatVersion";
+constexpr std::string_view GAME_OBJECTS = "gameObjects";
+constexpr std::string_view GAME_OBJECT = "gameObject";
+constexpr std::string_view UUID = "uuid";
+constexpr std::string_view NAME = "name";
+constexpr std::string_view FLAGS = "flags";
+constexpr std::string_view COMPONENTS = "components";
+constexpr std::string_view POOL = "pool";
+constexpr std::string_view TYPE = "type";
+constexpr std::string_view VERSION = "version";
+constexpr std::string_view ITEM = "item";
+constexpr std::string_view OPTIONS = "options";
+constexpr std::string_view PROPERTIES = "properties";
+
+constexpr std::uint64_t NO_GAME_OBJECT = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint32_t FLAGS_LIMIT = 1U << 6U;
+
+void reportUnreadable(const DataSection& document, DataNode node, const std::string& text) {
+    DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
+        .message("'%s' can't be read from '%s' (%s, line %zu)", std::string(node.name()).c_str(), text.c_str(),
+                 document.source().c_str(), document.positionOf(node).line);
+}
+
+/// A number from a child's text: `absent` without such a child; `unreadable`, with an error in the log, when the text
+/// is not a decimal number below `limit`.
+template <class Number>
+[[nodiscard]] Number readNumber(const DataSection& document, DataNode parent, std::string_view name, Number absent,
+                                Number unreadable, Number limit = std::numeric_limits<Number>::max()) {
+    const DataNode node = parent.child(name);
+    if (!node) {
+        return absent;
+    }
+    std::string scratch;
+    const std::string_view text = trimWhiteSpace(node.text(scratch));
+    Number number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size() || number > limit) {
+        reportUnreadable(document, node, std::string(text));
+        return unreadable;
+    }
+    return number;
+}
+
+void writeText(DataNode parent, std::string_view name, std::string_view text) {
+    const DataNode existing = parent.child(name);
+    (existing ? existing : parent.append(name)).setText(text);
+}
+
+template <class Number> void writeNumber(DataNode parent, std::string_view name, Number number) {
+    writeText(parent, name, std::to_string(number));
+}
+
+[[nodiscard]] std::vector<DataNode> childrenNamed(DataNode parent, std::string_view name) {
+    std::vector<DataNode> children;
+    for (DataNode child = parent.firstChild(); child; child = child.nextSibling()) {
+        if (child.name() == name) {
+            children.push_back(child);
+        }
+    }
+    return children;
+}
+
+} // namespace
+
+SmartPointer<GameObjectDescriptor> GameObjectData::getDescriptor() const {
+    SmartPointer<GameObjectDescriptor> descriptor = makeSmart<GameObjectDescriptor>();
+    const DataNode uuidNode = m_node.child(UUID);
+    std::string scratch;
+    const std::string_view uuidText = trimWhiteSpace(uuidNode.text(scratch));
+    if (const std::optional<Uuid> uuid = Uuid::fromString(uuidText)) {
+        descriptor->setUuid(*uuid);
+    } else {
+        DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
+            .message("A game object's UUID can't be read from '%s' (%s, line %zu)", std::string(uuidText).c_str(),
+                     m_document->source().c_str(), m_document->positionOf(uuidNode ? uuidNode : m_node).line);
+    }
+    descriptor->setName(m_node.child(NAME).text());
+    descriptor->setFlags(readNumber<std::uint32_t>(*m_document, m_node, FLAGS, 0, 0, FLAGS_LIMIT - 1));
+    return descriptor;
+}
+
+GameObjectPool::GameObjectPool(SmartPointer<DataSection> section)
+    : m_section(std::move(section)), m_nodes(childrenNamed(m_section->node(), GAME_OBJECT)) {}
+
+void GameObjectPool::addGameObject(const SmartPointer<GameObjectDescriptor>& descriptor) {
+    const DataNode node = m_section->node().append(GAME_OBJECT);
+    writeText(node, UUID, descriptor->uuid().toString());
+    writeText(node, NAME, descriptor->name());
+    writeNumber(node, FLAGS, descriptor->flags().to_ulong());
+    m_nodes.push_back(node);
+}
+
+std::uint64_t ComponentItem::getGameObjectIndex() const {
+    return readNumber(*m_document, m_node, GAME_OBJECT, NO_GAME_OBJECT, NO_GAME_OBJECT);
+}
+
+ComponentOptions ComponentItem::getInstanceOptions() const {
+    return ComponentOptions(readNumber(*m_document, m_node, OPTIONS, ALL_ROLES.bits(), ALL_ROLES.bits()));
+}
+
+void ComponentItem::setInstanceOptions(ComponentOptions options) { writeNumber(m_node, OPTIONS, options.bits()); }
+
+void ComponentItem::constructConfig(const mirra::ReflectedObject& configuration,
+                                    const DeseriralizeErrorHandler* handler) const {
+    readProperties(*m_document, m_node.child(PROPERTIES), configuration, *m_componentName, handler);
+}
+
+void ComponentItem::storeConfig(const mirra::ReflectedObject& configuration) {
+    writeProperties(m_node.append(PROPERTIES), configuration);
+}
+
+std::optional<PropertyItem> ComponentItem::findProperty(std::string_view name) const {
+    const DataNode property = m_node.child(PROPERTIES).child(name);
+    return property ? std::optional(PropertyItem(property)) : std::nullopt;
+}
+
+ComponentPool::ComponentPool(SmartPointer<DataSection> section)
+    : m_section(std::move(section)), m_type(trimWhiteSpace(m_section->node().child(TYPE).text())),
+      m_items(childrenNamed(m_section->node(), ITEM)) {}
+
+std::uint32_t ComponentPool::getComponentVersion() const {
+    return readNumber<std::uint32_t>(*m_section, m_section->node(), VERSION, PrefabFormat::DEFAULT_COMPONENT_VERSION,
+                                     0);
+}
+
+void ComponentPool::setComponentVersion(std::uint32_t version) { writeNumber(m_section->node(), VERSION, version); }
+
+ComponentItem ComponentPool::addComponent(std::uint64_t gameObjectIndex) {
+    const DataNode node = m_section->node().append(ITEM);
+    writeNumber(node, GAME_OBJECT, gameObjectIndex);
+    m_items.push_back(node);
+    return {*m_section, m_type, node};
+}
+
+ComponentPoolStorage::ComponentPoolStorage(SmartPointer<DataSection> section) : m_section(std::move(section)) {
+    for (DataNode child = m_section->node().firstChild(); child; child = child.nextSibling()) {
+        m_pools.push_back(std::make_unique<ComponentPool>(makeSmart<DataSection>(*m_section, child)));
+    }
+}
+
+ComponentPool* ComponentPoolStorage::findComponentPool(std::string_view name) {
+    for (const std::unique_ptr<ComponentPool>& pool : m_pools) {
+        if (pool->getComponentType() == name) {
+            return pool.get();
+        }
+    }
+    return nullptr;
+}
+
+ComponentPool& ComponentPoolStorage::createComponentPool(std::string_view name) {
+    const SmartPointer<DataSection> section = m_section->newSection(POOL);
+    section->writeString(TYPE, name);
+    return *m_pools.emplace_back(std::make_unique<ComponentPool>(section));
+}
+
+PrefabFormat::PrefabFormat(SmartPointer<DataSection> section) : m_section(std::move(section)) {
+    if (!m_section) {
+        return;
+    }
+    if (SmartPointer<DataSection> gameObjects = m_section->openSection(GAME_OBJECTS, false)) {
+        m_gameObjects = std::make_unique<GameObjectPool>(std::move(gameObjects));
+    }
+    if (SmartPointer<DataSection> components = m_section->openSection(COMPONENTS, false)) {
+        m_components = std::make_unique<ComponentPoolStorage>(std::move(components));
+    }
+}
+
+PrefabFormat::~PrefabFormat() = default;
+
+std::uint32_t PrefabFormat::getFormatVersion() const {
+    return m_section ? readNumber<std::uint32_t>(*m_section, m_section->node(), FORMAT_VERSION_NAME, 0, 0) : 0;
+}
+
+void PrefabFormat::setFormatVersion(std::uint32_t version) {
+    writeNumber(m_section->node(), FORMAT_VERSION_NAME, version);
+}
+
+GameObjectPool* PrefabFormat::getGameObjects() { return m_gameObjects.get(); }
+ComponentPoolStorage* PrefabFormat::getComponents() { return m_components.get(); }
+
+GameObjectPool& PrefabFormat::createGameObjectPool() {
+    m_gameObjects = std::make_unique<GameObjectPool>(m_section->newSection(GAME_OBJECTS));
+    return *m_gameObjects;
+}
+
+ComponentPoolStorage& PrefabFormat::createComponentPoolStorage() {
+    m_components = std::make_unique<ComponentPoolStorage>(m_section->newSection(COMPONENTS));
+    return *m_components;
+}
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,153 @@
+#include <object_serialization/property_io.h>
+
+#include <core/formatter.h>
+#include <core/log.h>
+#include <object_serialization/override_records.h>
+
+namespace Kiln {
+
+namespace {
+
+constexpr const char* SOURCE = "object_serialization/property_io";
+
+/// Values nest no deeper in files; what lies deeper is refused instead of exhausting the stack.
+constexpr int MAX_DEPTH = 128;
+
+class PropertyReader {
+public:
+    PropertyReader(const DataSection& document, const std::string& componentName,
+                   const Tessel::DeseriralizeErrorHandler* handler)
+        : m_document(document), m_componentName(componentName), m_handler(handler) {}
+
+    void readObject(DataNode properties, const mirra::BaseStaticMetaObject& metaObject, void* object, int depth) {
+        // Files list properties in the order of their description, so the search starts after the last one found.
+        std::size_t expected = 0;
+        for (DataNode child = properties.firstChild(); child; child = child.nextSibling()) {
+            const mirra::Property* const property = findProperty(metaObject, child.name(), expected);
+            if (!property) {
+                report(LogSeverity::WARNING, child, "is not known and is skipped");
+                continue;
+            }
+            readValue(child, *property->type, property->address(object), depth);
+        }
+    }
+
+private:
+    [[nodiscard]] static const mirra::Property* findProperty(const mirra::BaseStaticMetaObject& metaObject,
+                                                             std::string_view name, std::size_t& expected) {
+        const std::vector<mirra::Property>& properties = metaObject.properties();
+        for (std::size_t i = 0; i < properties.size(); ++i) {
+            const std::size_t place = (expected + i) % properties.size();
+            if (properties[place].name == name) {
+                expected = place + 1;
+                return &properties[place];
+            }
+        }
+        return nullptr;
+    }
+
+    void readValue(DataNode node, const mirra::ValueType& type, void* value, int depth) {
+        if (depth > MAX_DEPTH) {
+            report(LogSeverity::ERROR, node, "is nested too deep and is skipped");
+            return;
+        }
+        switch (type.kind()) {
+        case mirra::ValueKind::SCALAR:
+        case mirra::ValueKind::LINK: {
+            const std::string_view text = node.text(m_scratch);
+            if (!type.parse(type.isWhiteSpaceKept() ? text : trimWhiteSpace(text), value)) {
+                reportUnreadable(node, type, text);
+            }
+            break;
+        }
+        case mirra::ValueKind::VECTOR:
+            type.clearElements(value);
+            for (DataNode element = node.firstChild(); element; element = element.nextSibling()) {
+                if (element.name() == "value") {
+                    readValue(element, *type.elementType(), type.appendElement(value), depth + 1);
+                } else {
+                    report(LogSeverity::WARNING, element, "is not an element of a vector and is skipped");
+                }
+            }
+            break;
+        case mirra::ValueKind::STRUCTURE:
+            if (const mirra::BaseStaticMetaObject* const metaObject = type.metaObject()) {
+                readObject(node, *metaObject, value, depth + 1);
+            } else {
+                report(LogSeverity::ERROR, node, "has a type without description and is skipped");
+            }
+            break;
+        }
+    }
+
+    void report(int severity, DataNode node, const char* problem) const {
+        const std::string text =
+            formatText("Component '%s': property '%s' %s (%s, line %zu)", m_componentName.c_str(),
+                       std::string(node.name()).c_str(), problem, m_document.source().c_str(),
+                       m_document.positionOf(node).line);
+        if (m_handler) {
+            m_handler->callback(m_handler->context + ". " + text);
+        } else {
+            DebugMessageHelper(0, severity, "", SOURCE).message("%s", text.c_str());
+        }
+    }
+
+    void reportUnreadable(DataNode node, const mirra::ValueType& type, std::string_view text) const {
+        report(LogSeverity::ERROR, node,
+               ("can't be read as " + type.name() + " from '" + std::string(text) + "'").c_str());
+    }
+
+    const DataSection& m_document;
+    const std::string& m_componentName;
+    const Tessel::DeseriralizeErrorHandler* m_handler;
+    std::string m_scratch;
+};
+
+void writeValue(DataNode node, const mirra::ValueType& type, void* value) {
+    switch (type.kind()) {
+    case mirra::ValueKind::SCALAR:
+    case mirra::ValueKind::LINK: {
+        std::string text;
+        type.format(value, text);
+        node.setText(text);
+        break;
+    }
+    case mirra::ValueKind::VECTOR:
+        for (std::size_t i = 0; i < type.elementsCount(value); ++i) {
+            writeValue(node.append("value"), *type.elementType(), type.elementAt(value, i));
+        }
+        break;
+    case mirra::ValueKind::STRUCTURE:
+        if (const mirra::BaseStaticMetaObject* const metaObject = type.metaObject()) {
+            for (const mirra::Property& property : metaObject->properties()) {
+                writeValue(node.append(property.name), *property.type, property.address(value));
+            }
+        }
+        break;
+    }
+}
+
+} // namespace
+
+void readProperties(const DataSection& document, DataNode properties, const mirra::ReflectedObject& object,
+                    const std::string& componentName, const Tessel::DeseriralizeErrorHandler* handler) {
+    if (object.metaObject()) {
+        PropertyReader(document, componentName, handler).readObject(properties, *object.metaObject(), object.object(), 0);
+    }
+}
+
+void writeProperties(DataNode properties, const mirra::ReflectedObject& object) {
+    for (std::size_t i = 0; i < object.properties(); ++i) {
+        const mirra::BoundProperty property = object.propertyAt(i);
+        writeValue(properties.append(property.name()), property.type(), property.value());
+    }
+}
+
+void applyOverrides(const ComponentOverrideRecords& overrides, const mirra::ReflectedObject& object,
+                    const std::string& componentName) {
+    for (const SmartPointer<DataSection>& properties : overrides.properties()) {
+        readProperties(*properties, properties->node(), object, componentName);
+    }
+}
+
+} // namespace Kiln

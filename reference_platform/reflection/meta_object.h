@@ -1,0 +1,142 @@
+#pragma once
+
+#include <core/assertions.h>
+#include <core/non_copyable.h>
+#include <reflection/annotations.h>
+#include <reflection/export.h>
+#include <reflection/scalar_value_types.h>
+#include <reflection/structure_value_type.h>
+#include <reflection/value_type.h>
+#include <reflection/vector_value_type.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <typeindex>
+#include <typeinfo>
+#include <utility>
+#include <vector>
+
+namespace mirra {
+
+/// A reflected member of a type.
+struct Property {
+    std::string name;
+    Annotations annotations;
+    const ValueType* type;
+    void* (*address)(void* object); ///< The member's value inside an object of the type.
+};
+
+/// The description of one C++ type: its name, annotations and properties, in the order in which they were added.
+/// Built once (StaticMetaObjectBuilder), then immutable; owned by MetaObjectManager.
+class KILN_REFLECTION_EXPORT BaseStaticMetaObject : Kiln::NonCopyable {
+public:
+    BaseStaticMetaObject(std::type_index type, std::string name, Annotations annotations);
+    virtual ~BaseStaticMetaObject();
+
+    [[nodiscard]] std::type_index type() const noexcept { return m_type; }
+    [[nodiscard]] const std::string& name() const noexcept { return m_name; }
+    [[nodiscard]] const Annotations& annotations() const noexcept { return m_annotations; }
+    [[nodiscard]] const std::vector<Property>& properties() const noexcept { return m_properties; }
+
+    /// Null when there is none of that name.
+    [[nodiscard]] const Property* findProperty(std::string_view name) const noexcept;
+
+    /// Whether an object of the type holds a link at any depth. A structure in it counts once it has been described;
+    /// the answer is remembered when all of them are.
+    [[nodiscard]] bool containsLinks() const;
+
+    void addProperty(Property property);
+
+private:
+    std::type_index m_type;
+    std::string m_name;
+    Annotations m_annotations;
+    std::vector<Property> m_properties;
+
+    enum class LinkState : unsigned char { UNKNOWN, NO_LINKS, LINKS };
+    /// Remembers containsLinks(). Relaxed: the answer stands for itself and publishes nothing else.
+    mutable std::atomic<LinkState> m_linkState{LinkState::UNKNOWN};
+};
+
+/// The description of T.
+template <class T>
+class StaticMetaObject final : public BaseStaticMetaObject {
+public:
+    explicit StaticMetaObject(std::string name, Annotations annotations = {})
+        : BaseStaticMetaObject(typeid(T), std::move(name), std::move(annotations)) {}
+
+    /// `Member` is a pointer to a data member, or to a member function that returns a reference to one.
+    template <auto Member>
+    void addProperty(std::string name, Annotations annotations = {}) {
+        using Value = std::remove_cvref_t<std::invoke_result_t<decltype(Member), T&>>;
+        BaseStaticMetaObject::addProperty(
+            {std::move(name), std::move(annotations), &valueType<Value>(),
+             [](void* object) -> void* { return const_cast<Value*>(&std::invoke(Member, *static_cast<T*>(object))); }});
+    }
+};
+
+/// Process-wide register of descriptions. Any thread; descriptions stay until the process ends.
+class KILN_REFLECTION_EXPORT MetaObjectManager : Kiln::NonCopyable {
+public:
+    static MetaObjectManager& instance();
+
+    /// Takes a description over. The first one of a type stays: a later one is dropped.
+    const BaseStaticMetaObject& registerType(std::unique_ptr<BaseStaticMetaObject> metaObject);
+
+    /// Null when the type has no description.
+    [[nodiscard]] const BaseStaticMetaObject* findType(std::type_index type) const;
+    [[nodiscard]] const BaseStaticMetaObject* findType(std::string_view name) const;
+
+private:
+    MetaObjectManager();
+    ~MetaObjectManager();
+
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+/// Describes a type and registers the description when finish() is called. Annotations can be put on all properties
+/// of a scope with pushAnnotations and popAnnotations.
+///
+///     StaticMetaObjectBuilder<Lamp::Config> lamp("Lamp::Config");
+///     lamp.addProperty<&Lamp::Config::colour>("colour");
+///     lamp.finish();
+template <class T>
+class StaticMetaObjectBuilder : Kiln::NonCopyable {
+public:
+    explicit StaticMetaObjectBuilder(std::string name, Annotations annotations = {})
+        : m_metaObject(std::make_unique<StaticMetaObject<T>>(std::move(name), std::move(annotations))) {}
+
+    void pushAnnotations(Annotations annotations) { annotations_.push_back(std::move(annotations)); }
+    /// One too many is reported by finish().
+    void popAnnotations() {
+        if (!annotations_.empty()) {
+            annotations_.pop_back();
+        }
+    }
+
+    template <auto Member>
+    StaticMetaObjectBuilder& addProperty(std::string name, Annotations annotations = {}) {
+        for (const Annotations& scope : annotations_) {
+            annotations.add(scope);
+        }
+        m_metaObject->template addProperty<Member>(std::move(name), std::move(annotations));
+        return *this;
+    }
+
+    /// Registers the description. Asserts that as many annotations were popped as pushed. The builder is empty then.
+    const BaseStaticMetaObject& finish() {
+        KILN_ASSERT(annotations_.size() == 1, "Missing META_POP", "shared_libs/reflection/static_meta_object", 322);
+        return MetaObjectManager::instance().registerType(std::move(m_metaObject));
+    }
+
+private:
+    std::unique_ptr<StaticMetaObject<T>> m_metaObject;
+    std::vector<Annotations> annotations_{Annotations()}; ///< Named as the assertion on it reports.
+};
+
+} // namespace mirra

@@ -1,0 +1,180 @@
+#include <reflection/scalar_value_types.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <concepts>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <type_traits>
+#include <typeinfo>
+#include <utility>
+
+namespace mirra {
+
+namespace {
+
+// How each scalar is read, written and compared: overloads that ScalarValueType picks by the type of the value.
+
+bool parseScalar(std::string_view text, bool& value) {
+    if (text == "true" || text == "1") {
+        value = true;
+        return true;
+    }
+    if (text == "false" || text == "0") {
+        value = false;
+        return true;
+    }
+    return false;
+}
+
+template <class Number>
+    requires std::is_arithmetic_v<Number>
+bool parseScalar(std::string_view text, Number& value) {
+    Number number{};
+    const char* const end = text.data() + text.size();
+    const auto [position, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || position != end) {
+        return false;
+    }
+    value = number;
+    return true;
+}
+
+bool parseScalar(std::string_view text, std::string& value) {
+    value = text;
+    return true;
+}
+
+template <class T>
+concept ReadableFromString = requires(std::string_view text) {
+    { T::fromString(text) } -> std::same_as<std::optional<T>>;
+};
+
+template <ReadableFromString T>
+bool parseScalar(std::string_view text, T& value) {
+    const std::optional<T> result = T::fromString(text);
+    if (!result) {
+        return false;
+    }
+    value = *result;
+    return true;
+}
+
+void formatScalar(bool value, std::string& text) {
+    text += value ? "true" : "false";
+}
+
+template <class Number>
+    requires std::is_arithmetic_v<Number>
+void formatScalar(Number value, std::string& text) {
+    if constexpr (std::is_floating_point_v<Number>) {
+        // to_chars would tell the sign of a NaN.
+        if (std::isnan(value)) {
+            text += "nan";
+            return;
+        }
+    }
+    // The longest text is that of the double -2.2250738585072014e-308.
+    std::array<char, 32> buffer;
+    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+    text.append(buffer.data(), end);
+}
+
+void formatScalar(const std::string& value, std::string& text) {
+    text += value;
+}
+
+template <ReadableFromString T>
+void formatScalar(const T& value, std::string& text) {
+    text += value.toString();
+}
+
+template <class T>
+bool isScalarEqual(const T& a, const T& b) {
+    return a == b;
+}
+
+template <std::floating_point T>
+bool isScalarEqual(const T& a, const T& b) {
+    return (a == b && std::signbit(a) == std::signbit(b)) || (std::isnan(a) && std::isnan(b));
+}
+
+bool isScalarEqual(const Kiln::Matrix& a, const Kiln::Matrix& b) {
+    return std::equal(a.values.begin(), a.values.end(), b.values.begin(),
+                      [](float x, float y) { return isScalarEqual(x, y); });
+}
+
+template <class T>
+class ScalarValueType final : public ValueType {
+public:
+    explicit ScalarValueType(std::string name) : ValueType(ValueKind::SCALAR, typeid(T), std::move(name)) {}
+
+    bool isWhiteSpaceKept() const noexcept override { return std::is_same_v<T, std::string>; }
+
+    bool parse(std::string_view text, void* value) const override { return parseScalar(text, *static_cast<T*>(value)); }
+
+    void format(const void* value, std::string& text) const override {
+        formatScalar(*static_cast<const T*>(value), text);
+    }
+
+    bool isEqual(const void* a, const void* b) const override {
+        return isScalarEqual(*static_cast<const T*>(a), *static_cast<const T*>(b));
+    }
+};
+
+/// Never destroyed: descriptions in every library refer to it until the process ends.
+template <class T>
+const ValueType& scalarValueType(const char* name) {
+    static const ValueType* const instance = new ScalarValueType<T>(name);
+    return *instance;
+}
+
+} // namespace
+
+const ValueType& ValueTypeOf<bool>::get() {
+    return scalarValueType<bool>("bool");
+}
+const ValueType& ValueTypeOf<std::int8_t>::get() {
+    return scalarValueType<std::int8_t>("int8");
+}
+const ValueType& ValueTypeOf<std::int16_t>::get() {
+    return scalarValueType<std::int16_t>("int16");
+}
+const ValueType& ValueTypeOf<std::int32_t>::get() {
+    return scalarValueType<std::int32_t>("int32");
+}
+const ValueType& ValueTypeOf<std::int64_t>::get() {
+    return scalarValueType<std::int64_t>("int64");
+}
+const ValueType& ValueTypeOf<std::uint8_t>::get() {
+    return scalarValueType<std::uint8_t>("uint8");
+}
+const ValueType& ValueTypeOf<std::uint16_t>::get() {
+    return scalarValueType<std::uint16_t>("uint16");
+}
+const ValueType& ValueTypeOf<std::uint32_t>::get() {
+    return scalarValueType<std::uint32_t>("uint32");
+}
+const ValueType& ValueTypeOf<std::uint64_t>::get() {
+    return scalarValueType<std::uint64_t>("uint64");
+}
+const ValueType& ValueTypeOf<float>::get() {
+    return scalarValueType<float>("float");
+}
+const ValueType& ValueTypeOf<double>::get() {
+    return scalarValueType<double>("double");
+}
+const ValueType& ValueTypeOf<std::string>::get() {
+    return scalarValueType<std::string>("string");
+}
+const ValueType& ValueTypeOf<Kiln::Uuid>::get() {
+    return scalarValueType<Kiln::Uuid>("Uuid");
+}
+const ValueType& ValueTypeOf<Kiln::Matrix>::get() {
+    return scalarValueType<Kiln::Matrix>("Matrix");
+}
+
+} // namespace mirra

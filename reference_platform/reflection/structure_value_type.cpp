@@ -1,0 +1,49 @@
+#include <reflection/structure_value_type.h>
+
+#include <reflection/meta_object.h>
+#include <reflection/reflected_object.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include <cxxabi.h>
+
+namespace mirra {
+
+namespace {
+
+std::string readableName(std::type_index type) {
+    int status = 0;
+    const std::unique_ptr<char, void (*)(void*)> name(abi::__cxa_demangle(type.name(), nullptr, nullptr, &status),
+                                                      std::free);
+    return status == 0 ? name.get() : type.name();
+}
+
+} // namespace
+
+StructureValueType::StructureValueType(std::type_index type)
+    : ValueType(ValueKind::STRUCTURE, type, readableName(type)) {}
+
+StructureValueType::~StructureValueType() = default;
+
+const BaseStaticMetaObject* StructureValueType::metaObject() const {
+    const BaseStaticMetaObject* metaObject = m_metaObject.load(std::memory_order_acquire);
+    if (!metaObject) {
+        metaObject = MetaObjectManager::instance().findType(type());
+        m_metaObject.store(metaObject, std::memory_order_release);
+    }
+    return metaObject;
+}
+
+bool StructureValueType::containsLinks() const {
+    const BaseStaticMetaObject* description = metaObject();
+    return description && description->containsLinks();
+}
+
+bool StructureValueType::isEqual(const void* a, const void* b) const {
+    const BaseStaticMetaObject* description = metaObject();
+    return !description || arePropertiesEqual(*description, a, b);
+}
+
+} // namespace mirra

@@ -1,0 +1,201 @@
+#include <resource/data_document.h>
+
+#include <core/log.h>
+
+#include <cstddef>
+#include <cstring>
+#include <new>
+#include <string>
+#include <utility>
+
+namespace Kiln {
+
+namespace {
+
+constexpr const char* SOURCE = "reference_platform/resource/data_document";
+
+// Ends of line are not normalised: strings are kept byte for byte. Fragments are let through so that text outside the
+// root shows up in the tree, and is rejected, instead of being skipped. Text embedded in its element saves a node for
+// nearly every value.
+constexpr unsigned PARSE_OPTIONS =
+    pugi::parse_cdata | pugi::parse_escapes | pugi::parse_fragment | pugi::parse_embed_pcdata;
+
+// Explicit end tags for empty elements, as in <overridesData></overridesData>.
+constexpr unsigned SAVE_OPTIONS =
+    pugi::format_indent | pugi::format_no_declaration | pugi::format_no_empty_element_tags;
+
+constexpr std::string_view DECLARATION = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+
+/// Whether comments, CDATA sections or processing instructions may split the text of some element into several pieces.
+bool canTextBeSplit(std::string_view text) {
+    // Nearly every file starts with a declaration, which splits nothing.
+    constexpr std::string_view DECLARATION_START = "<?xml";
+    const std::size_t start = text.starts_with(DECLARATION_START) ? DECLARATION_START.size() : 0;
+    for (const char mark : {'!', '?'}) {
+        std::size_t position = start;
+        while ((position = text.find(mark, position)) != std::string_view::npos) {
+            if (position > 0 && text[position - 1] == '<') {
+                return true;
+            }
+            ++position;
+        }
+    }
+    return false;
+}
+
+constexpr const char* WHITE_SPACE = " \t\r\n";
+
+bool isWhiteSpace(const char* text) {
+    return text[std::strspn(text, WHITE_SPACE)] == '\0';
+}
+
+pugi::xml_node elementChild(pugi::xml_node node) {
+    pugi::xml_node child = node.first_child();
+    while (child && child.type() != pugi::node_element) {
+        child = child.next_sibling();
+    }
+    return child;
+}
+
+void removeWhiteSpaceTexts(pugi::xml_node parent) {
+    // Only where there is an embedded value does text() stand for it; elsewhere for the first text child.
+    if (*parent.value() != '\0' && isWhiteSpace(parent.value())) {
+        parent.text().set("");
+    }
+    for (pugi::xml_node child = parent.first_child(); child;) {
+        const pugi::xml_node next = child.next_sibling();
+        if (child.type() == pugi::node_pcdata && isWhiteSpace(child.value())) {
+            parent.remove_child(child);
+        }
+        child = next;
+    }
+}
+
+class StringWriter final : public pugi::xml_writer {
+public:
+    explicit StringWriter(std::string& text) : m_text(text) {}
+    void write(const void* data, std::size_t size) override { m_text.append(static_cast<const char*>(data), size); }
+
+private:
+    std::string& m_text;
+};
+
+} // namespace
+
+DataDocument::DataDocument(std::string_view rootName) {
+    pugi::xml_node root = m_tree.append_child(pugi::node_element);
+    if (!root.set_name(std::string(rootName).c_str())) {
+        throw std::bad_alloc();
+    }
+}
+
+DataDocument::DataDocument(FileContent content, std::string source)
+    : m_content(std::move(content)), m_lines(m_content.text()), m_source(std::move(source)) {}
+
+DataDocument::~DataDocument() = default;
+
+SmartPointer<DataDocument> DataDocument::parse(FileContent content, std::string source) {
+    auto document = SmartPointer<DataDocument>::adopt(new DataDocument(std::move(content), std::move(source)));
+    return document->parseContent() ? document : nullptr;
+}
+
+bool DataDocument::parseContent() {
+    const std::string_view text = m_content.text();
+    const std::size_t nul = text.find('\0');
+    if (nul != std::string_view::npos) {
+        reportError(nul, "NUL byte, not a text file");
+        return false;
+    }
+
+    // A piece of text that is only white space belongs to a value or lies between elements. Where every text is in one
+    // piece the parser can tell; elsewhere it keeps them all, and those between elements go afterwards.
+    const bool isTextSplit = canTextBeSplit(text);
+    const unsigned spaceOption = isTextSplit ? pugi::parse_ws_pcdata : pugi::parse_ws_pcdata_single;
+    // With the NUL the parser sees every byte of the content; without, it would use the last one as its sentinel.
+    const pugi::xml_parse_result result = m_tree.load_buffer_inplace(m_content.bytes.get(), m_content.size + 1,
+                                                                     PARSE_OPTIONS | spaceOption, pugi::encoding_utf8);
+    if (result.status == pugi::status_out_of_memory) {
+        throw std::bad_alloc();
+    }
+    if (!result) {
+        reportError(static_cast<std::size_t>(result.offset), result.description());
+        return false;
+    }
+    if (!checkTopLevel()) {
+        return false;
+    }
+    if (isTextSplit) {
+        removeSpaceBetweenElements();
+    }
+    return true;
+}
+
+bool DataDocument::checkTopLevel() const {
+    bool hasRoot = false;
+    for (const pugi::xml_node node : m_tree.children()) {
+        const auto offset = static_cast<std::size_t>(node.offset_debug());
+        if (node.type() == pugi::node_element) {
+            if (hasRoot) {
+                reportError(offset - 1, "More than one root element");
+                return false;
+            }
+            hasRoot = true;
+        } else if (node.type() == pugi::node_cdata || !isWhiteSpace(node.value())) {
+            reportError(offset + std::strspn(node.value(), WHITE_SPACE), "Text outside the root element");
+            return false;
+        }
+    }
+    if (!hasRoot) {
+        reportError(m_content.size, "No root element");
+    }
+    return hasRoot;
+}
+
+void DataDocument::removeSpaceBetweenElements() {
+    removeWhiteSpaceTexts(m_tree);
+    // Depth first along the links of the tree: documents can be nested deeper than the stack would allow.
+    const pugi::xml_node root = elementChild(m_tree);
+    pugi::xml_node element = root;
+    while (element) {
+        if (const pugi::xml_node child = elementChild(element)) {
+            removeWhiteSpaceTexts(element);
+            element = child;
+            continue;
+        }
+        while (element != root && !DataNode(element.internal_object()).nextSibling()) {
+            element = element.parent();
+        }
+        if (element == root) {
+            break;
+        }
+        do {
+            element = element.next_sibling();
+        } while (element.type() != pugi::node_element);
+    }
+}
+
+void DataDocument::reportError(std::size_t offset, const char* description) const {
+    const DataPosition position = m_lines.positionAt(offset);
+    DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
+        .message("XML error in '%s' at line %zu, column %zu: %s", m_source.c_str(), position.line, position.column,
+                 description);
+}
+
+DataNode DataDocument::root() const {
+    return DataNode(elementChild(m_tree).internal_object());
+}
+
+DataPosition DataDocument::positionOf(DataNode node) const {
+    const std::ptrdiff_t offset = node.offset();
+    // The offset is that of the name, the tag begins one byte before.
+    return offset < 1 ? DataPosition() : m_lines.positionAt(static_cast<std::size_t>(offset) - 1);
+}
+
+std::string DataDocument::toText() const {
+    std::string text(DECLARATION);
+    StringWriter writer(text);
+    m_tree.save(writer, "\t", SAVE_OPTIONS, pugi::encoding_utf8);
+    return text;
+}
+
+} // namespace Kiln

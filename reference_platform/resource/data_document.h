@@ -1,0 +1,52 @@
+#pragma once
+
+#include <core/safe_reference_count.h>
+#include <core/smart_pointer.h>
+#include <resource/data_node.h>
+#include <resource/data_section.h>
+#include <resource/file_content.h>
+#include <resource/line_table.h>
+
+#include <string>
+#include <string_view>
+
+#include <pugixml.hpp>
+
+namespace Kiln {
+
+/// The XML tree that the sections of one document share. It has one root element, and white space between elements is
+/// not kept: the text of an element that has children holds more than white space, or nothing.
+///
+/// Ownership: shared by its sections. Threads: as DataSection.
+class DataDocument final : public SafeReferenceCount {
+public:
+    /// A document in memory with just a root element.
+    explicit DataDocument(std::string_view rootName);
+
+    /// Parses `content`, which the tree then lives in. Null, with an error in the log, when it is not well formed.
+    [[nodiscard]] static SmartPointer<DataDocument> parse(FileContent content, std::string source);
+
+    [[nodiscard]] DataNode root() const;
+    [[nodiscard]] const std::string& source() const noexcept { return m_source; }
+
+    /// Where the element's start tag begins.
+    [[nodiscard]] DataPosition positionOf(DataNode node) const;
+
+    [[nodiscard]] std::string toText() const;
+
+private:
+    DataDocument(FileContent content, std::string source);
+    ~DataDocument() override;
+
+    [[nodiscard]] bool parseContent();
+    [[nodiscard]] bool checkTopLevel() const;
+    void removeSpaceBetweenElements();
+    void reportError(std::size_t offset, const char* description) const;
+
+    FileContent m_content; ///< Names and texts of the tree point into it, so it is destroyed last.
+    LineTable m_lines;     ///< Of the content as it was before parsing changed it in place.
+    std::string m_source;
+    pugi::xml_document m_tree;
+};
+
+} // namespace Kiln

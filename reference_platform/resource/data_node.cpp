@@ -1,0 +1,135 @@
+#include <resource/data_node.h>
+
+#include <core/log.h>
+
+#include <new>
+#include <string>
+#include <utility>
+
+#include <pugixml.hpp>
+
+namespace Kiln {
+
+namespace {
+
+constexpr const char* SOURCE = "reference_platform/resource/data_node";
+
+DataNode elementAtOrAfter(pugi::xml_node node) noexcept {
+    while (node && node.type() != pugi::node_element) {
+        node = node.next_sibling();
+    }
+    return DataNode(node.internal_object());
+}
+
+bool isText(pugi::xml_node node) noexcept {
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+void removeTextChildren(pugi::xml_node element) {
+    for (pugi::xml_node child = element.first_child(); child;) {
+        const pugi::xml_node next = child.next_sibling();
+        if (isText(child)) {
+            element.remove_child(child);
+        }
+        child = next;
+    }
+}
+
+} // namespace
+
+std::string_view DataNode::name() const noexcept {
+    return pugi::xml_node(m_element).name();
+}
+
+DataNode DataNode::firstChild() const noexcept {
+    return elementAtOrAfter(pugi::xml_node(m_element).first_child());
+}
+
+DataNode DataNode::nextSibling() const noexcept {
+    return elementAtOrAfter(pugi::xml_node(m_element).next_sibling());
+}
+
+DataNode DataNode::child(std::string_view name) const noexcept {
+    DataNode child = firstChild();
+    while (child && child.name() != name) {
+        child = child.nextSibling();
+    }
+    return child;
+}
+
+std::size_t DataNode::childrenCount() const noexcept {
+    std::size_t count = 0;
+    for (DataNode child = firstChild(); child; child = child.nextSibling()) {
+        ++count;
+    }
+    return count;
+}
+
+std::string_view DataNode::text(std::string& scratch) const {
+    // The first piece is embedded in the element itself, unless it is CDATA or follows a child.
+    const pugi::xml_node element(m_element);
+    std::string_view text = element.value();
+    bool isInScratch = false;
+    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+        if (!isText(child)) {
+            continue;
+        }
+        const std::string_view piece = child.value();
+        if (text.empty()) {
+            text = piece;
+            continue;
+        }
+        if (!isInScratch) {
+            scratch.assign(text);
+            isInScratch = true;
+        }
+        scratch.append(piece);
+        text = scratch;
+    }
+    return text;
+}
+
+std::string DataNode::text() const {
+    std::string scratch;
+    const std::string_view text = this->text(scratch);
+    return text.data() == scratch.data() ? std::move(scratch) : std::string(text);
+}
+
+DataNode DataNode::append(std::string_view name) const {
+    if (!m_element) {
+        return {};
+    }
+    pugi::xml_node child = pugi::xml_node(m_element).append_child(pugi::node_element);
+    if (!child.set_name(std::string(name).c_str())) {
+        throw std::bad_alloc();
+    }
+    return DataNode(child.internal_object());
+}
+
+void DataNode::setText(std::string_view text) const {
+    if (!m_element) {
+        return;
+    }
+    // A copy, because the text may be a view of the one that is replaced.
+    std::string newText(text);
+    if (std::erase(newText, '\0') > 0) {
+        DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
+            .message("NUL bytes are left out of the text of '%s': XML has no form for them", name().data());
+    }
+
+    const pugi::xml_node element(m_element);
+    removeTextChildren(element);
+    const bool isTextEmpty = *element.value() == '\0';
+    if (newText.empty() && isTextEmpty) {
+        return;
+    }
+    if (!element.text().set(newText.data(), newText.size())) {
+        throw std::bad_alloc();
+    }
+}
+
+std::ptrdiff_t DataNode::offset() const noexcept {
+    return pugi::xml_node(m_element).offset_debug();
+}
+
+} // namespace Kiln

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <resource/export.h>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace pugi {
+struct xml_node_struct;
+}
+
+namespace Kiln {
+
+/// A cursor on one element of a data document: the light, non-owning sibling of DataSection for code that walks many
+/// elements. Valid while some DataSection of the document lives. A null cursor answers every question with nothing.
+///
+/// Threads: as DataSection.
+class KILN_RESOURCE_EXPORT DataNode {
+public:
+    constexpr DataNode() noexcept = default;
+    constexpr explicit DataNode(pugi::xml_node_struct* element) noexcept : m_element(element) {}
+
+    constexpr explicit operator bool() const noexcept { return m_element != nullptr; }
+    friend constexpr bool operator==(DataNode, DataNode) noexcept = default;
+
+    [[nodiscard]] std::string_view name() const noexcept;
+
+    /// Child elements; text, comments and the like between them are passed over.
+    [[nodiscard]] DataNode firstChild() const noexcept;
+    [[nodiscard]] DataNode nextSibling() const noexcept;
+
+    /// The first child element of that name; null when there is none.
+    [[nodiscard]] DataNode child(std::string_view name) const noexcept;
+
+    /// Number of child elements. Linear.
+    [[nodiscard]] std::size_t childrenCount() const noexcept;
+
+    /// The element's own text (character data and CDATA in order, comments left out), byte for byte; of an element
+    /// that has children, without the pieces that are only white space. The view lies in the document when the text is
+    /// in one piece, otherwise in `scratch`; it is valid until either is changed.
+    [[nodiscard]] std::string_view text(std::string& scratch) const;
+    [[nodiscard]] std::string text() const;
+
+    /// Appends a new child element. `name` must be a valid XML name.
+    DataNode append(std::string_view name) const;
+
+    /// Replaces the element's text, which may be a view of the old one. NUL bytes, which XML has no form for, are left
+    /// out with an error in the log.
+    void setText(std::string_view text) const;
+
+    /// Byte offset of the element's name in the text that was parsed; negative for elements made by append().
+    [[nodiscard]] std::ptrdiff_t offset() const noexcept;
+
+private:
+    pugi::xml_node_struct* m_element = nullptr;
+};
+
+} // namespace Kiln

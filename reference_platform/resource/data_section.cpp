@@ -1,0 +1,215 @@
+#include <resource/data_section.h>
+
+#include <core/log.h>
+#include <resource/data_document.h>
+#include <resource/file_content.h>
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <optional>
+#include <utility>
+
+namespace Kiln {
+
+namespace {
+
+constexpr const char* SOURCE = "reference_platform/resource/data_section";
+
+SmartPointer<DataSection> makeRootSection(SmartPointer<DataDocument> document) {
+    if (!document) {
+        return nullptr;
+    }
+    const DataNode root = document->root();
+    return makeSmart<DataSection>(std::move(document), root);
+}
+
+template <class Number>
+std::optional<Number> parseNumber(std::string_view text) {
+    Number number{};
+    const char* const end = text.data() + text.size();
+    const auto [position, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && position == end ? std::optional(number) : std::nullopt;
+}
+
+std::optional<bool> parseBool(std::string_view text) {
+    if (text == "true" || text == "1") {
+        return true;
+    }
+    if (text == "false" || text == "0") {
+        return false;
+    }
+    return std::nullopt;
+}
+
+/// A child's text, trimmed, as `parse` reads it.
+template <class Value, class Parse>
+Value readValue(DataNode parent, std::string_view name, const Value& defaultValue, Parse parse) {
+    const DataNode child = parent.child(name);
+    if (!child) {
+        return defaultValue;
+    }
+    std::string scratch;
+    return parse(trimWhiteSpace(child.text(scratch))).value_or(defaultValue);
+}
+
+/// The shortest text that reads back to the same number.
+template <class Number>
+std::string formatNumber(Number number) {
+    // The longest text is that of the double -2.2250738585072014e-308.
+    std::array<char, 32> buffer;
+    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
+    return std::string(buffer.data(), end);
+}
+
+void writeText(DataNode parent, std::string_view name, std::string_view text) {
+    DataNode child = parent.child(name);
+    if (!child) {
+        child = parent.append(name);
+    }
+    child.setText(text);
+}
+
+} // namespace
+
+SmartPointer<DataSection> DataSection::create(std::string_view rootName) {
+    return makeRootSection(makeSmart<DataDocument>(rootName));
+}
+
+SmartPointer<DataSection> DataSection::fromText(std::string_view text, std::string sourceName) {
+    return makeRootSection(DataDocument::parse(FileContent::copyOf(text), std::move(sourceName)));
+}
+
+SmartPointer<DataSection> DataSection::fromFile(const std::string& fileName, std::string sourceName,
+                                                bool reportMissing) {
+    FileContent content;
+    std::string problem;
+    switch (readFile(fileName, content, problem)) {
+    case ReadResult::SUCCESS:
+        return makeRootSection(DataDocument::parse(std::move(content), std::move(sourceName)));
+    case ReadResult::MISSING:
+        if (reportMissing) {
+            DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE).message("File not found: '%s'", sourceName.c_str());
+        }
+        return nullptr;
+    case ReadResult::FAILURE:
+        break;
+    }
+    DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
+        .message("Cannot read '%s': %s", sourceName.c_str(), problem.c_str());
+    return nullptr;
+}
+
+DataSection::DataSection(SmartPointer<DataDocument> document, DataNode node)
+    : m_document(std::move(document)), m_node(node) {}
+
+DataSection::DataSection(const DataSection& section, DataNode node) : m_document(section.m_document), m_node(node) {}
+
+DataSection::~DataSection() = default;
+
+SmartPointer<DataSection> DataSection::openSection(std::string_view name, bool create) const {
+    const DataNode child = m_node.child(name);
+    if (!child) {
+        return create ? newSection(name) : nullptr;
+    }
+    return makeSmart<DataSection>(m_document, child);
+}
+
+SmartPointer<DataSection> DataSection::newSection(std::string_view name) const {
+    return makeSmart<DataSection>(m_document, m_node.append(name));
+}
+
+SmartPointer<DataSection> DataSection::Iterator::operator*() const {
+    return makeSmart<DataSection>(m_parent->m_document, m_node);
+}
+
+std::string DataSection::readString(std::string_view name, std::string_view defaultValue) const {
+    const DataNode child = m_node.child(name);
+    return child ? child.text() : std::string(defaultValue);
+}
+
+bool DataSection::readBool(std::string_view name, bool defaultValue) const {
+    return readValue(m_node, name, defaultValue, parseBool);
+}
+
+std::int64_t DataSection::readInt64(std::string_view name, std::int64_t defaultValue) const {
+    return readValue(m_node, name, defaultValue, parseNumber<std::int64_t>);
+}
+
+std::uint64_t DataSection::readUInt64(std::string_view name, std::uint64_t defaultValue) const {
+    return readValue(m_node, name, defaultValue, parseNumber<std::uint64_t>);
+}
+
+double DataSection::readDouble(std::string_view name, double defaultValue) const {
+    return readValue(m_node, name, defaultValue, parseNumber<double>);
+}
+
+Uuid DataSection::readUuid(std::string_view name, const Uuid& defaultValue) const {
+    return readValue(m_node, name, defaultValue, Uuid::fromString);
+}
+
+Matrix DataSection::readMatrix(std::string_view name, const Matrix& defaultValue) const {
+    return readValue(m_node, name, defaultValue, Matrix::fromString);
+}
+
+void DataSection::writeString(std::string_view name, std::string_view value) const {
+    writeText(m_node, name, value);
+}
+
+void DataSection::writeBool(std::string_view name, bool value) const {
+    writeText(m_node, name, value ? "true" : "false");
+}
+
+void DataSection::writeInt64(std::string_view name, std::int64_t value) const {
+    writeText(m_node, name, formatNumber(value));
+}
+
+void DataSection::writeUInt64(std::string_view name, std::uint64_t value) const {
+    writeText(m_node, name, formatNumber(value));
+}
+
+void DataSection::writeDouble(std::string_view name, double value) const {
+    // to_chars tells the sign of a NaN, which nobody wants to read.
+    writeText(m_node, name, std::isnan(value) ? "nan" : formatNumber(value));
+}
+
+void DataSection::writeUuid(std::string_view name, const Uuid& value) const {
+    writeText(m_node, name, value.toString());
+}
+
+void DataSection::writeMatrix(std::string_view name, const Matrix& value) const {
+    writeText(m_node, name, value.toString());
+}
+
+const std::string& DataSection::source() const noexcept {
+    return m_document->source();
+}
+
+DataPosition DataSection::positionOf(DataNode node) const {
+    return m_document->positionOf(node);
+}
+
+std::string DataSection::toText() const {
+    return m_document->toText();
+}
+
+bool DataSection::saveFile(const std::string& fileName) const {
+    std::string problem;
+    if (replaceFile(fileName, toText(), problem)) {
+        return true;
+    }
+    DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
+        .message("Cannot write '%s': %s", fileName.c_str(), problem.c_str());
+    return false;
+}
+
+std::string_view trimWhiteSpace(std::string_view text) noexcept {
+    constexpr std::string_view WHITE_SPACE = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(WHITE_SPACE);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(WHITE_SPACE) - first + 1);
+}
+
+} // namespace Kiln

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <core/non_copyable.h>
+#include <core/smart_pointer.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace Kiln::Tessel {
+
+struct DescriptorCacheData;
+
+/// 64-bit FNV-1a (Fowler, Noll, Vo) over the bytes of a path.
+struct PathHash {
+    [[nodiscard]] constexpr std::size_t operator()(std::string_view path) const noexcept {
+        std::uint64_t hash = 0xcbf29ce484222325ULL;
+        for (const char byte : path) {
+            hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3ULL;
+        }
+        return hash;
+    }
+};
+
+/// The map of the prefab cache: entries by path, compared byte for byte.
+///
+/// Threads: every operation is atomic. The lock inside guards the map alone and is held just for the operation; no
+/// other lock is taken under it. It lets the main thread look at the map without waiting for the service's cache
+/// mutex, which workers hold while they parse.
+class PrefabCache : NonCopyable {
+public:
+    using Entry = SmartPointer<DescriptorCacheData>;
+
+    PrefabCache();
+    ~PrefabCache();
+
+    /// Null when the path has no entry.
+    [[nodiscard]] Entry find(const std::string& path) const;
+
+    /// Adds the entry unless the path has one. Returns the path's entry and whether it is the new one.
+    std::pair<Entry, bool> insert(const std::string& path, Entry entry);
+
+    void erase(const std::string& path);
+    void clear();
+
+    /// A copy of the map's content, in its iteration order.
+    [[nodiscard]] std::vector<std::pair<std::string, Entry>> entries() const;
+
+private:
+    mutable std::mutex m_mutex; ///< Guards m_entries.
+    std::unordered_map<std::string, Entry, PathHash> m_entries{8};
+};
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,44 @@
+#include <tessel_asset_loading/detail/reporting.h>
+
+#include <core/formatter.h>
+#include <core/log.h>
+
+#include <cstdarg>
+
+namespace Kiln::Tessel::Report {
+
+namespace {
+
+void write(int severity, const std::string& text) {
+    DebugMessageHelper(0, severity, "", "tessel_asset_loading").message("%s", text.c_str());
+}
+
+} // namespace
+
+void error(const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    const std::string text = formatTextList(format, arguments);
+    va_end(arguments);
+    write(LogSeverity::ERROR, text);
+}
+
+void warning(const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    const std::string text = formatTextList(format, arguments);
+    va_end(arguments);
+    write(LogSeverity::WARNING, text);
+}
+
+void nestingTooDeep() {
+    error("Nested prefabs depth has exceeded limit. It can be result of recursive references.");
+}
+
+void componentTypeNotRegistered() { error("Component with provided type is not registered in the library"); }
+
+void invalidNodeIndex(std::size_t id, std::size_t nodesCount) {
+    error("Invalid Game Object Hierarchy node index. [%lu] >= [%lu]", id, nodesCount);
+}
+
+} // namespace Kiln::Tessel::Report

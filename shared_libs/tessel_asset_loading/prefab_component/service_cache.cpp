@@ -1,0 +1,118 @@
+#include <tessel_asset_loading/prefab_service.h>
+
+#include <core/stack_tracker.h>
+#include <tessel_asset_loading/detail/prefab_cache.h>
+#include <tessel_asset_loading/detail/reporting.h>
+#include <tessel_asset_loading/prefab_component.h>
+
+namespace Kiln::Tessel {
+
+DescriptorCacheData::DescriptorCacheData() : pendingWorlds(8) {}
+DescriptorCacheData::~DescriptorCacheData() = default;
+
+PrefabService::PrefabService() : m_prefabCache(std::make_unique<PrefabCache>()) {}
+PrefabService::~PrefabService() = default;
+
+void PrefabService::init() { prefab_component(); }
+
+void PrefabService::fini() {
+    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::fini", Report::PREFAB_COMPONENT_SOURCE, __LINE__);
+    m_prefabCache->clear();
+}
+
+GameObjectPrefab* PrefabService::loadPrefabData(const std::string& path) {
+    return loadSharedPrefab(path)->prefab.get();
+}
+
+SmartPointer<DescriptorCacheData> PrefabService::loadSharedPrefab(const std::string& path) {
+    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::loadPrefabData", Report::PREFAB_COMPONENT_SOURCE,
+                                    __LINE__);
+    const std::scoped_lock lock(m_cacheMutex);
+    SmartPointer<DescriptorCacheData> entry = m_prefabCache->find(path);
+    if (!entry) {
+        entry = m_prefabCache->insert(path, makeSmart<DescriptorCacheData>()).first;
+    }
+    if (!entry->prefab) {
+        entry->prefab.publish(GameObjectPrefab::loadHierarchy(path, nullptr));
+    }
+    return entry;
+}
+
+void PrefabService::cachePrefabData(const std::string& path, std::unique_ptr<GameObjectPrefab> prefab) {
+    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::cachePrefabData", Report::PREFAB_COMPONENT_SOURCE,
+                                    __LINE__);
+    const std::scoped_lock lock(m_cacheMutex);
+    const SmartPointer<DescriptorCacheData> entry = makeSmart<DescriptorCacheData>();
+    entry->prefab.publish(std::move(prefab));
+    m_prefabCache->insert(path, entry);
+}
+
+void PrefabService::cachePrefabData(const std::string& path, bool backgroundLoad) {
+    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::cachePrefabData", Report::PREFAB_COMPONENT_SOURCE,
+                                    __LINE__);
+    cachePrefabDataInternal(path, backgroundLoad, 0);
+}
+
+void PrefabService::cachePrefabDataInternal(const std::string& path, bool backgroundLoad, int depth) {
+    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::cachePrefabDataInternal",
+                                    Report::PREFAB_COMPONENT_SOURCE, __LINE__);
+    if (depth > GameObjectPrefab::MAX_NESTING_DEPTH) {
+        Report::nestingTooDeep();
+        return;
+    }
+    const SmartPointer<DescriptorCacheData> entry = loadSharedPrefab(path);
+    const GameObjectPrefab* const prefab = entry->prefab.get();
+    if (!prefab) {
+        return;
+    }
+    for (std::size_t i = 0; i < prefab->nodesCount(); ++i) {
+        const SmartPointer<GameObjectDescriptor> node = prefab->getGameObject(i);
+        if (!node) {
+            continue;
+        }
+        // The root of a prefab that was loaded by path names that path, so this visits the prefab itself again, too.
+        if (const auto* const component = findPrefabDescriptor(*node)) {
+            cachePrefabDataInternal(component->prefabProperties().resource, backgroundLoad, depth + 1);
+        }
+    }
+    if (backgroundLoad) {
+        prefab->backgroundLoad(0);
+    }
+}
+
+void PrefabService::clearCache() {
+    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::clearCache", Report::PREFAB_COMPONENT_SOURCE,
+                                    __LINE__);
+    const std::scoped_lock lock(m_cacheMutex);
+    m_prefabCache->clear();
+}
+
+void PrefabService::clearCached(const std::string& path) {
+    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::clearCached", Report::PREFAB_COMPONENT_SOURCE,
+                                    __LINE__);
+    const std::scoped_lock lock(m_cacheMutex);
+    m_prefabCache->erase(path);
+}
+
+void PrefabService::clearCached(const std::vector<std::string>& paths) {
+    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::clearCached", Report::PREFAB_COMPONENT_SOURCE,
+                                    __LINE__);
+    const std::scoped_lock lock(m_cacheMutex);
+    for (const std::string& path : paths) {
+        m_prefabCache->erase(path);
+    }
+}
+
+void PrefabService::onWorldDestroyed(int worldId) {
+    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::onWorldDestroyed", Report::PREFAB_COMPONENT_SOURCE,
+                                    __LINE__);
+    std::vector<std::string> abandoned;
+    for (const auto& [path, entry] : m_prefabCache->entries()) {
+        if (entry->pendingWorlds.size() == 1 && entry->pendingWorlds.contains(worldId)) {
+            abandoned.push_back(path);
+        }
+    }
+    clearCached(abandoned);
+}
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,78 @@
+#include <core/profiler.h>
+#include <core/task_manager.h>
+#include <object_framework/entry_point.h>
+#include <object_framework/world.h>
+#include <object_serialization/component_registration.h>
+#include <tessel_asset_loading/prefab_component.h>
+#include <tessel_asset_loading/prefab_post_load_manager.h>
+#include <tessel_asset_loading/prefab_service.h>
+
+#include <memory>
+
+namespace Kiln::Tessel {
+
+// In the order in which they are set up; the start-up object below follows them in this file.
+const std::string PrefabComponent::OVERRIDES_DATA_PROPERTY = "overridesData";
+const std::string PrefabComponent::RESOURCE_PROPERTY = "resource";
+
+namespace {
+
+constexpr const char* COMPONENT_NAME = "PrefabComponent";
+
+void registerComponentType() {
+    const ProfilerScope scope("Engine|Tessel|registerComponent");
+    [[maybe_unused]] const ComponentTypeId id = NativeComponent<PrefabComponent>::getType();
+}
+
+void registerComponentRecord() {
+    ComponentRecord record = makeComponentRecord<PrefabComponent>(COMPONENT_NAME);
+    record.displayName = "Prefab";
+    record.isUserAddable = false;
+    ComponentLibrary::instance().append(std::move(record));
+}
+
+void registerPostLoadManager() {
+    EntryPoint& entryPoint = EntryPoint::instance();
+    const int managerId = entryPoint.registerReactiveManager(&PrefabPostLoadManager::create);
+    for (const int worldId : entryPoint.worldIds()) {
+        entryPoint.findValidWorld(worldId)->createReactiveManager(managerId);
+    }
+    entryPoint.findReactiveManagerRecord(managerId)->options = ALL_ROLES;
+}
+
+void registerMetaObjects() {
+    mirra::StaticMetaObjectBuilder<PrefabComponent::Config> config("Kiln::Tessel::PrefabComponent::Config");
+    config.addProperty<&PrefabComponent::Config::resource>(PrefabComponent::RESOURCE_PROPERTY,
+                                                           {mirra::Meta::View::Path});
+    config.addProperty<&PrefabComponent::Config::overridesData>(PrefabComponent::OVERRIDES_DATA_PROPERTY);
+    config.finish();
+
+    mirra::StaticMetaObjectBuilder<PrefabComponent> component("Kiln::Tessel::PrefabComponent");
+    component.addProperty<&PrefabComponent::resource>(PrefabComponent::RESOURCE_PROPERTY);
+    component.addProperty<&PrefabComponent::overridesData>(PrefabComponent::OVERRIDES_DATA_PROPERTY);
+    component.finish();
+}
+
+/// Announces the module to the framework while it is being loaded. There is one such object for the whole module, as
+/// the order between the static objects of several sources is not defined. Its end, at exit, joins the workers.
+class StartUp {
+public:
+    StartUp() {
+        registerComponentType();
+        registerComponentRecord();
+        registerPostLoadManager();
+        registerMetaObjects();
+        EntryPoint::instance().registerService(typeid(PrefabService), std::make_unique<PrefabService>());
+    }
+
+private:
+    FileIOTaskManager::ExitGuard m_exitGuard;
+};
+
+const StartUp s_startUp;
+
+} // namespace
+
+} // namespace Kiln::Tessel
+
+void prefab_component() {}

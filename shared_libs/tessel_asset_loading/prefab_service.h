@@ -1,0 +1,110 @@
+#pragma once
+
+#include <object_framework/service.h>
+#include <tessel_asset_loading/export.h>
+#include <tessel_asset_loading/prefab_service_records.h>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Kiln::Tessel {
+
+class PrefabCache;
+
+/// The framework service that owns every loaded prefab of the process: a cache of documents by path, background
+/// loading, and the queue of game objects that wait for their prefab. Most callers use the functions of Loading.
+///
+/// Paths are used exactly as passed: no normalisation, no lower-casing.
+///
+/// Owner: EntryPoint. Threads: the main thread, except where an operation says "any thread". Locks, in either order on
+/// the main thread only: the cache mutex, held through a whole parse, and the loading-queue mutex, held through a
+/// whole tick. Workers take the cache mutex alone; that is what keeps the two free of deadlock.
+/// Failure: a prefab that can't be loaded leaves a null document, reported by the parser; whoever waits for it goes on
+/// waiting.
+class KILN_TESSEL_ASSET_LOADING_EXPORT PrefabService final : public IService {
+public:
+    PrefabService();
+    ~PrefabService() override;
+
+    void init() override;
+
+    /// Empties the cache.
+    void fini() override;
+
+    /// Creates the objects of every loader whose prefab has arrived, answers descriptor requests, and calls
+    /// onObjectLoaded of the callbacks. There is no budget: all that is ready is done.
+    void tick() override;
+
+    /// Calls onObjectLoadedIntoHierarchy of the callbacks and releases them.
+    void postTick() override;
+
+    /// Drops the cache entries that only this world was waiting for. Its loaders stay in the queue.
+    void onWorldDestroyed(int worldId) override;
+
+    /// The cached document of a path, parsed now if need be; null when it can't be loaded, and the next call tries
+    /// again. It belongs to the cache. Any thread; one parse at a time.
+    GameObjectPrefab* loadPrefabData(const std::string& path);
+
+    /// As loadPrefabData, for callers that use the document while others may clear the cache: gives the cache entry,
+    /// never null, which keeps its document alive.
+    SmartPointer<DescriptorCacheData> loadSharedPrefab(const std::string& path);
+
+    /// Puts a document into the cache; when the path has an entry already, that stays and the document is destroyed.
+    void cachePrefabData(const std::string& path, std::unique_ptr<GameObjectPrefab> prefab);
+
+    /// Loads a path and its nested prefabs into the cache; on request also runs GameObjectPrefab::backgroundLoad on
+    /// each. Any thread.
+    void cachePrefabData(const std::string& path, bool backgroundLoad);
+
+    void clearCache();
+    void clearCached(const std::string& path);
+    void clearCached(const std::vector<std::string>& paths);
+
+    /// Queues a request for a document, answered by tick. A path that is not in the cache starts a background load;
+    /// that fills the cache entry and not the request, which therefore stays queued.
+    void loadDescriptor(const std::string& path, const std::function<void(GameObjectPrefab*)>& callback,
+                        bool backgroundLoad);
+
+    /// Queues the creation of a prefab's objects in a world and has the section parsed in the background; nobody may
+    /// change it meanwhile. Ignores a null section.
+    void loadGameObject(const SmartPointer<DataSection>& section, int worldId, const Uuid& uuid,
+                        const SmartPointer<IObjectLoadedCallback>& callback,
+                        SmartPointer<OverrideRecords> overrides);
+
+    /// Queues the creation of a prefab's objects in a world; a path without cache entry is parsed in the background.
+    /// Ignores an invalid world.
+    void loadGameObject(const std::string& path, int worldId, const Uuid& uuid,
+                        const SmartPointer<IObjectLoadedCallback>& callback,
+                        SmartPointer<OverrideRecords> overrides);
+
+    /// The queue as it stands.
+    [[nodiscard]] const std::vector<GameObjectLoader>& loadingQueue() const { return m_loadingQueue; }
+
+    /// Number of requests that loadDescriptor has queued and tick has not answered.
+    [[nodiscard]] std::size_t descriptorRequestsCount() const { return m_descriptorRequests.size(); }
+
+private:
+    void cachePrefabDataInternal(const std::string& path, bool backgroundLoad, int depth);
+    void queueLoader(GameObjectLoader loader);
+
+    void createLoadedObjects();
+    void answerDescriptorRequests();
+    void notifyLoaded();
+    [[nodiscard]] GameObject createFromLoader(const GameObjectLoader& loader);
+
+    std::recursive_mutex m_loadingQueueMutex; ///< Guards the queue and the loaded objects.
+    std::vector<GameObjectLoader> m_loadingQueue;
+    std::vector<DescriptorRequest> m_descriptorRequests; ///< Main thread.
+    std::unique_ptr<PrefabCache> m_prefabCache;
+
+    /// Objects created by the current tick, for their callbacks.
+    std::vector<std::pair<SmartPointer<IObjectLoadedCallback>, GameObject>> m_loadedObjects;
+
+    std::mutex m_cacheMutex; ///< Guards what is done with the cache: finding, parsing and storing are one step.
+};
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <common/uuid.h>
+#include <core/non_copyable.h>
+#include <core/safe_reference_count.h>
+#include <core/smart_pointer.h>
+#include <object_serialization/override_records.h>
+#include <tessel_asset_loading/export.h>
+#include <tessel_asset_loading/game_object_prefab.h>
+#include <tessel_asset_loading/object_loaded_callback.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <unordered_set>
+
+namespace Kiln::Tessel {
+
+/// Owns a document that one thread publishes to others.
+///
+/// publish() is a release and get() an acquire: whoever sees the pointer sees the whole document. One publisher at a
+/// time. A published document stays until this is destroyed or another one is published.
+class PublishedPrefab : NonCopyable {
+public:
+    PublishedPrefab() = default;
+    ~PublishedPrefab() { delete get(); }
+
+    /// Null while there is none.
+    [[nodiscard]] GameObjectPrefab* get() const noexcept { return m_prefab.load(std::memory_order_acquire); }
+    GameObjectPrefab* operator->() const noexcept { return get(); }
+    explicit operator bool() const noexcept { return get() != nullptr; }
+
+    /// Takes a document over (null for none) and destroys the one before.
+    void publish(std::unique_ptr<GameObjectPrefab> prefab) noexcept {
+        delete m_prefab.exchange(prefab.release(), std::memory_order_acq_rel);
+    }
+
+private:
+    std::atomic<GameObjectPrefab*> m_prefab{nullptr};
+};
+
+/// One prefab load, shared by the cache, background tasks, waiting loaders and descriptor requests.
+struct KILN_TESSEL_ASSET_LOADING_EXPORT DescriptorCacheData final : public SafeReferenceCount {
+    DescriptorCacheData();
+    ~DescriptorCacheData() override;
+
+    PublishedPrefab prefab; ///< Null while the load is pending and after it failed.
+
+    /// Worlds that asked for this entry while its load was pending. Main thread.
+    std::unordered_set<int> pendingWorlds;
+};
+
+/// A game object that waits for its prefab.
+struct GameObjectLoader {
+    SmartPointer<IObjectLoadedCallback> callback; ///< May be null.
+    SmartPointer<DescriptorCacheData> descriptor; ///< Where the document arrives.
+    int worldId;
+    Uuid uuid;                               ///< Instance UUID of the hierarchy.
+    SmartPointer<OverrideRecords> overrides; ///< May be null.
+};
+
+/// A caller that waits for a document.
+struct DescriptorRequest {
+    SmartPointer<DescriptorCacheData> descriptor;
+    std::function<void(GameObjectPrefab*)> callback;
+};
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,22 @@
+#include <core/log.h>
+#include <tessel_foundation/component.h>
+
+namespace Kiln::Tessel {
+
+IComponent::IComponent() = default;
+IComponent::~IComponent() = default;
+
+IComponent::TypesLibrary& IComponent::types() {
+    // Never destroyed: other libraries use it from their static initialisers and destructors, in any order.
+    static TypesLibrary* const library = new TypesLibrary();
+    return *library;
+}
+
+void checkComponentTypeId(ComponentTypeId id) {
+    if (id == IComponent::MAX_TYPES) {
+        DebugMessageHelper(0, LogSeverity::CRITICAL, "", "shared_libs/tessel_foundation/component")
+            .message("Too Many IComponent types!");
+    }
+}
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <core/non_copyable.h>
+#include <tessel_foundation/dynamic_types_library.h>
+#include <tessel_foundation/export.h>
+
+#include <cstdint>
+#include <memory>
+#include <typeinfo>
+
+namespace Kiln::Tessel {
+
+/// Identifies a component type in this process; ids are dense from 0.
+using ComponentTypeId = std::uint16_t;
+
+/// Base of all components: a piece of data or behaviour that belongs to one game object.
+///
+/// Owner: the block pool of its type in the world of its game object (see ComponentStorage); the game object holds it
+/// through a ComponentPointer. Threads: the main thread.
+class KILN_TESSEL_FOUNDATION_EXPORT IComponent : NonCopyable {
+public:
+    /// What the types library keeps about each component type.
+    struct TypeMeta {};
+
+    static constexpr ComponentTypeId MAX_TYPES = 1024;
+    using TypesLibrary = DynamicTypesLibrary<TypeMeta, ComponentTypeId, MAX_TYPES>;
+
+    /// The process-wide register of component types. Ids that it gives out are below MAX_TYPES; MAX_TYPES itself means
+    /// that the register is full.
+    static TypesLibrary& types();
+
+    [[nodiscard]] virtual ComponentTypeId type() const = 0;
+    virtual ~IComponent();
+    virtual void activate() = 0;
+    virtual void deactivate() = 0;
+
+protected:
+    IComponent();
+};
+
+/// Reports the critical message for a component whose type found the register full; other ids pass silently.
+KILN_TESSEL_FOUNDATION_EXPORT void checkComponentTypeId(ComponentTypeId id);
+
+/// Gives a component class its type id: one per process, whichever shared library asks first.
+template <class T>
+class NativeComponent {
+public:
+    [[nodiscard]] static ComponentTypeId getType() {
+        static const ComponentTypeId id = IComponent::types().registerType(typeid(T));
+        return id;
+    }
+
+protected:
+    NativeComponent() { checkComponentTypeId(getType()); }
+    ~NativeComponent() = default;
+};
+
+/// Gives a component's memory back to where it came from.
+struct IComponentDeleter {
+    /// Set by the storage that allocated the component.
+    void (*deallocate)(IComponent* component) = nullptr;
+
+    void operator()(IComponent* component) const { deallocate(component); }
+};
+
+/// Owns one pooled component.
+using ComponentPointer = std::unique_ptr<IComponent, IComponentDeleter>;
+
+} // namespace Kiln::Tessel

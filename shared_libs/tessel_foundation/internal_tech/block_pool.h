@@ -1,0 +1,306 @@
+#pragma once
+
+#include <core/non_copyable.h>
+#include <tessel_foundation/internal_tech/block_pool_listener.h>
+#include <tessel_foundation/internal_tech/deferred_deactivations.h>
+#include <tessel_foundation/internal_tech/elem_state.h>
+#include <tessel_foundation/internal_tech/pool_assertions.h>
+#include <tessel_foundation/internal_tech/pool_directory.h>
+#include <tessel_foundation/internal_tech/pool_dump.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+#include <new>
+#include <utility>
+#include <vector>
+
+namespace Kiln::Tessel {
+
+/// A fixed number of elements of class T in one buffer: objects never move, and making one needs no memory.
+///
+/// An object is allocated INACTIVE, may become ACTIVE and INACTIVE again any number of times, and is freed from either
+/// state. The ACTIVE ones form a chain in the order of their activation.
+///
+/// Owner: a MultiBlockPool, as a rule. Threads: one at a time; nothing here is locked. Failure: an operation on an
+/// object that is not an element of this block reports an assertion and does nothing.
+template <class T>
+class BlockPool : NonCopyable {
+public:
+    /// A count of 0 is taken as 1. With an owner, the block is number `number` of it.
+    explicit BlockPool(std::size_t elementsCount, PoolDirectory* owner = nullptr, std::size_t number = 0)
+        : m_buffer(std::make_unique<Slot[]>(std::max<std::size_t>(elementsCount, 1))),
+          m_elementStates(std::max<std::size_t>(elementsCount, 1)),
+          m_owner(owner),
+          m_number(number) {
+        const auto count = static_cast<std::int64_t>(m_elementStates.size());
+        for (std::int64_t index = 0; index < count; ++index) {
+            stateAt(index).nextElement = index + 1 < count ? index + 1 : ElemState::NO_ELEMENT;
+            stateAt(index).previousElement = index - 1;
+        }
+    }
+
+    /// Reports an assertion if objects are left, and destroys them so that what they own is given back.
+    virtual ~BlockPool() {
+        if (empty()) {
+            return;
+        }
+        PoolAssertions::reportBlockNotEmpty();
+        for (std::size_t index = 0; index < m_elementStates.size(); ++index) {
+            if (m_elementStates[index].allocationState != AllocationState::FREE) {
+                m_elementStates[index].allocationState = AllocationState::FREE;
+                elementAt(index)->~T();
+            }
+        }
+    }
+
+    /// Makes an INACTIVE object in the element that was freed last. If the constructor throws, the element is free
+    /// again. A full block reports an assertion and returns null.
+    template <class... Args>
+    T* allocate(Args&&... args) {
+        const std::int64_t index = allocateBlock();
+        if (index == ElemState::NO_ELEMENT) {
+            return nullptr;
+        }
+        try {
+            return ::new (static_cast<void*>(&m_buffer[static_cast<std::size_t>(index)]))
+                T(std::forward<Args>(args)...);
+        } catch (...) {
+            release(static_cast<std::size_t>(index));
+            throw;
+        }
+    }
+
+    /// Destroys an object, INACTIVE or ACTIVE, and makes its element the next to be allocated. An ACTIVE one is
+    /// deactivated first, at once even in the deferred mode. Freeing an element that is free reports an assertion.
+    void deallocate(T* element) {
+        if (!checkElement(element)) {
+            return;
+        }
+        const std::size_t index = indexOf(element);
+        ElemState& state = m_elementStates[index];
+        if (state.allocationState == AllocationState::FREE) {
+            PoolAssertions::reportFreedTwice();
+            return;
+        }
+        m_deferred.drop(index);
+        deactivateNow(index);
+        // FREE, but in no chain yet: whatever the destructor does, the element is neither activated nor allocated.
+        state.allocationState = AllocationState::FREE;
+        element->~T();
+        release(index);
+    }
+
+    /// Makes an INACTIVE element ACTIVE and the last of the allocated chain; does nothing in the other states. Cancels
+    /// a deferred deactivation of the element.
+    void activate(T* element) {
+        if (!checkElement(element)) {
+            return;
+        }
+        const std::size_t index = indexOf(element);
+        m_deferred.drop(index);
+        ElemState& state = m_elementStates[index];
+        if (state.allocationState != AllocationState::INACTIVE) {
+            return;
+        }
+        const auto link = static_cast<std::int64_t>(index);
+        state = {.nextElement = ElemState::NO_ELEMENT,
+                 .previousElement = m_lastAllocated,
+                 .allocationState = AllocationState::ACTIVE};
+        (m_lastAllocated == ElemState::NO_ELEMENT ? m_firstAllocated : stateAt(m_lastAllocated).nextElement) = link;
+        m_lastAllocated = link;
+        if (m_owner != nullptr) {
+            ++m_owner->activeCount;
+        }
+        if (m_listener != nullptr) {
+            m_listener->onActivated(*element, index);
+        }
+    }
+
+    /// Makes an ACTIVE element INACTIVE; does nothing in the other states. In the deferred mode it only keeps the
+    /// request.
+    void deactivate(T* element) {
+        if (!checkElement(element)) {
+            return;
+        }
+        if (m_isDeferring) {
+            m_deferred.add(indexOf(element));
+            return;
+        }
+        deactivateNow(indexOf(element));
+    }
+
+    /// Starts the deferred mode: elements stay ACTIVE, and the allocated chain keeps them, until the mode ends. Does
+    /// not nest: within the mode it has no effect.
+    void beginDeferredDeactivation() {
+        m_deferred.prepare(m_elementStates.size());
+        m_isDeferring = true;
+    }
+
+    /// Ends the deferred mode and deactivates, in the order of the requests, the elements for which one was kept. A
+    /// request is gone if the element was activated or freed after it.
+    void endDeferredDeactivation() {
+        m_isDeferring = false;
+        m_deferred.applyAll([this](std::size_t index) { deactivateNow(index); });
+    }
+
+    /// True when every element is FREE.
+    [[nodiscard]] bool empty() const noexcept { return m_allocatedCount == 0; }
+
+    /// True when `element` is the address of an element of this block, in whatever state.
+    [[nodiscard]] bool isBufferPtr(const T* element) const noexcept {
+        // An address before the buffer wraps round to an offset far behind it.
+        const std::uintptr_t offset = offsetOf(element);
+        return offset < m_elementStates.size() * sizeof(T) && offset % sizeof(T) == 0;
+    }
+
+    /// For an element of this block only.
+    [[nodiscard]] std::size_t indexOf(const T* element) const noexcept { return offsetOf(element) / sizeof(T); }
+
+    [[nodiscard]] std::size_t elementsCount() const noexcept { return m_elementStates.size(); }
+
+    /// `index` is below elementsCount().
+    [[nodiscard]] const ElemState& state(std::size_t index) const noexcept { return m_elementStates[index]; }
+
+    /// Ends of the allocated chain and head of the free chain; ElemState::NO_ELEMENT when the chain is empty.
+    [[nodiscard]] std::int64_t firstAllocated() const noexcept { return m_firstAllocated; }
+    [[nodiscard]] std::int64_t lastAllocated() const noexcept { return m_lastAllocated; }
+    [[nodiscard]] std::int64_t nextFree() const noexcept { return m_nextFree; }
+
+    /// Null for a block of its own.
+    [[nodiscard]] const PoolDirectory* owner() const noexcept { return m_owner; }
+
+    /// Where the elements lie, and how many bytes they take.
+    [[nodiscard]] const void* buffer() const noexcept { return m_buffer.get(); }
+    [[nodiscard]] std::size_t bufferSize() const noexcept { return m_elementStates.size() * sizeof(T); }
+
+    /// Borrows the listener; null for none.
+    void setListener(BlockPoolListener<T>* listener) noexcept { m_listener = listener; }
+
+    /// Calls `function(T&)` for the ACTIVE elements in chain order. It may deactivate and free the element that it is
+    /// called for, but must free no other and deactivate others in the deferred mode only. Elements that are activated
+    /// meanwhile may be left out.
+    template <class Function>
+    void forEachActive(Function&& function) {
+        for (std::int64_t index = m_firstAllocated; index != ElemState::NO_ELEMENT;) {
+            const std::int64_t next = stateAt(index).nextElement;
+            function(*elementAt(static_cast<std::size_t>(index)));
+            index = next;
+        }
+    }
+
+    /// Writes the state of the block and of each element, see PoolDump.
+    void dump(std::ostream& stream) const {
+        PoolDump::writeBlock(stream, {.isEmpty = empty(),
+                                      .firstAllocated = m_firstAllocated,
+                                      .lastAllocated = m_lastAllocated,
+                                      .nextFree = m_nextFree,
+                                      .elementStates = m_elementStates});
+    }
+
+private:
+    using AllocationState = ElemState::AllocationState;
+
+    struct alignas(T) Slot {
+        std::byte bytes[sizeof(T)];
+    };
+
+    [[nodiscard]] ElemState& stateAt(std::int64_t index) noexcept {
+        return m_elementStates[static_cast<std::size_t>(index)];
+    }
+
+    [[nodiscard]] T* elementAt(std::size_t index) noexcept {
+        return std::launder(reinterpret_cast<T*>(m_buffer[index].bytes));
+    }
+
+    [[nodiscard]] std::uintptr_t offsetOf(const T* element) const noexcept {
+        return reinterpret_cast<std::uintptr_t>(element) - reinterpret_cast<std::uintptr_t>(m_buffer.get());
+    }
+
+    [[nodiscard]] bool checkElement(const T* element) const {
+        if (isBufferPtr(element)) [[likely]] {
+            return true;
+        }
+        PoolAssertions::reportNotInBuffer();
+        return false;
+    }
+
+    /// Takes the head off the free chain and marks it INACTIVE; NO_ELEMENT, after an assertion, if that cannot be.
+    std::int64_t allocateBlock() {
+        const std::int64_t index = m_nextFree;
+        if (index == ElemState::NO_ELEMENT) {
+            PoolAssertions::reportNoFreeElement();
+            return ElemState::NO_ELEMENT;
+        }
+        ElemState& state = stateAt(index);
+        if (state.allocationState != AllocationState::FREE) {
+            PoolAssertions::reportFreeChainBroken();
+            return ElemState::NO_ELEMENT;
+        }
+        m_nextFree = state.nextElement;
+        if (m_nextFree != ElemState::NO_ELEMENT) {
+            stateAt(m_nextFree).previousElement = ElemState::NO_ELEMENT;
+        } else if (m_owner != nullptr) {
+            m_owner->noteFull(m_number);
+        }
+        state.allocationState = AllocationState::INACTIVE;
+        ++m_allocatedCount;
+        if (m_owner != nullptr) {
+            ++m_owner->allocatedCount;
+        }
+        return index;
+    }
+
+    /// Puts an element without an object at the head of the free chain.
+    void release(std::size_t index) noexcept {
+        const auto link = static_cast<std::int64_t>(index);
+        if (m_nextFree != ElemState::NO_ELEMENT) {
+            stateAt(m_nextFree).previousElement = link;
+        } else if (m_owner != nullptr) {
+            m_owner->noteRoom(m_number);
+        }
+        m_elementStates[index] = {.nextElement = m_nextFree,
+                                  .previousElement = ElemState::NO_ELEMENT,
+                                  .allocationState = AllocationState::FREE};
+        m_nextFree = link;
+        --m_allocatedCount;
+        if (m_owner != nullptr) {
+            --m_owner->allocatedCount;
+        }
+    }
+
+    void deactivateNow(std::size_t index) {
+        ElemState& state = m_elementStates[index];
+        if (state.allocationState != AllocationState::ACTIVE) {
+            return;
+        }
+        if (m_listener != nullptr) {
+            m_listener->onDeactivating(*elementAt(index), index);
+        }
+        (state.previousElement == ElemState::NO_ELEMENT ? m_firstAllocated
+                                                        : stateAt(state.previousElement).nextElement) =
+            state.nextElement;
+        (state.nextElement == ElemState::NO_ELEMENT ? m_lastAllocated : stateAt(state.nextElement).previousElement) =
+            state.previousElement;
+        state.allocationState = AllocationState::INACTIVE;
+        if (m_owner != nullptr) {
+            --m_owner->activeCount;
+        }
+    }
+
+    std::unique_ptr<Slot[]> m_buffer; ///< Zero-filled when the block is made.
+    std::vector<ElemState> m_elementStates;
+    std::int64_t m_firstAllocated = ElemState::NO_ELEMENT;
+    std::int64_t m_lastAllocated = ElemState::NO_ELEMENT;
+    std::int64_t m_nextFree = 0;
+    PoolDirectory* m_owner;
+    std::size_t m_number; ///< In m_owner's list.
+    std::size_t m_allocatedCount = 0;
+    BlockPoolListener<T>* m_listener = nullptr;
+    bool m_isDeferring = false;
+    DeferredDeactivations m_deferred;
+};
+
+} // namespace Kiln::Tessel

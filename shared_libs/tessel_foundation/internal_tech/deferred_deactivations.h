@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <limits>
+#include <vector>
+
+namespace Kiln::Tessel {
+
+/// The elements of one block whose deactivation was asked for in the deferred mode, each once, in the order of the
+/// requests. All single operations take constant time.
+class DeferredDeactivations {
+public:
+    /// Has to be called before the first add(); after it none of the other operations allocates.
+    void prepare(std::size_t elementsCount) { m_links.resize(elementsCount); }
+
+    [[nodiscard]] bool empty() const noexcept { return m_first == NONE; }
+
+    /// Appends an element; one that is pending already keeps its place.
+    void add(std::size_t element) noexcept {
+        Link& link = m_links[element];
+        if (link.isPending) {
+            return;
+        }
+        link = {.next = NONE, .previous = m_last, .isPending = true};
+        (m_last == NONE ? m_first : m_links[m_last].next) = element;
+        m_last = element;
+    }
+
+    /// Takes an element out; does nothing when it is not pending.
+    void drop(std::size_t element) noexcept {
+        if (empty() || !m_links[element].isPending) {
+            return;
+        }
+        Link& link = m_links[element];
+        (link.previous == NONE ? m_first : m_links[link.previous].next) = link.next;
+        (link.next == NONE ? m_last : m_links[link.next].previous) = link.previous;
+        link.isPending = false;
+    }
+
+    /// Calls `apply(element)` for all of them in order and leaves none. `apply` may add and drop elements.
+    template <class Function>
+    void applyAll(Function&& apply) {
+        while (!empty()) {
+            const std::size_t element = m_first;
+            drop(element);
+            apply(element);
+        }
+    }
+
+private:
+    static constexpr std::size_t NONE = std::numeric_limits<std::size_t>::max();
+
+    struct Link {
+        std::size_t next = NONE;
+        std::size_t previous = NONE;
+        bool isPending = false;
+    };
+
+    std::size_t m_first = NONE;
+    std::size_t m_last = NONE;
+    std::vector<Link> m_links; ///< By element; empty until the deferred mode is used.
+};
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+
+namespace Kiln::Tessel {
+
+/// A block pool's bookkeeping of one element.
+///
+/// The two indices link the element into the chain that its state puts it in: ACTIVE elements into the allocated chain,
+/// FREE ones into the free chain. An INACTIVE element is in no chain, and its indices are leftovers without meaning.
+struct ElemState {
+    enum class AllocationState : std::uint8_t {
+        ACTIVE,   ///< Holds an object that is in use.
+        INACTIVE, ///< Holds an object that is not in use.
+        FREE,     ///< Holds no object.
+    };
+
+    /// In place of an index: none.
+    static constexpr std::int64_t NO_ELEMENT = -1;
+
+    std::int64_t nextElement = NO_ELEMENT;
+    std::int64_t previousElement = NO_ELEMENT;
+    AllocationState allocationState = AllocationState::FREE;
+};
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <core/non_copyable.h>
+#include <tessel_foundation/export.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+namespace Kiln::Tessel {
+
+/// What a multi-block pool knows about its blocks as a whole: which have room, where they lie, how many objects they
+/// hold. Blocks are known by their number in the list, from 0.
+///
+/// Owner: the pool; every block keeps a link to it and keeps it up to date. Threads: that of the pool.
+class KILN_TESSEL_FOUNDATION_EXPORT PoolDirectory : NonCopyable {
+public:
+    static constexpr std::size_t NO_BLOCK = std::numeric_limits<std::size_t>::max();
+
+    PoolDirectory();
+    ~PoolDirectory();
+
+    /// Enters the next block, which has room, and returns its number. Nothing is changed if memory runs out.
+    std::size_t addBlock(const void* buffer, std::size_t bytes);
+
+    /// The first block in list order with room, or NO_BLOCK. Looks at one bit per block, from the lowest block on that
+    /// may have room.
+    [[nodiscard]] std::size_t firstBlockWithRoom() noexcept {
+        for (; m_firstWord < m_roomWords.size(); ++m_firstWord) {
+            const std::uint64_t word = m_roomWords[m_firstWord];
+            if (word != 0) {
+                return m_firstWord * WORD_BITS + static_cast<std::size_t>(std::countr_zero(word));
+            }
+        }
+        return NO_BLOCK;
+    }
+
+    void noteRoom(std::size_t block) noexcept {
+        m_roomWords[block / WORD_BITS] |= bitOf(block);
+        m_firstWord = std::min(m_firstWord, block / WORD_BITS);
+    }
+
+    void noteFull(std::size_t block) noexcept { m_roomWords[block / WORD_BITS] &= ~bitOf(block); }
+
+    /// The block in whose buffer `address` lies, or NO_BLOCK. Takes logarithmic time.
+    [[nodiscard]] std::size_t findBlock(const void* address) const noexcept;
+
+    /// Over all blocks: elements that hold an object, and those of them that are ACTIVE.
+    std::size_t allocatedCount = 0;
+    std::size_t activeCount = 0;
+
+private:
+    static constexpr std::size_t WORD_BITS = 64;
+
+    struct Buffer {
+        std::uintptr_t begin;
+        std::uintptr_t end;
+        std::size_t block;
+    };
+
+    static constexpr std::uint64_t bitOf(std::size_t block) noexcept { return std::uint64_t{1} << (block % WORD_BITS); }
+
+    std::vector<std::uint64_t> m_roomWords; ///< A bit per block, set when it has room.
+    std::size_t m_firstWord = 0;            ///< All words before it are 0.
+    std::vector<Buffer> m_buffers;          ///< Ordered by address.
+};
+
+} // namespace Kiln::Tessel

@@ -1,0 +1,129 @@
+#include <core/profiler.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace Kiln::Tests {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::vector<std::string> calls;
+std::atomic<int> concurrentCalls = 0;
+
+void recordBegin(const char* name) {
+    calls.push_back(std::string("begin ") + name);
+}
+void recordEnd(const char* name) {
+    calls.push_back(std::string("end ") + name);
+}
+void countCall(const char* /*name*/) {
+    ++concurrentCalls;
+}
+
+class ProfilerTest : public testing::Test {
+protected:
+    void SetUp() override { calls.clear(); }
+    void TearDown() override { setProfilerHooks({}); }
+};
+
+TEST_F(ProfilerTest, nothingAttached_hooksAreNull) {
+    EXPECT_EQ(profilerHooks().beginScope, nullptr);
+    EXPECT_EQ(profilerHooks().endScope, nullptr);
+}
+
+TEST_F(ProfilerTest, attachedHooks_areReturned) {
+    setProfilerHooks({recordBegin, recordEnd});
+
+    EXPECT_EQ(profilerHooks().beginScope, &recordBegin);
+    EXPECT_EQ(profilerHooks().endScope, &recordEnd);
+}
+
+TEST_F(ProfilerTest, scopes_reportBeginAndEndByName) {
+    setProfilerHooks({recordBegin, recordEnd});
+    {
+        const ProfilerScope outer("outer");
+        const ProfilerScope inner("inner");
+    }
+
+    EXPECT_THAT(calls, ElementsAre("begin outer", "begin inner", "end inner", "end outer"));
+}
+
+TEST_F(ProfilerTest, nothingAttached_scopeReportsNothing) {
+    { const ProfilerScope scope("scope"); }
+
+    EXPECT_THAT(calls, IsEmpty());
+}
+
+TEST_F(ProfilerTest, beginHookAlone_isCalled) {
+    setProfilerHooks({recordBegin, nullptr});
+    { const ProfilerScope scope("scope"); }
+
+    EXPECT_THAT(calls, ElementsAre("begin scope"));
+}
+
+TEST_F(ProfilerTest, endHookAlone_isCalled) {
+    setProfilerHooks({nullptr, recordEnd});
+    { const ProfilerScope scope("scope"); }
+
+    EXPECT_THAT(calls, ElementsAre("end scope"));
+}
+
+TEST_F(ProfilerTest, hooksDetachedInsideAScope_stillGetItsEnd) {
+    setProfilerHooks({recordBegin, recordEnd});
+    {
+        const ProfilerScope scope("scope");
+        setProfilerHooks({});
+    }
+
+    EXPECT_THAT(calls, ElementsAre("begin scope", "end scope"));
+}
+
+TEST_F(ProfilerTest, detachedHooks_areNotCalledForLaterScopes) {
+    setProfilerHooks({recordBegin, recordEnd});
+    setProfilerHooks({});
+    { const ProfilerScope scope("scope"); }
+
+    EXPECT_THAT(calls, IsEmpty());
+}
+
+TEST_F(ProfilerTest, scopesOfSeveralThreads_areAllReported) {
+    concurrentCalls = 0;
+    setProfilerHooks({countCall, countCall});
+    const auto work = [] {
+        for (int i = 0; i < 1000; ++i) {
+            const ProfilerScope scope("scope");
+        }
+    };
+    std::thread first(work);
+    std::thread second(work);
+    first.join();
+    second.join();
+
+    EXPECT_EQ(concurrentCalls, 4000);
+}
+
+TEST_F(ProfilerTest, hooksChangedDuringScopesOfAnotherThread_callOnlyHooksThatWereAttached) {
+    concurrentCalls = 0;
+    std::thread worker([] {
+        for (int i = 0; i < 2000; ++i) {
+            const ProfilerScope scope("scope");
+        }
+    });
+    for (int i = 0; i < 2000; ++i) {
+        setProfilerHooks({countCall, countCall});
+        setProfilerHooks({});
+    }
+    worker.join();
+
+    EXPECT_LE(concurrentCalls, 4000);
+}
+
+} // namespace
+} // namespace Kiln::Tests
