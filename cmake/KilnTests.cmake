@@ -8,7 +8,8 @@
 # GoogleTest with gmock's main and, where that library exists, test_support. DEPENDS names programs and plug-ins that the
 # tests use at run time.
 #
-# Sources can use three directories: KILN_SOURCE_DIR, KILN_BUILD_BIN_DIR (programs) and KILN_BUILD_LIB_DIR (plug-ins).
+# Sources that include <build_paths.h> know three directories: KILN_SOURCE_DIR, KILN_BUILD_BIN_DIR (programs) and
+# KILN_BUILD_LIB_DIR (plug-ins). Tests are not optimised, whatever the preset: their code runs once.
 
 find_package(GTest REQUIRED)
 include(GoogleTest)
@@ -18,10 +19,16 @@ option(KILN_TEST_PCH "Share one precompiled GoogleTest header among all tests" O
 # Everything that test programs have in common; the precompiled header is only valid for the same definitions.
 add_library(kiln_test_options INTERFACE)
 target_link_libraries(kiln_test_options INTERFACE GTest::gtest GTest::gmock)
-target_compile_definitions(kiln_test_options INTERFACE
-    KILN_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
-    KILN_BUILD_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}"
-    KILN_BUILD_LIB_DIR="${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
+target_compile_options(kiln_test_options INTERFACE -O0)
+
+# A header and not definitions for all: these paths would keep ccache from serving a tree in another place.
+file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/generated/tests/build_paths.h" CONTENT [[#pragma once
+
+#define KILN_SOURCE_DIR "@PROJECT_SOURCE_DIR@"
+#define KILN_BUILD_BIN_DIR "@CMAKE_RUNTIME_OUTPUT_DIRECTORY@"
+#define KILN_BUILD_LIB_DIR "@CMAKE_LIBRARY_OUTPUT_DIRECTORY@"
+]] @ONLY)
+target_include_directories(kiln_test_options INTERFACE "${PROJECT_BINARY_DIR}/generated/tests")
 
 if(KILN_TEST_PCH)
     file(CONFIGURE OUTPUT "${CMAKE_CURRENT_BINARY_DIR}/kiln_test_pch.cpp" CONTENT "")

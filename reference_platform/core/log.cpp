@@ -18,8 +18,8 @@ struct InstalledSink {
 };
 
 void writeToStandardError(const LogMessage& message) {
-    std::string line = "[" + std::to_string(message.severity) + "] ";
-    line += message.text;
+    std::string line = "[";
+    line.append(std::to_string(message.severity)).append("] ").append(message.text);
     if (line.back() != '\n') {
         line += '\n';
     }

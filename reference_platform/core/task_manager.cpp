@@ -45,8 +45,9 @@ void callGuarded(const BackgroundTask& task, Call call) {
 
 void nameThisThread(const std::string& managerName, std::size_t index) {
     constexpr std::size_t MAX_LENGTH = 15;
-    const std::string suffix = "-" + std::to_string(index);
-    const std::string name = managerName.substr(0, MAX_LENGTH - std::min(MAX_LENGTH, suffix.size())) + suffix;
+    const std::string number = std::to_string(index);
+    std::string name = managerName.substr(0, MAX_LENGTH - std::min(MAX_LENGTH, number.size() + 1));
+    name.append("-").append(number);
     pthread_setname_np(pthread_self(), name.c_str()); // a diagnostic; failure does no harm
 }
 

@@ -37,10 +37,9 @@ struct GameObjectManager::State {
     /// that it asks for is met, so that it is looked at once.
     std::vector<std::vector<QueryBase*>> queriesByType;
 
-    // Index of objects by UUID; made by the first search. Objects whose UUID changed since wait in `unindexed`.
+    /// The living objects by UUID, without those that have none; made by the first search and exact from then on.
     bool isIndexed = false;
-    std::unordered_map<Uuid, GameObject> index;
-    std::vector<ObjectIndex> unindexed;
+    std::unordered_multimap<Uuid, ObjectIndex> index;
 
     [[nodiscard]] bool matches(GameObjectRecord& record, const QueryBase& query) const {
         return std::all_of(query.config().types.begin(), query.config().types.end(),
@@ -107,11 +106,10 @@ struct GameObjectManager::State {
 
     void activateTree(ObjectIndex root) {
         for (ObjectIndex place = root; place != NO_OBJECT;) {
-            const bool becomesActive = table[place].isEnabled && !table[place].isActive;
-            if (becomesActive) {
+            if (table[place].isEnabled && !table[place].isActive) {
                 setActive(place);
             }
-            place = nextInTree(root, place, becomesActive);
+            place = nextInTree(root, place, table[place].isActive);
         }
     }
 
@@ -185,12 +183,7 @@ struct GameObjectManager::State {
         while (!components.empty()) {
             components.pop_back();
         }
-        if (isIndexed) {
-            const auto entry = index.find(table[place].uuid);
-            if (entry != index.end() && entry->second == table.handle(place)) {
-                index.erase(entry);
-            }
-        }
+        removeFromIndex(place);
         table.free(place);
     }
 
@@ -211,29 +204,25 @@ struct GameObjectManager::State {
 
     void addToIndex(ObjectIndex place) {
         const GameObjectRecord& record = table[place];
-        if (!record.isAlive || record.uuid == Uuid::ZERO) {
-            return;
-        }
-        const auto [entry, isNew] = index.try_emplace(record.uuid, table.handle(place));
-        if (!isNew) {
-            GameObjectRecord* const other = table.find(entry->second);
-            if (!other || other->uuid != record.uuid || other->serial > record.serial) {
-                entry->second = table.handle(place);
-            }
+        if (isIndexed && record.isAlive && record.uuid != Uuid::ZERO) {
+            index.emplace(record.uuid, place);
         }
     }
 
-    void updateIndex() {
-        if (!isIndexed) {
-            for (ObjectIndex place = 0; place < table.size(); ++place) {
-                addToIndex(place);
-            }
-            isIndexed = true;
+    void removeFromIndex(ObjectIndex place) {
+        const auto [first, last] = index.equal_range(table[place].uuid);
+        const auto entry = std::find_if(first, last, [place](const auto& other) { return other.second == place; });
+        if (entry != last) {
+            index.erase(entry);
         }
-        for (const ObjectIndex place : unindexed) {
+    }
+
+    void makeIndex() {
+        isIndexed = true;
+        index.reserve(table.aliveCount());
+        for (ObjectIndex place = 0; place < table.size(); ++place) {
             addToIndex(place);
         }
-        unindexed.clear();
     }
 };
 
@@ -268,18 +257,21 @@ Uuid GameObjectManager::getGameObjectUuid(GameObject object) const {
 
 void GameObjectManager::setGameObjectUuid(GameObject object, const Uuid& uuid) {
     if (GameObjectRecord* const record = m_state->table.find(object)) {
+        m_state->removeFromIndex(object.index());
         record->uuid = uuid;
-        if (m_state->isIndexed) {
-            m_state->unindexed.push_back(object.index());
-        }
+        m_state->addToIndex(object.index());
     }
 }
 
 GameObject GameObjectManager::findGameObject(const Uuid& uuid) {
-    m_state->updateIndex();
-    const auto entry = m_state->index.find(uuid);
-    return entry != m_state->index.end() && getGameObjectUuid(entry->second) == uuid ? entry->second
-                                                                                      : GameObject::INVALID_GAME_OBJECT;
+    if (!m_state->isIndexed) {
+        m_state->makeIndex();
+    }
+    const auto [first, last] = m_state->index.equal_range(uuid);
+    const auto earliest = std::min_element(first, last, [this](const auto& a, const auto& b) {
+        return m_state->table[a.second].serial < m_state->table[b.second].serial;
+    });
+    return earliest != last ? m_state->table.handle(earliest->second) : GameObject::INVALID_GAME_OBJECT;
 }
 
 std::bitset<6> GameObjectManager::getGameObjectFlags(GameObject object) const {

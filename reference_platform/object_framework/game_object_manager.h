@@ -32,9 +32,9 @@ inline constexpr std::bitset<6> LOCKED{0x20};
 /// The game objects of one world: their life, components, hierarchy and activation.
 ///
 /// An object is active when it is enabled and its parent, if any, is active. Activating an object enables it and
-/// activates its enabled descendants with it; deactivating it deactivates all of them. A new object is inactive, and
-/// neither enabling flags nor a parent activate it by themselves: its root's activation does. Components are active
-/// with their object.
+/// activates its enabled descendants with it; deactivating it deactivates all of them. A new object is enabled but
+/// inactive, and neither enabling flags nor a parent activate it by themselves: its own activation or that of an
+/// ancestor does. Components are active with their object.
 ///
 /// Owner: its World. Threads: the main thread. Failure: a handle to an object that is not alive in this world makes
 /// every operation do nothing and yield nothing.
@@ -58,7 +58,7 @@ public:
     void setGameObjectUuid(GameObject object, const Uuid& uuid);
 
     /// The object with that UUID (the earliest created, should there be several), or the invalid object. The first
-    /// call makes an index, linear in the number of objects; later ones only add what is new.
+    /// call makes an index, linear in the number of objects, which is kept up to date from then on.
     [[nodiscard]] GameObject findGameObject(const Uuid& uuid);
 
     [[nodiscard]] std::bitset<6> getGameObjectFlags(GameObject object) const;

@@ -16,6 +16,7 @@ GameObject GameObjectTable::create() {
     }
     GameObjectRecord& record = (*this)[index];
     record.isAlive = true;
+    record.isEnabled = true;
     record.serial = ++m_lastSerial;
     ++m_aliveCount;
     return handle(index);

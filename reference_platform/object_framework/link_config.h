@@ -82,6 +82,7 @@ protected:
 namespace mirra {
 
 template <std::derived_from<Kiln::Tessel::ILinkConfig> T> struct ValueTypeOf<T> {
+    /// Never destroyed: descriptions refer to it until the process ends.
     static const ValueType& get() {
         class Type final : public Kiln::Tessel::LinkValueType {
         public:
@@ -93,8 +94,8 @@ template <std::derived_from<Kiln::Tessel::ILinkConfig> T> struct ValueTypeOf<T> 
                 return *static_cast<T*>(value);
             }
         };
-        static const Type type;
-        return type;
+        static const Type* const type = new Type;
+        return *type;
     }
 };
 

@@ -89,6 +89,8 @@ private:
 ///
 ///     query->forEach([](PrefabComponent& prefab, HierarchyComponent& hierarchy, GameObject object) { … });
 template <class... Types> class Query final : public QueryBase {
+    static_assert((!std::is_same_v<Types, GameObject> || ...), "a query asks for at least one component type");
+
 public:
     Query() : QueryBase(makeConfig()) {}
 

@@ -9,7 +9,8 @@ TickingGraphBase::~TickingGraphBase() = default;
 
 int TickingGraph::add(ReactionKind kind, std::string group, std::string name, std::function<void()> run) {
     const int id = ++m_lastNumber | static_cast<int>(kind) << ReactionId::KIND_SHIFT;
-    m_reactions.push_back({id, std::move(group), std::move(name), std::move(run)});
+    m_reactions.push_back({id, std::move(group), std::move(name),
+                           std::make_shared<const std::function<void()>>(std::move(run))});
     return id;
 }
 
@@ -45,8 +46,8 @@ void TickingGraph::run() const {
     fillTickingOrder(order);
     for (const int id : order) {
         if (const Reaction* const reaction = find(id)) {
-            const std::function<void()> run = reaction->run; // The reaction may remove itself.
-            run();
+            const std::shared_ptr<const std::function<void()>> run = reaction->run;
+            (*run)();
         }
     }
 }

@@ -4,6 +4,7 @@
 #include <object_framework/export.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -42,7 +43,7 @@ public:
         int id;
         std::string group;
         std::string name;
-        std::function<void()> run;
+        std::shared_ptr<const std::function<void()>> run; ///< Shared by a run under way, which may remove the reaction.
     };
 
     /// Returns the new reaction's id; `run` is called once per frame.

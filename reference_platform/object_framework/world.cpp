@@ -3,6 +3,7 @@
 #include <object_framework/entry_point.h>
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace Kiln::Tessel {
 
@@ -55,7 +56,11 @@ int World::addTickReaction(std::string group, std::string name, std::function<vo
     return m_reactions.add(ReactionKind::TICK, std::move(group), std::move(name), std::move(reaction));
 }
 
-void World::removeTickReaction(int id) { m_reactions.remove(id); }
+void World::removeTickReaction(int id) {
+    if (ReactionId::kind(id) == ReactionKind::TICK) {
+        m_reactions.remove(id);
+    }
+}
 
 int World::addTriggerReaction(std::string group, std::string name, QueryBase& query,
                               std::function<void(GameObject object)> reaction) {
@@ -63,8 +68,9 @@ int World::addTriggerReaction(std::string group, std::string name, QueryBase& qu
     const int listenerId = query.addAddedListener([added](GameObject object) { added->push_back(object); });
     const int id = m_reactions.add(ReactionKind::TRIGGER, std::move(group), std::move(name),
                                    [added, &query, reaction = std::move(reaction)] {
+                                       std::unordered_set<GameObject> done; // It may have left and come back.
                                        for (const GameObject object : std::exchange(*added, {})) {
-                                           if (query.contains(object)) {
+                                           if (query.contains(object) && done.insert(object).second) {
                                                reaction(object);
                                            }
                                        }

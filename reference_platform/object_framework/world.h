@@ -51,12 +51,13 @@ public:
     /// Null when the world has none of that kind.
     [[nodiscard]] IReactiveManager* findReactiveManager(int managerId) const;
 
-    /// Registers a function that runs once per frame. Returns an id for removeTickReaction().
+    /// Registers a function that runs once per frame. Returns an id for removeTickReaction(), which ignores the ids of
+    /// trigger reactions.
     int addTickReaction(std::string group, std::string name, std::function<void()> reaction);
     void removeTickReaction(int id);
 
-    /// Registers a function for the objects that enter a query: it runs in the next reaction phase, for each object
-    /// that is still in the query then. The query must outlive the reaction. Returns an id for
+    /// Registers a function for the objects that enter a query: it runs in the next reaction phase, once for each
+    /// object that is still in the query then. The query must outlive the reaction. Returns an id for
     /// removeTriggerReaction().
     int addTriggerReaction(std::string group, std::string name, QueryBase& query,
                            std::function<void(GameObject object)> reaction);

@@ -93,8 +93,7 @@ public:
     [[nodiscard]] bool isOffPrefabProperties() const override { return m_changed != nullptr; }
 
     [[nodiscard]] bool hasLinks() const override {
-        static const bool configHasLinks = configMeta() && configMeta()->containsLinks();
-        return configHasLinks;
+        return configMeta() && configMeta()->containsLinks();
     }
 
     /// The configuration as it stands.

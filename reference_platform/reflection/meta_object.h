@@ -80,6 +80,9 @@ public:
 };
 
 /// Process-wide register of descriptions. Any thread; descriptions stay until the process ends.
+///
+/// Types are told apart by std::type_index. Not every compiler gives types of the same name in unnamed namespaces of
+/// two sources different ones, so reflected types need a name of their own in the whole process.
 class KILN_REFLECTION_EXPORT MetaObjectManager : Kiln::NonCopyable {
 public:
     static MetaObjectManager& instance();

@@ -1,6 +1,7 @@
 #include <resource/data_document.h>
 
 #include <core/log.h>
+#include <resource/white_space_scan.h>
 
 #include <cstddef>
 #include <cstring>
@@ -25,23 +26,6 @@ constexpr unsigned SAVE_OPTIONS =
     pugi::format_indent | pugi::format_no_declaration | pugi::format_no_empty_element_tags;
 
 constexpr std::string_view DECLARATION = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
-
-/// Whether comments, CDATA sections or processing instructions may split the text of some element into several pieces.
-bool canTextBeSplit(std::string_view text) {
-    // Nearly every file starts with a declaration, which splits nothing.
-    constexpr std::string_view DECLARATION_START = "<?xml";
-    const std::size_t start = text.starts_with(DECLARATION_START) ? DECLARATION_START.size() : 0;
-    for (const char mark : {'!', '?'}) {
-        std::size_t position = start;
-        while ((position = text.find(mark, position)) != std::string_view::npos) {
-            if (position > 0 && text[position - 1] == '<') {
-                return true;
-            }
-            ++position;
-        }
-    }
-    return false;
-}
 
 constexpr const char* WHITE_SPACE = " \t\r\n";
 
@@ -107,10 +91,11 @@ bool DataDocument::parseContent() {
         return false;
     }
 
-    // A piece of text that is only white space belongs to a value or lies between elements. Where every text is in one
-    // piece the parser can tell; elsewhere it keeps them all, and those between elements go afterwards.
-    const bool isTextSplit = canTextBeSplit(text);
-    const unsigned spaceOption = isTextSplit ? pugi::parse_ws_pcdata : pugi::parse_ws_pcdata_single;
+    // Text that is only white space is a value or lies between elements. Usually the parser can tell: it is a value
+    // when it is all that its element holds. Where a value may have such a piece besides others, the parser keeps all
+    // of it, at some cost, and what lies between elements goes afterwards.
+    const bool isAllSpaceKept = mayHaveWhiteSpacePieces(text);
+    const unsigned spaceOption = isAllSpaceKept ? pugi::parse_ws_pcdata : pugi::parse_ws_pcdata_single;
     // With the NUL the parser sees every byte of the content; without, it would use the last one as its sentinel.
     const pugi::xml_parse_result result = m_tree.load_buffer_inplace(m_content.bytes.get(), m_content.size + 1,
                                                                      PARSE_OPTIONS | spaceOption, pugi::encoding_utf8);
@@ -124,7 +109,7 @@ bool DataDocument::parseContent() {
     if (!checkTopLevel()) {
         return false;
     }
-    if (isTextSplit) {
+    if (isAllSpaceKept) {
         removeSpaceBetweenElements();
     }
     return true;

@@ -53,5 +53,6 @@ private:
 
 } // namespace Kiln::Tessel
 
-/// Does nothing; hosts call it to make sure that the module is loaded and has registered itself.
-KILN_TESSEL_ASSET_LOADING_EXPORT void prefab_component();
+/// Does nothing; hosts call it to make sure that the module is loaded and has registered itself. Its name is not
+/// mangled, so that hosts can also look it up in a library that they have loaded themselves.
+extern "C" KILN_TESSEL_ASSET_LOADING_EXPORT void prefab_component();

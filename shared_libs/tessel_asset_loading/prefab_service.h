@@ -20,9 +20,9 @@ class PrefabCache;
 ///
 /// Paths are used exactly as passed: no normalisation, no lower-casing.
 ///
-/// Owner: EntryPoint. Threads: the main thread, except where an operation says "any thread". Locks, in either order on
-/// the main thread only: the cache mutex, held through a whole parse, and the loading-queue mutex, held through a
-/// whole tick. Workers take the cache mutex alone; that is what keeps the two free of deadlock.
+/// Owner: EntryPoint. Threads: the main thread, except where an operation says "any thread". Locks: the loading-queue
+/// mutex, recursive and held through a whole tick, and the cache mutex, held through a whole parse. The main thread
+/// takes the former before the latter; workers take the cache mutex alone.
 /// Failure: a prefab that can't be loaded leaves a null document, reported by the parser; whoever waits for it goes on
 /// waiting.
 class KILN_TESSEL_ASSET_LOADING_EXPORT PrefabService final : public IService {
@@ -103,6 +103,8 @@ private:
 
     /// Objects created by the current tick, for their callbacks.
     std::vector<std::pair<SmartPointer<IObjectLoadedCallback>, GameObject>> m_loadedObjects;
+
+    bool m_isTicking = false; ///< In tick or postTick. Main thread.
 
     std::mutex m_cacheMutex; ///< Guards what is done with the cache: finding, parsing and storing are one step.
 };

@@ -135,7 +135,7 @@ TEST_F(BackgroundTaskTest, taskAwaitingTheMainThread_isKeptUntilTheTick) {
 
 TEST_F(BackgroundTaskTest, taskNotRunYet_isNotTicked) {
     Gate gate;
-    auto task = makeSmart<FunctionTask>(counts, [&](TaskManager&) { gate.wait(); });
+    auto task = makeSmart<FunctionTask>(counts, [&, waiter = gate.waiter()](TaskManager&) { waiter.wait(); });
     task->requestMainThreadTask();
     manager.addBackgroundTask(std::move(task), 0);
 

@@ -1,3 +1,4 @@
+#include <build_paths.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

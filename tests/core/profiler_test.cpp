@@ -23,6 +23,12 @@ void recordBegin(const char* name) {
 void recordEnd(const char* name) {
     calls.push_back(std::string("end ") + name);
 }
+int setting = 0; // not atomic: attaching the hooks orders it
+std::atomic<int> seenSetting = 0;
+
+void readSetting(const char* /*name*/) {
+    seenSetting = setting;
+}
 void countCall(const char* /*name*/) {
     ++concurrentCalls;
 }
@@ -109,20 +115,41 @@ TEST_F(ProfilerTest, scopesOfSeveralThreads_areAllReported) {
     EXPECT_EQ(concurrentCalls, 4000);
 }
 
-TEST_F(ProfilerTest, hooksChangedDuringScopesOfAnotherThread_callOnlyHooksThatWereAttached) {
-    concurrentCalls = 0;
+TEST_F(ProfilerTest, hooksAttachedDuringScopesOfAnotherThread_seeWhatWasSetUpBefore) {
+    seenSetting = 0;
     std::thread worker([] {
-        for (int i = 0; i < 2000; ++i) {
+        while (seenSetting == 0) {
             const ProfilerScope scope("scope");
         }
     });
-    for (int i = 0; i < 2000; ++i) {
+    setting = 42;
+    setProfilerHooks({readSetting, readSetting});
+    worker.join();
+
+    EXPECT_EQ(seenSetting, 42);
+}
+
+TEST_F(ProfilerTest, hooksChangedAllTheTimeDuringScopesOfAnotherThread_areNotCalledOnceTheyAreDetachedForGood) {
+    concurrentCalls = 0;
+    std::atomic<bool> isDetached = false;
+    std::atomic<int> callsWhenDetached = 0;
+    std::thread worker([&] {
+        while (!isDetached) {
+            const ProfilerScope scope("scope");
+        }
+        callsWhenDetached = concurrentCalls.load();
+        for (int i = 0; i < 100; ++i) {
+            const ProfilerScope scope("scope");
+        }
+    });
+    while (concurrentCalls < 100) {
         setProfilerHooks({countCall, countCall});
         setProfilerHooks({});
     }
+    isDetached = true;
     worker.join();
 
-    EXPECT_LE(concurrentCalls, 4000);
+    EXPECT_EQ(concurrentCalls, callsWhenDetached);
 }
 
 } // namespace

@@ -5,8 +5,10 @@
 #include <core/task_manager.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <latch>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -66,32 +68,43 @@ private:
     Function m_function;
 };
 
-/// Holds a worker inside a task until the test opens the gate, at the latest at its end.
+/// Holds workers inside tasks until the test opens the gate, at the latest at its end. Declared after the manager, so
+/// that the gate is open when the manager waits for its workers.
 class Gate {
 public:
+    /// What a task calls to wait for the opening; may outlive the gate.
+    class Waiter {
+    public:
+        explicit Waiter(std::shared_ptr<const std::atomic<bool>> isOpen) : m_isOpen(std::move(isOpen)) {}
+        void wait() const { m_isOpen->wait(false); }
+
+    private:
+        std::shared_ptr<const std::atomic<bool>> m_isOpen;
+    };
+
     ~Gate() { open(); }
 
     /// Adds a task that waits at the gate and returns once a worker is in it.
-    void occupyWorker(TaskManager& manager, TaskCounts& counts, int priority = 0) {
+    void occupyWorker(TaskManager& manager, TaskCounts& counts, int priority = 0) const {
         auto entered = std::make_shared<std::latch>(1);
         manager.addBackgroundTask(makeSmart<FunctionTask>(counts,
-                                                          [this, entered](TaskManager&) {
+                                                          [waiter = waiter(), entered](TaskManager&) {
                                                               entered->count_down();
-                                                              wait();
+                                                              waiter.wait();
                                                           }),
                                   priority);
         entered->wait();
     }
 
-    void wait() const { m_isOpen.wait(false); }
+    [[nodiscard]] Waiter waiter() const { return Waiter(m_isOpen); }
 
     void open() {
-        m_isOpen = true;
-        m_isOpen.notify_all();
+        *m_isOpen = true;
+        m_isOpen->notify_all();
     }
 
 private:
-    std::atomic<bool> m_isOpen = false;
+    std::shared_ptr<std::atomic<bool>> m_isOpen = std::make_shared<std::atomic<bool>>(false);
 };
 
 /// A list that several threads append to.

@@ -75,9 +75,9 @@ TEST_F(TaskManagerShutdownTest, queuedTasks_areCancelledInTheOrderInWhichTheyWou
 TEST_F(TaskManagerShutdownTest, runningTask_isNeitherStoppedNorCancelledAndFinishes) {
     std::atomic<bool> isFinished = false;
     std::latch entered(1);
-    manager->addBackgroundTask(makeTask([&](TaskManager&) {
+    manager->addBackgroundTask(makeTask([&, waiter = gate.waiter()](TaskManager&) {
                                    entered.count_down();
-                                   gate.wait();
+                                   waiter.wait();
                                    isFinished = true;
                                }),
                                0);
@@ -136,9 +136,9 @@ TEST_F(TaskManagerShutdownTest, taskAddedAfterwards_isCancelledAtOnceOnTheAdding
 
 TEST_F(TaskManagerShutdownTest, taskAddedByARunningTaskDuringShutdown_isCancelled) {
     std::latch entered(1);
-    manager->addBackgroundTask(makeTask([&](TaskManager& taskManager) {
+    manager->addBackgroundTask(makeTask([&, waiter = gate.waiter()](TaskManager& taskManager) {
                                    entered.count_down();
-                                   gate.wait();
+                                   waiter.wait();
                                    taskManager.addBackgroundTask(makeTask(), 0);
                                }),
                                0);
@@ -220,9 +220,9 @@ TEST_F(TaskManagerShutdownTest, tickAfterwards_stillRunsMainThreadParts) {
 TEST_F(TaskManagerShutdownTest, destructor_finishesTheRunningTaskAndCancelsTheQueue) {
     std::latch entered(1);
     std::atomic<bool> isFinished = false;
-    manager->addBackgroundTask(makeTask([&](TaskManager&) {
+    manager->addBackgroundTask(makeTask([&, waiter = gate.waiter()](TaskManager&) {
                                    entered.count_down();
-                                   gate.wait();
+                                   waiter.wait();
                                    isFinished = true;
                                }),
                                0);

@@ -47,9 +47,9 @@ std::vector<std::size_t> indicesOfWorkers(TaskManager& manager, int tasks) {
 }
 
 std::string nameOfWorker(const std::string& managerName) {
-    TaskManager manager(managerName, 1);
     TaskCounts counts;
     std::array<char, 64> name{};
+    TaskManager manager(managerName, 1);
     manager.addBackgroundTask(
         makeSmart<FunctionTask>(counts,
                                 [&](TaskManager&) { pthread_getname_np(pthread_self(), name.data(), name.size()); }),
@@ -96,11 +96,11 @@ TEST(TaskManagerThreads, growthAtRunTime_takesEffect) {
 }
 
 TEST(TaskManagerThreads, growth_letsQueuedTasksRunBesideALongOne) {
-    TaskManager manager("Test", 1);
     TaskCounts counts;
+    std::latch ran(1);
+    TaskManager manager("Test", 1);
     Gate gate;
     gate.occupyWorker(manager, counts);
-    std::latch ran(1);
     manager.addBackgroundTask(makeSmart<FunctionTask>(counts, [&](TaskManager&) { ran.count_down(); }), 0);
 
     manager.setThreadCount(2);
@@ -120,8 +120,8 @@ TEST(TaskManagerThreads, shrinkageAtRunTime_leavesTheFirstWorkers) {
 }
 
 TEST(TaskManagerThreads, shrinkage_waitsForTheTasksOfSurplusWorkers) {
-    TaskManager manager("Test", 2);
     TaskCounts counts;
+    TaskManager manager("Test", 2);
     Gate gate;
     gate.occupyWorker(manager, counts);
     gate.occupyWorker(manager, counts);
@@ -153,8 +153,8 @@ TEST(TaskManagerThreads, growthAfterShrinkage_takesEffect) {
 
 TEST(TaskManagerThreads, countChangedDuringSubmission_losesNoTask) {
     constexpr int TASKS = 2000;
-    TaskManager manager("Test", 1);
     TaskCounts counts;
+    TaskManager manager("Test", 1);
     std::thread submitter([&] {
         for (int i = 0; i < TASKS; ++i) {
             manager.addBackgroundTask(makeSmart<FunctionTask>(counts), 0);

@@ -17,7 +17,7 @@ using testing::ElementsAre;
 constexpr Annotation FIRST{"First"};
 constexpr Annotation SECOND{"Second"};
 
-struct Lamp {
+struct Torch {
     std::string label;
     float& power() { return m_power; }
     const int& count() const { return m_count; }
@@ -42,18 +42,18 @@ struct Overpopped {
 } // namespace
 
 TEST(MetaObject, description_hasTypeNameAndAnnotations) {
-    const StaticMetaObject<Lamp> metaObject("Lamp", {FIRST});
+    const StaticMetaObject<Torch> metaObject("Torch", {FIRST});
 
-    EXPECT_EQ(metaObject.type(), typeid(Lamp));
-    EXPECT_EQ(metaObject.name(), "Lamp");
+    EXPECT_EQ(metaObject.type(), typeid(Torch));
+    EXPECT_EQ(metaObject.name(), "Torch");
     EXPECT_TRUE(metaObject.annotations().has(FIRST));
     EXPECT_TRUE(metaObject.properties().empty());
 }
 
 TEST(MetaObject, properties_keepTheirOrder) {
-    StaticMetaObject<Lamp> metaObject("Lamp");
-    metaObject.addProperty<&Lamp::power>("power");
-    metaObject.addProperty<&Lamp::label>("label");
+    StaticMetaObject<Torch> metaObject("Torch");
+    metaObject.addProperty<&Torch::power>("power");
+    metaObject.addProperty<&Torch::label>("label");
 
     ASSERT_EQ(metaObject.properties().size(), 2U);
     EXPECT_EQ(metaObject.properties()[0].name, "power");
@@ -63,11 +63,11 @@ TEST(MetaObject, properties_keepTheirOrder) {
 }
 
 TEST(MetaObject, address_isTheMember) {
-    StaticMetaObject<Lamp> metaObject("Lamp");
-    metaObject.addProperty<&Lamp::label>("label");
-    metaObject.addProperty<&Lamp::power>("power");
-    metaObject.addProperty<&Lamp::count>("count");
-    Lamp lamp;
+    StaticMetaObject<Torch> metaObject("Torch");
+    metaObject.addProperty<&Torch::label>("label");
+    metaObject.addProperty<&Torch::power>("power");
+    metaObject.addProperty<&Torch::count>("count");
+    Torch lamp;
 
     EXPECT_EQ(metaObject.properties()[0].address(&lamp), &lamp.label);
     EXPECT_EQ(metaObject.properties()[1].address(&lamp), &lamp.power());
@@ -75,8 +75,8 @@ TEST(MetaObject, address_isTheMember) {
 }
 
 TEST(MetaObject, findProperty_byName) {
-    StaticMetaObject<Lamp> metaObject("Lamp");
-    metaObject.addProperty<&Lamp::label>("label");
+    StaticMetaObject<Torch> metaObject("Torch");
+    metaObject.addProperty<&Torch::label>("label");
 
     EXPECT_EQ(metaObject.findProperty("label"), &metaObject.properties()[0]);
     EXPECT_EQ(metaObject.findProperty("Label"), nullptr);
@@ -85,11 +85,11 @@ TEST(MetaObject, findProperty_byName) {
 
 TEST(StaticMetaObjectBuilder, finish_registersTheDescription) {
     AssertionCapture assertions;
-    StaticMetaObjectBuilder<Lamp> builder("meta_object_test::Lamp");
-    builder.addProperty<&Lamp::label>("label");
+    StaticMetaObjectBuilder<Torch> builder("meta_object_test::Torch");
+    builder.addProperty<&Torch::label>("label");
     const BaseStaticMetaObject& metaObject = builder.finish();
 
-    EXPECT_EQ(MetaObjectManager::instance().findType(typeid(Lamp)), &metaObject);
+    EXPECT_EQ(MetaObjectManager::instance().findType(typeid(Torch)), &metaObject);
     EXPECT_EQ(assertions.count(), 0U);
 }
 

@@ -112,6 +112,10 @@ TEST(DataNode, text_whiteSpaceAroundCdataAndCommentsIsKept) {
     EXPECT_EQ(rootText("<r> <!-- c --> </r>"), "  ");
     EXPECT_EQ(rootText("<r>a<![CDATA[b]]> <![CDATA[c]]></r>"), "ab c");
     EXPECT_EQ(rootText("<r> <?pi?>a</r>"), " a");
+    EXPECT_EQ(rootText("<r>x/><![CDATA[y]]> </r>"), "x/>y ");
+    EXPECT_EQ(rootText("<r>x><![CDATA[y]]> </r>"), "x>y ");
+    EXPECT_EQ(rootText("<r a=\"/>\"> <![CDATA[y]]></r>"), " y");
+    EXPECT_EQ(rootText("<r><!-- </a --><![CDATA[y]]> </r>"), "y ");
 }
 
 TEST(DataNode, text_whiteSpaceBetweenElementsIsNotKept) {

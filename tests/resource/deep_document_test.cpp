@@ -3,6 +3,7 @@
 
 #include <resource/data_section.h>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <utility>
@@ -111,7 +112,9 @@ TEST(DeepDocument, isWritten) {
         text = root->toText();
     });
 
-    EXPECT_TRUE(text.find(std::string(WRITTEN_DEPTH - 1, '\t') + "<a>text</a>\n") != std::string::npos);
+    const std::size_t innermost = text.find("<a>text</a>\n");
+    ASSERT_NE(innermost, std::string::npos);
+    EXPECT_EQ(innermost - text.find_last_not_of('\t', innermost - 1) - 1, WRITTEN_DEPTH - 1U);
     EXPECT_TRUE(text.ends_with("\n</a>\n"));
 }
 

@@ -23,8 +23,8 @@ void removeAll(int worldId, const std::vector<GameObject>& objects) {
 }
 
 /// The overrides of one object. The zero UUID stands for the root in data that does not know its UUID: the first item.
-[[nodiscard]] const GameObjectOverrideRecords*
-findOverrides(const GameObjectPrefab::GameObjectCreationItem& item, bool isFirstItem) {
+[[nodiscard]] const GameObjectOverrideRecords* findOverrides(const GameObjectPrefab::GameObjectCreationItem& item,
+                                                             bool isFirstItem) {
     if (!item.overrides) {
         return nullptr;
     }

@@ -56,15 +56,17 @@ void rebaseParent(const GameObjectDescriptor& merged, const Uuid& enclosingInsta
 }
 
 /// The merged node's records: those for the nested instance, and the outer overrides of the integration point's own
-/// PrefabComponent, filed under the UUID that the merged node has.
+/// PrefabComponent, filed where the merged node's records are looked up: under its UUID or, for the first item without
+/// records of its own, the zero UUID.
 [[nodiscard]] SmartPointer<OverrideRecords> mergedNodeRecords(const SmartPointer<OverrideRecords>& records,
-                                                              const Uuid& mergedUuid,
+                                                              const Uuid& mergedUuid, bool isFirstItem,
                                                               const ComponentOverrideRecords* outer) {
     if (!outer) {
         return records;
     }
     SmartPointer<OverrideRecords> withOuter = records ? records->clone() : makeSmart<OverrideRecords>();
-    withOuter->addBefore(mergedUuid, *outer);
+    const bool isFoundByZero = isFirstItem && !withOuter->getRecord(mergedUuid) && withOuter->getRecord(Uuid::ZERO);
+    withOuter->addBefore(isFoundByZero ? Uuid::ZERO : mergedUuid, *outer);
     return withOuter;
 }
 
@@ -88,9 +90,8 @@ void rebaseParent(const GameObjectDescriptor& merged, const Uuid& enclosingInsta
 } // namespace
 
 bool GameObjectPrefab::gatherGameObjectsRecursively(std::vector<GameObjectCreationItem>& items,
-                                                    const Uuid& instanceUuid,
-                                                    SmartPointer<OverrideRecords> overrides, bool skipRoots,
-                                                    int depth) const {
+                                                    const Uuid& instanceUuid, SmartPointer<OverrideRecords> overrides,
+                                                    bool skipRoots, int depth) const {
     if (depth > MAX_NESTING_DEPTH) {
         Report::nestingTooDeep();
         return false;
@@ -125,7 +126,8 @@ bool GameObjectPrefab::gatherGameObjectsRecursively(std::vector<GameObjectCreati
             continue;
         }
         rebaseParent(*merged, instanceUuid);
-        SmartPointer<OverrideRecords> mergedRecords = mergedNodeRecords(reference.records, merged->uuid(), outer);
+        SmartPointer<OverrideRecords> mergedRecords =
+            mergedNodeRecords(reference.records, merged->uuid(), items.empty(), outer);
         items.push_back({std::move(merged), nestedInstanceUuid, std::move(mergedRecords)});
         if (!nestedPrefab->gatherGameObjectsRecursively(items, nestedInstanceUuid, reference.records, true,
                                                         depth + 1)) {

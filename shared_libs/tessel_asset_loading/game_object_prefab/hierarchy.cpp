@@ -25,6 +25,7 @@ GameObjectPrefab::~GameObjectPrefab() = default;
 
 GameObjectPrefab& GameObjectPrefab::operator=(GameObjectPrefab&& other) noexcept {
     if (this != &other) {
+        m_nodes.clear(); // The old nodes go before the others come.
         m_nodes = std::exchange(other.m_nodes, {});
     }
     return *this;
@@ -85,8 +86,8 @@ bool GameObjectPrefab::isRootNode(std::size_t id) const {
 }
 
 std::size_t GameObjectPrefab::countComponentsByType(ComponentTypeId type) const {
-    return static_cast<std::size_t>(std::count_if(m_nodes.begin(), m_nodes.end(),
-                                                  [type](const auto& node) { return node->hasComponent(type); }));
+    return static_cast<std::size_t>(
+        std::count_if(m_nodes.begin(), m_nodes.end(), [type](const auto& node) { return node->hasComponent(type); }));
 }
 
 SmartPointer<GameObjectDescriptor> GameObjectPrefab::findRootGameObject() const {

@@ -65,8 +65,7 @@ void checkComponentVersion(const ComponentPool& pool, std::uint32_t recordVersio
         report(handler, "",
                formatText("Component version mismatch. Component: '%s' Current version: %d. Version in prefab: %d. "
                           "Content conversion is required. Correct deserialization isn't guaranteed.",
-                          pool.getComponentType().c_str(), static_cast<int>(recordVersion),
-                          static_cast<int>(version)));
+                          pool.getComponentType().c_str(), static_cast<int>(recordVersion), static_cast<int>(version)));
     }
 }
 

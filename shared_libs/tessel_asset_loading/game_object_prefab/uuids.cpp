@@ -54,7 +54,10 @@ void GameObjectPrefab::regenerateHierarchyUuids(const Uuid& seed) {
         newUuid = Uuid::combine(seed, Uuid::generate());
     }
     for (const SmartPointer<GameObjectDescriptor>& node : m_nodes) {
-        node->setUuid(table.at(node->uuid()));
+        // A descriptor that stands in the list twice is the only one whose UUID is not in the table: it is new already.
+        if (const auto entry = table.find(node->uuid()); entry != table.end()) {
+            node->setUuid(entry->second);
+        }
         for (const SmartPointer<IComponentDescriptor>& component : node->components()) {
             rewriteLinks(component->configuration(), table);
             component->storePrefabProperties();

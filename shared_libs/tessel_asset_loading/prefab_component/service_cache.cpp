@@ -5,6 +5,9 @@
 #include <tessel_asset_loading/detail/reporting.h>
 #include <tessel_asset_loading/prefab_component.h>
 
+#include <memory>
+#include <utility>
+
 namespace Kiln::Tessel {
 
 DescriptorCacheData::DescriptorCacheData() : pendingWorlds(8) {}
@@ -33,7 +36,10 @@ SmartPointer<DescriptorCacheData> PrefabService::loadSharedPrefab(const std::str
         entry = m_prefabCache->insert(path, makeSmart<DescriptorCacheData>()).first;
     }
     if (!entry->prefab) {
-        entry->prefab.publish(GameObjectPrefab::loadHierarchy(path, nullptr));
+        // A failure publishes nothing: a task for the empty path may have filled the entry meanwhile, without the lock.
+        if (std::unique_ptr<GameObjectPrefab> prefab = GameObjectPrefab::loadHierarchy(path, nullptr)) {
+            entry->prefab.publish(std::move(prefab));
+        }
     }
     return entry;
 }

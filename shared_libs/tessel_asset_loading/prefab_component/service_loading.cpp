@@ -44,6 +44,9 @@ void PrefabService::loadGameObject(const std::string& path, int worldId, const U
     if (!EntryPoint::instance().isWorldValid(worldId)) {
         return;
     }
+    // The queue's lock, which queueLoader takes again under the cache's, comes first here as it does in tick: so there
+    // is one order of the two.
+    const std::scoped_lock queueLock(m_loadingQueueMutex);
     const std::scoped_lock lock(m_cacheMutex);
     const auto [entry, isNew] = m_prefabCache->insert(path, makeSmart<DescriptorCacheData>());
     if (isNew) {

@@ -1,5 +1,6 @@
 #include <tessel_asset_loading/prefab_service.h>
 
+#include <core/non_copyable.h>
 #include <core/stack_tracker.h>
 #include <object_framework/entry_point.h>
 #include <object_framework/game_object_manager.h>
@@ -13,6 +14,16 @@
 namespace Kiln::Tessel {
 
 namespace {
+
+/// Marks the run of a tick or postTick, even one that an exception ends.
+class TickingScope : NonCopyable {
+public:
+    explicit TickingScope(bool& isTicking) : m_isTicking(isTicking) { m_isTicking = true; }
+    ~TickingScope() { m_isTicking = false; }
+
+private:
+    bool& m_isTicking;
+};
 
 /// Takes an element out in constant time: the last one takes its place.
 template <class Element> void removeBySwap(std::vector<Element>& elements, std::size_t place) {
@@ -37,10 +48,21 @@ void stampRoot(GameObjectManager& manager, GameObject root, const Uuid& instance
     }
 }
 
-/// Activates the root when the callback agrees. The callback may do anything, even destroy the root's world.
+/// Two cheap checks, since every waiting loader comes here in every tick.
+[[nodiscard]] bool isReady(const GameObjectLoader& loader) {
+    return loader.descriptor->prefab && EntryPoint::instance().isWorldValid(loader.worldId);
+}
+
+/// Activates the root when the callback agrees. The callback may do anything, even destroy the root's world; when it
+/// throws, the root is removed, as the loader stays queued and makes another one.
 void offerActivation(IObjectLoadedCallback& callback, GameObject root, GameObjectManager& manager) {
-    if (!callback.onPreactivate(root, manager)) {
-        return;
+    try {
+        if (!callback.onPreactivate(root, manager)) {
+            return;
+        }
+    } catch (...) {
+        removeGameObject(root);
+        throw;
     }
     if (GameObjectManager* const remaining = getGameObjectManager(root)) {
         remaining->activateGameObject(root);
@@ -52,6 +74,10 @@ void offerActivation(IObjectLoadedCallback& callback, GameObject root, GameObjec
 void PrefabService::tick() {
     const StackTrackerScope tracker("Kiln::Tessel::PrefabService::tick", Report::PREFAB_COMPONENT_SOURCE, __LINE__);
     const std::scoped_lock lock(m_loadingQueueMutex);
+    if (m_isTicking) {
+        return; // A callback runs a frame of its own, in the middle of the list that this works on.
+    }
+    const TickingScope scope(m_isTicking);
     createLoadedObjects();
     answerDescriptorRequests();
     notifyLoaded();
@@ -60,7 +86,10 @@ void PrefabService::tick() {
 void PrefabService::createLoadedObjects() {
     // Backwards: the loader that moves into a freed place has been visited, or was queued by a callback meanwhile.
     for (std::size_t place = m_loadingQueue.size(); place-- > 0;) {
-        const GameObjectLoader loader = m_loadingQueue[place];
+        if (!isReady(m_loadingQueue[place])) {
+            continue;
+        }
+        const GameObjectLoader loader = m_loadingQueue[place]; // A callback may reallocate the queue.
         const GameObject root = createFromLoader(loader);
         if (root.isInvalid()) {
             continue;
@@ -74,8 +103,8 @@ void PrefabService::createLoadedObjects() {
 
 void PrefabService::answerDescriptorRequests() {
     for (std::size_t place = m_descriptorRequests.size(); place-- > 0;) {
-        const DescriptorRequest request = m_descriptorRequests[place];
-        if (GameObjectPrefab* const prefab = request.descriptor->prefab.get()) {
+        if (GameObjectPrefab* const prefab = m_descriptorRequests[place].descriptor->prefab.get()) {
+            const DescriptorRequest request = m_descriptorRequests[place]; // As above.
             request.callback(prefab);
             removeBySwap(m_descriptorRequests, place);
         }
@@ -83,7 +112,6 @@ void PrefabService::answerDescriptorRequests() {
 }
 
 void PrefabService::notifyLoaded() {
-    // By place: a callback may tick again and make the list longer.
     for (std::size_t place = 0; place < m_loadedObjects.size(); ++place) {
         const auto [callback, root] = m_loadedObjects[place];
         if (GameObjectManager* const manager = getGameObjectManager(root.getWorldId())) {
@@ -93,11 +121,8 @@ void PrefabService::notifyLoaded() {
 }
 
 GameObject PrefabService::createFromLoader(const GameObjectLoader& loader) {
-    if (!EntryPoint::instance().isWorldValid(loader.worldId)) {
-        return GameObject::INVALID_GAME_OBJECT;
-    }
     const GameObjectPrefab* const prefab = loader.descriptor->prefab.get();
-    if (!prefab || prefab->isEmpty()) {
+    if (prefab->isEmpty()) {
         return GameObject::INVALID_GAME_OBJECT;
     }
     GameObjectPrefab::CreateConfig config{loader.worldId, loader.uuid, loader.overrides,
@@ -129,6 +154,10 @@ GameObject PrefabService::createFromLoader(const GameObjectLoader& loader) {
 void PrefabService::postTick() {
     const StackTrackerScope tracker("Kiln::Tessel::PrefabService::postTick", Report::PREFAB_COMPONENT_SOURCE,
                                     __LINE__);
+    if (m_isTicking) {
+        return;
+    }
+    const TickingScope scope(m_isTicking);
     for (std::size_t place = 0; place < m_loadedObjects.size(); ++place) {
         const auto [callback, root] = m_loadedObjects[place];
         if (GameObjectManager* const manager = getGameObjectManager(root)) {

@@ -1,0 +1,105 @@
+#include <resource/white_space_scan.h>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace Kiln {
+
+namespace {
+
+constexpr std::string_view WHITE_SPACE = " \t\r\n";
+constexpr std::size_t NONE = std::string_view::npos;
+
+/// Finds the places where "<!" or "<?" stand, in order.
+class MarkFinder {
+public:
+    explicit MarkFinder(std::string_view xml) : m_xml(xml), m_next{find('!', 0), find('?', 0)} {}
+
+    /// The first place at or after `position`, which never decreases; NONE without one.
+    std::size_t next(std::size_t position) {
+        if (m_next[0] < position) {
+            m_next[0] = find('!', position);
+        }
+        if (m_next[1] < position) {
+            m_next[1] = find('?', position);
+        }
+        return std::min(m_next[0], m_next[1]);
+    }
+
+private:
+    [[nodiscard]] std::size_t find(char second, std::size_t position) const {
+        // Single characters are searched for much faster than pairs.
+        for (std::size_t found = position; (found = m_xml.find(second, found)) != NONE; ++found) {
+            if (found > position && m_xml[found - 1] == '<') {
+                return found - 1;
+            }
+        }
+        return NONE;
+    }
+
+    std::string_view m_xml;
+    std::size_t m_next[2];
+};
+
+/// Where the mark-up that starts at `mark` ends; NONE when it does not, or is none of the three kinds.
+std::size_t endOfMark(std::string_view xml, std::size_t mark) {
+    struct Kind {
+        std::string_view start;
+        std::string_view end;
+    };
+    for (const Kind& kind : {Kind{"<!--", "-->"}, Kind{"<![CDATA[", "]]>"}, Kind{"<?", "?>"}}) {
+        if (xml.substr(mark, kind.start.size()) == kind.start) {
+            const std::size_t end = xml.find(kind.end, mark + kind.start.size());
+            return end == NONE ? NONE : end + kind.end.size();
+        }
+    }
+    return NONE;
+}
+
+/// Whether the '>' at `close` ends an end tag, or an empty element's tag.
+bool endsElement(std::string_view xml, std::size_t close) {
+    const std::size_t open = xml.rfind('<', close);
+    // Text may hold the character too.
+    if (open == NONE || xml.find('>', open) != close) {
+        return false;
+    }
+    return xml[open + 1] == '/' || xml[close - 1] == '/';
+}
+
+/// Whether a start tag begins at `position`.
+bool startsElement(std::string_view xml, std::size_t position) {
+    return position + 1 < xml.size() && xml[position] == '<' && xml[position + 1] != '/' && xml[position + 1] != '!' &&
+           xml[position + 1] != '?';
+}
+
+} // namespace
+
+bool mayHaveWhiteSpacePieces(std::string_view xml) {
+    MarkFinder marks(xml);
+    std::size_t previousEnd = NONE;
+    bool isAfterElement = false;
+    for (std::size_t mark = marks.next(0); mark != NONE; mark = marks.next(previousEnd)) {
+        const std::size_t end = endOfMark(xml, mark);
+        if (end == NONE) {
+            return true;
+        }
+        const std::size_t before = mark == 0 ? NONE : xml.find_last_not_of(WHITE_SPACE, mark - 1);
+        const std::size_t after = xml.find_first_not_of(WHITE_SPACE, end);
+        const bool isAfterTag = before != NONE && xml[before] == '>';
+        const bool isSpaceBefore = isAfterTag && before + 1 < mark;
+        const bool isSpaceAfter = after != NONE && after > end && xml[after] == '<';
+        // In a row of marks, all stand where the first does.
+        if (before == NONE || before + 1 != previousEnd) {
+            isAfterElement = isAfterTag && endsElement(xml, before);
+        }
+        // Beside an element there is no value, only the space between elements.
+        const bool isBesideElement = isAfterElement || (after != NONE && startsElement(xml, after));
+        if ((isSpaceBefore || isSpaceAfter) && !isBesideElement) {
+            return true;
+        }
+        previousEnd = end;
+    }
+    return false;
+}
+
+} // namespace Kiln

@@ -1,0 +1,86 @@
+// Builds a prefab in memory, writes it to a file and reads it again. A second argument names the file; without it, the
+// file goes to the system's directory for temporary files.
+
+#include "sample_support.h"
+
+#include <object_framework/hierarchy_component.h>
+#include <object_serialization/component_library.h>
+#include <object_serialization/typed_component_descriptor.h>
+#include <tessel_asset_loading/game_object_prefab.h>
+#include <tessel_asset_loading/prefab_component.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <utility>
+
+using namespace Kiln;
+using namespace Kiln::Tessel;
+
+namespace {
+
+SmartPointer<GameObjectDescriptor> addObject(GameObjectPrefab& prefab, const char* name) {
+    SmartPointer<GameObjectDescriptor> object = makeSmart<GameObjectDescriptor>();
+    object->setUuid(Uuid::generate());
+    object->setName(name);
+    prefab.addGameObject(object);
+    return object;
+}
+
+/// Gives an object a component of type T and returns its configuration, to be filled in before the prefab is written.
+template <class T>
+typename T::Config& addComponent(GameObjectDescriptor& object) {
+    const ComponentLibrary& library = ComponentLibrary::instance();
+    const SmartPointer<IComponentDescriptor> component = library.createDescriptor(library.findComponent(typeid(T)));
+    object.addComponent(component);
+    return static_cast<ComponentDescriptor<T>&>(*component).config();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const Samples::Environment environment(argc, argv);
+    const std::string file =
+        argc > 2 ? argv[2] : (std::filesystem::temp_directory_path() / "kiln_sample_jetty.prefab").string();
+
+    GameObjectPrefab jetty;
+    const SmartPointer<GameObjectDescriptor> root = addObject(jetty, "Jetty"); // No parent: this is the root.
+    addComponent<TransformComponent>(*root);
+
+    const SmartPointer<GameObjectDescriptor> steps = addObject(jetty, "Steps");
+    addComponent<HierarchyComponent>(*steps).parent.setUuid(root->uuid());
+    addComponent<TransformComponent>(*steps).local = Matrix::translation(3, -1, 0);
+
+    // An object with a parent and a PrefabComponent is the place where another prefab is nested.
+    const SmartPointer<GameObjectDescriptor> lamp = addObject(jetty, "Lamp at the end");
+    addComponent<HierarchyComponent>(*lamp).parent.setUuid(root->uuid());
+    addComponent<TransformComponent>(*lamp).local = Matrix::translation(12, 0, 0);
+    addComponent<PrefabComponent>(*lamp).resource = "harbour/props/lamp.prefab";
+
+    const SmartPointer<DataSection> document = DataSection::create("prefab");
+    jetty.serialize(document);
+    if (!document->saveFile(file)) {
+        return 1;
+    }
+
+    const std::unique_ptr<GameObjectPrefab> read = GameObjectPrefab::loadHierarchy(file, nullptr);
+    if (!read) {
+        return 1;
+    }
+    for (std::size_t node = 0; node < read->nodesCount(); ++node) {
+        const SmartPointer<GameObjectDescriptor> object = read->getGameObject(node);
+        const bool isSame = object->uuid() == jetty.getGameObject(node)->uuid();
+        std::printf("%s, %zu components, %s\n", object->name().c_str(), object->components().size(),
+                    isSame ? "same UUID" : "another UUID");
+    }
+
+    GameObjectPrefab::CreateConfig config;
+    config.worldId = EntryPoint::instance().createWorld();
+    config.instanceUuid = Uuid::generate();
+    const GameObject created = read->createGameObjects(config).front();
+    GameObjectManager& manager = *getGameObjectManager(config.worldId);
+    manager.activateGameObject(created); // Loading does this for its callers.
+    Samples::printTree(manager, created);
+    return 0;
+}

@@ -1,0 +1,149 @@
+// Ends a process while prefabs are being loaded. Arguments: the directory of the libraries, a resource root with the
+// files lantern0.prefab to lantern<FILES - 1>.prefab, and a mode. What is wrong is reported on stderr with exit status
+// 3; otherwise the last line on stdout is "finished".
+
+#include <core/log.h>
+#include <core/task_manager.h>
+#include <object_framework/entry_point.h>
+#include <object_framework/world.h>
+#include <resource/file_system_utils.h>
+#include <tessel_asset_loading/loading.h>
+
+#include "plugin_loading.h"
+
+#include <chrono>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+using namespace Kiln;
+using namespace Kiln::BoundaryTests;
+using Tessel::EntryPoint;
+namespace Loading = Tessel::Loading;
+
+constexpr int FILES = 20;
+
+[[nodiscard]] std::string file(int number) {
+    return "lantern" + std::to_string(number) + ".prefab";
+}
+
+/// The first static object of the program and hence the last to be destroyed.
+struct LastWord {
+    ~LastWord() {
+        std::puts("finished");
+        std::fflush(stdout);
+    }
+} lastWord;
+
+/// Queues a load of every file and returns when a worker preloads.
+void loadAll(const PluginApi& plugin, int worldId) {
+    for (int number = 0; number < FILES; ++number) {
+        plugin.load(file(number), worldId);
+    }
+    plugin.awaitPreload();
+}
+
+int leaveWhilePreloading(const PluginApi& plugin) {
+    loadAll(plugin, EntryPoint::instance().createWorld());
+    return 0;
+}
+
+int exitWhilePreloading(const PluginApi& plugin) {
+    loadAll(plugin, EntryPoint::instance().createWorld());
+    std::exit(0); // NOLINT(concurrency-mt-unsafe): the very thing under test
+}
+
+int leaveAtOnce(const PluginApi& plugin) {
+    const int worldId = EntryPoint::instance().createWorld();
+    for (int number = 0; number < FILES; ++number) {
+        plugin.load(file(number), worldId);
+    }
+    return 0;
+}
+
+/// Objects are alive, their world too, and further loads are pending.
+int leaveWithLiveObjects(const PluginApi& plugin) {
+    const int worldId = EntryPoint::instance().createWorld();
+    loadAll(plugin, worldId);
+    const Tessel::GameObjectManager& manager = EntryPoint::instance().findValidWorld(worldId)->manager();
+    while (manager.gameObjectsCount() == 0) {
+        EntryPoint::instance().tick();
+    }
+    return 0;
+}
+
+int leaveWithDestroyedWorld(const PluginApi& plugin) {
+    const int worldId = EntryPoint::instance().createWorld();
+    loadAll(plugin, worldId);
+    EntryPoint::instance().destroyWorld(worldId);
+    EntryPoint::instance().tick();
+    return 0;
+}
+
+int leaveWithClearedCache(const PluginApi& plugin) {
+    loadAll(plugin, EntryPoint::instance().createWorld());
+    Loading::fullyClearCache();
+    return 0;
+}
+
+int leaveWithSections(const PluginApi& plugin) {
+    const int worldId = EntryPoint::instance().createWorld();
+    for (int number = 0; number < FILES; ++number) {
+        Loading::loadGameObjectSection(FS::Utils::openXmlSection(file(number), false), worldId, std::nullopt, nullptr,
+                                       [](auto, auto&) { return true; });
+    }
+    plugin.awaitPreload();
+    return 0;
+}
+
+int leaveWithDescriptorRequests(const PluginApi& /*plugin*/) {
+    for (int number = 0; number < FILES; ++number) {
+        Loading::loadDescriptorAsync(file(number), [](Tessel::GameObjectPrefab*) {});
+    }
+    return 0;
+}
+
+/// In the midst of a tick, under the service's lock.
+int exitFromCallback(const PluginApi& plugin) {
+    const int worldId = EntryPoint::instance().createWorld();
+    Loading::loadGameObject(file(0), worldId, std::nullopt, [](auto, auto&) -> bool {
+        std::exit(0); // NOLINT(concurrency-mt-unsafe): the very thing under test
+    });
+    loadAll(plugin, worldId);
+    while (true) {
+        EntryPoint::instance().tick();
+    }
+}
+
+int leaveWithoutLoads(const PluginApi& /*plugin*/) {
+    return 0;
+}
+
+} // namespace
+
+int main(int argumentsCount, char** arguments) {
+    require(argumentsCount == 4, "usage: boundary_exit_program <libraries> <resource root> <mode>");
+    Log::instance().addSink([](const LogMessage&) {}); // What is logged is no matter here.
+    FS::Utils::addResourceRoot(arguments[2]);
+    const PluginApi& plugin = openPlugin(arguments[1], "libboundary_lantern.so");
+
+    constexpr std::pair<std::string_view, int (*)(const PluginApi&)> MODES[] = {
+        {"leave-while-preloading", leaveWhilePreloading},
+        {"exit-while-preloading", exitWhilePreloading},
+        {"leave-at-once", leaveAtOnce},
+        {"leave-with-live-objects", leaveWithLiveObjects},
+        {"leave-with-destroyed-world", leaveWithDestroyedWorld},
+        {"leave-with-cleared-cache", leaveWithClearedCache},
+        {"leave-with-sections", leaveWithSections},
+        {"leave-with-descriptor-requests", leaveWithDescriptorRequests},
+        {"exit-from-callback", exitFromCallback},
+        {"leave-without-loads", leaveWithoutLoads},
+    };
+    for (const auto& [name, run] : MODES) {
+        if (name == arguments[3]) {
+            return run(plugin);
+        }
+    }
+    fail("unknown mode");
+}

@@ -1,0 +1,71 @@
+#include <build_paths.h>
+#include <support/temporary_directory.h>
+#include <tessel_asset_loading/support/prefab_builder.h>
+#include <tessel_asset_loading/support/prefab_text.h>
+
+#include "program_run.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace Kiln::BoundaryTests {
+namespace {
+
+using TestSupport::element;
+using TestSupport::id;
+
+/// Processes that end while prefabs are being loaded (exit_program.cpp).
+class LoadingExitTest : public testing::TestWithParam<const char*> {
+protected:
+    LoadingExitTest() {
+        for (int number = 0; number < 20; ++number) {
+            TestSupport::PrefabText prefab;
+            const std::size_t root = prefab.root(id(1), "Lantern");
+            prefab.component("LanternComponent", root,
+                             element("brightness", "3") + element("preloadMilliseconds", "5"));
+            prefab.child(id(2), "Chain", id(1));
+            prefab.nested(id(3), "Inner", id(1), "inner.prefab");
+            directory.writeFile("lantern" + std::to_string(number) + ".prefab", prefab.text());
+        }
+        TestSupport::PrefabText inner;
+        inner.root(id(1), "Inner root");
+        directory.writeFile("inner.prefab", inner.text());
+    }
+
+    [[nodiscard]] ProgramEnd run(const std::string& mode) const {
+        return runProgram("boundary_exit_program", {KILN_BUILD_LIB_DIR, directory.path().string(), mode});
+    }
+
+    TestSupport::TemporaryDirectory directory;
+};
+
+TEST_P(LoadingExitTest, process_endsCleanly) {
+    const ProgramEnd end = run(GetParam());
+
+    EXPECT_EQ(end.output, "finished\n"); // A sanitizer's report would show here.
+    EXPECT_EQ(end.status, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, LoadingExitTest,
+                         testing::Values("leave-while-preloading", "exit-while-preloading", "leave-at-once",
+                                         "leave-with-live-objects", "leave-with-destroyed-world",
+                                         "leave-with-cleared-cache", "leave-with-sections",
+                                         "leave-with-descriptor-requests", "exit-from-callback", "leave-without-loads"),
+                         [](const auto& instance) {
+                             std::string name = instance.param;
+                             std::replace(name.begin(), name.end(), '-', '_');
+                             return name;
+                         });
+
+using LoadingExitProgramTest = LoadingExitTest;
+
+TEST_F(LoadingExitProgramTest, unknownMode_fails) {
+    const ProgramEnd end = run("no-such-mode");
+
+    EXPECT_EQ(end.output, "FAILED: unknown mode\n");
+    EXPECT_EQ(end.status, 3);
+}
+
+} // namespace
+} // namespace Kiln::BoundaryTests

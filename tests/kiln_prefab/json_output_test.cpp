@@ -1,0 +1,118 @@
+#include "kiln_prefab_fixture.h"
+
+namespace Kiln::PrefabTool::Test {
+
+namespace {
+
+using testing::IsEmpty;
+
+using JsonOutput = KilnPrefabTest;
+
+const std::string INSTANCE = "5b0f1c2e-6a0d-4f43-9f6e-0d9a35b1c001";
+
+[[nodiscard]] std::string liveUuid(std::uint64_t number) {
+    return Uuid::combine(*Uuid::fromString(INSTANCE), numbered(number)).toString();
+}
+
+/// What one file that is loaded by path has the caching walk log.
+[[nodiscard]] std::string walkLog() {
+    std::string log = R"({"severity":5,"text":")" + DEPTH_MESSAGE + R"("})";
+    for (int i = 0; i < 6; ++i) {
+        log += R"(,{"severity":5,"text":")" + BACKGROUND_DEPTH_MESSAGE + R"("})";
+    }
+    return log;
+}
+
+TEST_F(JsonOutput, createdInstance_isExactlyThisLine) {
+    write("a.prefab", PrefabText().object(1, "Root").object(2, "Child", 1).parent(1, 1));
+    const std::vector<Json> instances = spawnJson({"--instance-uuid", INSTANCE, "a.prefab"});
+    ASSERT_EQ(instances.size(), 1U);
+    EXPECT_EQ(m_result.output,
+              R"({"prefab":"a.prefab","instanceUuid":")" + INSTANCE + R"(","frames":)" + instances[0]["frames"].dump() +
+                  R"(,"objects":[{"name":"Root","uuid":")" + liveUuid(1) +
+                  R"(","parent":null,"active":true,"components":["PrefabComponent"]},{"name":"Child","uuid":")" +
+                  liveUuid(2) + R"(","parent":0,"active":false,"components":["HierarchyComponent"]}],"log":[)" +
+                  walkLog() + "]}\n");
+    EXPECT_GE(instances[0]["frames"].get<int>(), 1);
+    EXPECT_THAT(m_result.errors, IsEmpty());
+    EXPECT_EQ(m_result.exitStatus, 0);
+}
+
+TEST_F(JsonOutput, failedInstance_isALineWithoutObjects) {
+    const std::vector<Json> instances = spawnJson({"--instance-uuid", INSTANCE, "gone.prefab"});
+    ASSERT_EQ(instances.size(), 1U);
+    EXPECT_EQ(m_result.output, R"({"prefab":"gone.prefab","instanceUuid":")" + INSTANCE + R"(","frames":)" +
+                                   instances[0]["frames"].dump() +
+                                   R"(,"objects":[],"log":[{"severity":5,"text":"Prefab not found gone.prefab"}]})" +
+                                   "\n");
+    EXPECT_EQ(m_result.exitStatus, 1);
+}
+
+TEST_F(JsonOutput, failedInstances_haveALineEach) {
+    const std::vector<Json> instances = spawnJson({"--instances", "2", "gone.prefab"});
+    ASSERT_EQ(instances.size(), 2U);
+    for (const Json& instance : instances) {
+        EXPECT_EQ(logTexts(instance), (std::vector<std::string>{"Prefab not found gone.prefab"}));
+    }
+}
+
+TEST_F(JsonOutput, root_isFirstEvenWhenItIsNotStoredFirst) {
+    write("a.prefab", PrefabText().object(1, "Child").object(2, "Root").object(3, "Other").parent(0, 2).parent(2, 1));
+    const std::vector<Json> instances = spawnJson({"a.prefab"});
+    ASSERT_EQ(instances.size(), 1U);
+    EXPECT_EQ(names(instances[0]), (std::vector<std::string>{"Root", "Child", "Other"}));
+    EXPECT_EQ(instances[0]["objects"][1]["parent"], 0);
+    EXPECT_EQ(instances[0]["objects"][2]["parent"], 1);
+}
+
+TEST_F(JsonOutput, secondInstance_hasOnlyItsOwnObjectsAndLog) {
+    write("a.prefab", PrefabText().object(1, "Root").object(2, "Child").parent(1, 1));
+    const std::vector<Json> instances = spawnJson({"--instances", "2", "a.prefab"});
+    ASSERT_EQ(instances.size(), 2U);
+    EXPECT_EQ(names(instances[1]), (std::vector<std::string>{"Root", "Child"}));
+    EXPECT_EQ(instances[1]["objects"][1]["parent"], 0);
+    EXPECT_EQ(instances[1]["log"], Json::array());
+}
+
+TEST_F(JsonOutput, invalidUtf8_isReplaced) {
+    write("a.prefab", PrefabText().object(1, "Ro\xFFot"));
+    const std::vector<Json> instances = spawnJson({"a.prefab"});
+    ASSERT_EQ(instances.size(), 1U);
+    EXPECT_EQ(names(instances[0]), std::vector<std::string>{"Ro\xEF\xBF\xBDot"});
+}
+
+TEST_F(JsonOutput, fileNameThatIsNotUtf8_isReplaced) {
+    write("\xFF.prefab", simplePrefab());
+    const std::vector<Json> instances = spawnJson({"\xFF.prefab"});
+    ASSERT_EQ(instances.size(), 1U);
+    EXPECT_EQ(instances[0]["prefab"], "\xEF\xBF\xBD.prefab");
+    EXPECT_EQ(instances[0]["objects"].size(), 1U);
+}
+
+TEST_F(JsonOutput, specialCharacters_areEscaped) {
+    write("a.prefab", PrefabText().object(1, "\"Quoted\"\n&lt;lamp&gt; \xC3\xBC"));
+    const std::vector<Json> instances = spawnJson({"a.prefab"});
+    ASSERT_EQ(instances.size(), 1U);
+    EXPECT_EQ(names(instances[0]), std::vector<std::string>{"\"Quoted\"\n<lamp> \xC3\xBC"});
+}
+
+TEST_F(JsonOutput, messages_keepTheirTextAndSeverity) {
+    write("a.prefab", PrefabText().object(1, "A").object(2, "B"));
+    const std::vector<Json> instances = spawnJson({"a.prefab"});
+    ASSERT_EQ(instances.size(), 1U);
+    const Json& log = instances[0]["log"];
+    EXPECT_THAT(log, testing::Contains(Json{{"severity", 5}, {"text", "Failed to create prefab instance.\n"}}));
+}
+
+TEST_F(JsonOutput, warnings_areInTheLog) {
+    write("a.prefab", PrefabText().object(1, "A").component("TransformComponent", 0, "<colour>red</colour>"));
+    const std::vector<Json> instances = spawnJson({"a.prefab"});
+    ASSERT_EQ(instances.size(), 1U);
+    ASSERT_EQ(logTexts(instances[0]).size(), 1U);
+    EXPECT_EQ(instances[0]["log"][0]["severity"], 4);
+    EXPECT_EQ(m_result.exitStatus, 0);
+}
+
+} // namespace
+
+} // namespace Kiln::PrefabTool::Test

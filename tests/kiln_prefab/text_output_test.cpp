@@ -1,0 +1,111 @@
+#include "kiln_prefab_fixture.h"
+
+namespace Kiln::PrefabTool::Test {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Not;
+
+class TextOutput : public KilnPrefabTest {
+protected:
+    TextOutput() {
+        write("lamp.prefab",
+              PrefabText().object(1, "Lamp").object(2, "Bulb").object(3, "Switch", 1).parent(1, 1).parent(2, 1));
+        write("quay.prefab", PrefabText()
+                                 .object(1, "Quay")
+                                 .object(2, "North lamp")
+                                 .object(3, "Bollard")
+                                 .parent(1, 1)
+                                 .parent(2, 1)
+                                 .nested(1, "lamp.prefab")
+                                 .component("TransformComponent", 0));
+    }
+};
+
+TEST_F(TextOutput, instance_isATreeAndASummary) {
+    const TestSupport::ProcessResult result =
+        spawn({"--instance-uuid", "5b0f1c2e-6a0d-4f43-9f6e-0d9a35b1c001", "quay.prefab"});
+    EXPECT_THAT(lines(result.output),
+                ElementsAre("quay.prefab, instance 5b0f1c2e-6a0d-4f43-9f6e-0d9a35b1c001",
+                            "Quay [PrefabComponent, TransformComponent] from quay.prefab",
+                            "├── North lamp [HierarchyComponent, PrefabComponent] from lamp.prefab",
+                            "│   ├── Bulb [HierarchyComponent]", "│   └── Switch [HierarchyComponent] (inactive)",
+                            "└── Bollard [HierarchyComponent]",
+                            MatchesRegex("5 objects, 2 prefab files, [0-9]+ frames?, [0-9]+\\.[0-9] ms")));
+    EXPECT_THAT(result.errors, IsEmpty());
+    EXPECT_EQ(result.exitStatus, 0);
+}
+
+TEST_F(TextOutput, oneObject_isCountedInTheSingular) {
+    write("a.prefab", simplePrefab());
+    EXPECT_THAT(spawn({"a.prefab"}).output, HasSubstr("\n1 object, 1 prefab file, "));
+}
+
+TEST_F(TextOutput, fileNestedTwice_countsOnce) {
+    write("a.prefab", PrefabText()
+                          .object(1, "A")
+                          .object(2, "One")
+                          .object(3, "Two")
+                          .parent(1, 1)
+                          .parent(2, 1)
+                          .nested(1, "lamp.prefab")
+                          .nested(2, "lamp.prefab"));
+    EXPECT_THAT(spawn({"a.prefab"}).output, HasSubstr("\n7 objects, 2 prefab files, "));
+}
+
+TEST_F(TextOutput, rootUnderInactiveParent_isTheTopOfTheTree) {
+    EXPECT_THAT(spawn({"--under-inactive-parent", "lamp.prefab"}).output,
+                HasSubstr("\nLamp [HierarchyComponent, PrefabComponent] (inactive) from lamp.prefab\n"
+                          "├── Bulb [HierarchyComponent] (inactive)\n"));
+}
+
+TEST_F(TextOutput, objectWithoutParent_isATreeOfItsOwn) {
+    write("a.prefab", PrefabText().object(1, "A").object(2, "Stray").parent(1, 77));
+    EXPECT_THAT(spawn({"a.prefab"}).output,
+                HasSubstr("\nA [PrefabComponent] from a.prefab\nStray [HierarchyComponent] (inactive)\n"));
+}
+
+TEST_F(TextOutput, severalInstances_haveATotal) {
+    const std::vector<std::string> output = lines(spawn({"--instances", "2", "quay.prefab", "lamp.prefab"}).output);
+    ASSERT_FALSE(output.empty());
+    EXPECT_THAT(output.back(), MatchesRegex("total: 4 of 4 instances, 16 objects, 2 prefab files, [0-9]+ frames, "
+                                            "[0-9]+\\.[0-9] ms"));
+}
+
+TEST_F(TextOutput, totalTellsHowManyWereCreated) {
+    EXPECT_THAT(spawn({"gone.prefab", "lamp.prefab"}).output,
+                HasSubstr("\ntotal: 1 of 2 instances, 3 objects, 1 prefab file, "));
+}
+
+TEST_F(TextOutput, failedInstance_writesNothingToStdout) {
+    EXPECT_THAT(spawn({"gone.prefab"}).output, IsEmpty());
+}
+
+TEST_F(TextOutput, controlCharactersInNames_areShownAsCodes) {
+    write("a.prefab", PrefabText().object(1, "A\x1B[31m\nB"));
+    EXPECT_THAT(spawn({"a.prefab"}).output, HasSubstr("\nA\\x1b[31m\\x0aB [PrefabComponent] from a.prefab\n"));
+}
+
+TEST_F(TextOutput, deepHierarchy_isWrittenWhole) {
+    constexpr std::size_t DEPTH = 300;
+    PrefabText prefab;
+    for (std::size_t level = 0; level < DEPTH; ++level) {
+        prefab.object(level + 1, "Level " + std::to_string(level));
+        if (level > 0) {
+            prefab.parent(level, level);
+        }
+    }
+    write("deep.prefab", prefab);
+    const TestSupport::ProcessResult result = spawn({"deep.prefab"});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_THAT(result.output, HasSubstr("└── Level 299 [HierarchyComponent]\n300 objects, "));
+    EXPECT_THAT(result.output, Not(HasSubstr("├")));
+}
+
+} // namespace
+
+} // namespace Kiln::PrefabTool::Test

@@ -1,0 +1,235 @@
+#include "document_fixture.h"
+
+#include <object_serialization/override_records.h>
+
+namespace Kiln::SerializationTests {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class Overrides : public PropertiesTest<TextComponent> {
+protected:
+    /// A record for one game object.
+    [[nodiscard]] static std::string objectText(const std::string& uuid, const std::string& components) {
+        return "<gameObject><uuid>" + uuid + "</uuid>" + components + "</gameObject>";
+    }
+
+    [[nodiscard]] static std::string componentText(const std::string& type, const std::string& properties) {
+        return "<component><type>" + type + "</type><properties>" + properties + "</properties></component>";
+    }
+
+    [[nodiscard]] static SmartPointer<OverrideRecords> create(const std::string& objects) {
+        return OverrideRecords::create("<overrides>" + objects + "</overrides>");
+    }
+
+    /// Records that set properties of the text component of object ONE.
+    [[nodiscard]] static SmartPointer<OverrideRecords> createForOne(const std::string& properties) {
+        return create(objectText(ONE_TEXT, componentText("TextComponent", properties)));
+    }
+
+    /// What the records make of a text component's configuration.
+    [[nodiscard]] static Config apply(const OverrideRecords& records, const Uuid& uuid = ONE) {
+        Config config{"original text", "original note", 0};
+        if (const ComponentOverrideRecords* const record = records.getComponentRecord(uuid, "TextComponent")) {
+            applyOverrides(*record, view(config), "TextComponent");
+        }
+        return config;
+    }
+
+    [[nodiscard]] static Message recordError(std::string text) {
+        return {LogSeverity::ERROR, "", std::move(text), "object_serialization/override_records"};
+    }
+
+    static constexpr Uuid ONE{0, 1};
+    static constexpr const char* ONE_TEXT = "00000000-0000-0000-0000-000000000001";
+    static constexpr Uuid TWO{0, 2};
+    static constexpr const char* TWO_TEXT = "00000000-0000-0000-0000-000000000002";
+};
+
+TEST_F(Overrides, create_emptyText_isNullAndSilent) {
+    EXPECT_FALSE(OverrideRecords::create(""));
+    EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(Overrides, create_textThatIsNotWellFormed_isNullAndOneError) {
+    EXPECT_FALSE(OverrideRecords::create("<overrides>"));
+    ASSERT_EQ(log.messages().size(), 1U);
+    EXPECT_EQ(log.messages()[0].severity, LogSeverity::ERROR);
+    EXPECT_THAT(log.messages()[0].text, testing::StartsWith("XML error in 'override data' at line 1, column "));
+}
+
+TEST_F(Overrides, create_textWithoutAnyElement_isNullAndOneError) {
+    for (const char* const text : {"  \n", "lamp", "<!-- nothing -->"}) {
+        log.clear();
+        EXPECT_FALSE(OverrideRecords::create(text));
+        EXPECT_EQ(log.errors().size(), 1U) << text;
+    }
+}
+
+TEST_F(Overrides, create_otherRoot_isNullAndOneError) {
+    EXPECT_FALSE(OverrideRecords::create("<override/>"));
+    EXPECT_THAT(log.messages(), ElementsAre(recordError("The root of the override data is 'override' instead of "
+                                                        "'overrides'")));
+}
+
+TEST_F(Overrides, create_rootAlone_isEmpty) {
+    const auto records = create("");
+    ASSERT_TRUE(records);
+    EXPECT_TRUE(records->empty());
+    EXPECT_EQ(records->getRecord(ONE), nullptr);
+    EXPECT_EQ(records->getComponentRecord(ONE, "TextComponent"), nullptr);
+    EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(Overrides, create_records_areFoundByUuidAndComponentName) {
+    const auto records =
+        create(objectText("\n " + std::string(ONE_TEXT) + " ",
+                          componentText(" TextComponent ", "<text>a</text>") + componentText("Other", "<x>1</x>")));
+    EXPECT_FALSE(records->empty());
+    ASSERT_NE(records->getRecord(ONE), nullptr);
+    EXPECT_EQ(records->getRecord(TWO), nullptr);
+    const ComponentOverrideRecords* const record = records->getComponentRecord(ONE, "TextComponent");
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(record, records->getRecord(ONE)->find("TextComponent"));
+    EXPECT_EQ(record->componentName(), "TextComponent");
+    EXPECT_EQ(record->properties().size(), 1U);
+    EXPECT_NE(records->getComponentRecord(ONE, "Other"), nullptr);
+    EXPECT_EQ(records->getComponentRecord(ONE, "Unknown"), nullptr);
+    EXPECT_EQ(records->getComponentRecord(TWO, "TextComponent"), nullptr);
+    EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(Overrides, create_zeroUuid_isARecordLikeAnother) {
+    const auto records =
+        create(objectText("00000000-0000-0000-0000-000000000000", componentText("TextComponent", "<text>root</text>")));
+    EXPECT_EQ(apply(*records, Uuid::ZERO).text, "root");
+    EXPECT_EQ(records->getRecord(ONE), nullptr);
+    EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(Overrides, create_malformedUuid_isSkippedWithAnErrorAndTheOthersStay) {
+    const auto records = create("\n" + objectText(" 12 ", componentText("TextComponent", "<text>a</text>")) + "\n" +
+                                objectText(ONE_TEXT, componentText("TextComponent", "<text>b</text>")));
+    EXPECT_EQ(apply(*records).text, "b");
+    EXPECT_THAT(log.messages(),
+                ElementsAre(recordError("Override data, line 2: ' 12 ' is not a UUID; the record is skipped")));
+}
+
+TEST_F(Overrides, create_missingUuid_isSkippedWithAnError) {
+    const auto records = create("<gameObject>" + componentText("TextComponent", "<text>a</text>") + "</gameObject>");
+    ASSERT_TRUE(records);
+    EXPECT_TRUE(records->empty());
+    EXPECT_THAT(log.messages(),
+                ElementsAre(recordError("Override data, line 1: '' is not a UUID; the record is skipped")));
+}
+
+TEST_F(Overrides, create_componentWithoutType_isSkippedWithAnError) {
+    const auto records = create(objectText(ONE_TEXT, "\n" + componentText(" ", "<text>a</text>") +
+                                                         componentText("TextComponent", "<text>b</text>")));
+    EXPECT_EQ(apply(*records).text, "b");
+    EXPECT_THAT(log.messages(), ElementsAre(recordError("Override data, line 2: a component without type is skipped")));
+}
+
+TEST_F(Overrides, create_componentWithoutProperties_isNoRecord) {
+    const auto records = create(objectText(ONE_TEXT, "<component><type>TextComponent</type></component>"));
+    EXPECT_TRUE(records->empty());
+    EXPECT_EQ(records->getRecord(ONE), nullptr);
+    EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(Overrides, create_otherElements_areIgnored) {
+    const auto records =
+        create("<comment>x</comment>" +
+               objectText(ONE_TEXT, "<name>a</name>" + componentText("TextComponent", "<text>b</text>")));
+    EXPECT_EQ(apply(*records).text, "b");
+    EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(Overrides, create_sameObjectTwice_addsUpAndTheLaterWins) {
+    const auto records = create(objectText(ONE_TEXT, componentText("TextComponent", "<text>a</text><note>n</note>")) +
+                                objectText(ONE_TEXT, componentText("TextComponent", "<text>b</text>")));
+    EXPECT_EQ(apply(*records).text, "b");
+    EXPECT_EQ(apply(*records).note, "n");
+}
+
+TEST_F(Overrides, apply_leavesPropertiesThatNoRecordSets) {
+    const Config result = apply(*createForOne("<note>new</note>"));
+    EXPECT_EQ(result.text, "original text");
+    EXPECT_EQ(result.note, "new");
+}
+
+TEST_F(Overrides, apply_problem_namesTheOverrideData) {
+    (void)apply(*createForOne("<colour>red</colour>"));
+    EXPECT_THAT(log.messages(), ElementsAre(propertyWarning("Component 'TextComponent': property 'colour' is not "
+                                                            "known and is skipped (override data, line 1)")));
+}
+
+TEST_F(Overrides, merge_propertyThatBothSet_takesTheLaterValue) {
+    const auto before = createForOne("<text>before</text><note>before</note>");
+    before->merge(*createForOne("<text>after</text>"));
+    EXPECT_EQ(apply(*before).text, "after");
+    EXPECT_EQ(apply(*before).note, "before");
+}
+
+TEST_F(Overrides, merge_addsObjectsAndComponentsThatWereNotThere) {
+    const auto before = createForOne("<text>one</text>");
+    before->merge(*create(objectText(ONE_TEXT, componentText("Other", "<x>1</x>")) +
+                          objectText(TWO_TEXT, componentText("TextComponent", "<text>two</text>"))));
+    EXPECT_EQ(apply(*before, ONE).text, "one");
+    EXPECT_EQ(apply(*before, TWO).text, "two");
+    EXPECT_NE(before->getComponentRecord(ONE, "Other"), nullptr);
+}
+
+TEST_F(Overrides, merge_leavesTheOtherRecordsAsTheyWere) {
+    const auto before = createForOne("<text>before</text>");
+    const auto after = createForOne("<note>after</note>");
+    before->merge(*after);
+    EXPECT_EQ(apply(*after).text, "original text");
+}
+
+TEST_F(Overrides, merge_keepsTheTextsAlive) {
+    const auto before = createForOne("<text>before</text>");
+    {
+        const auto after = createForOne("<note>after</note>");
+        before->merge(*after);
+    }
+    EXPECT_EQ(apply(*before).note, "after");
+}
+
+TEST_F(Overrides, clone_isIndependent) {
+    const auto original = createForOne("<text>original</text>");
+    const auto copy = original->clone();
+    copy->merge(*createForOne("<text>changed</text>"));
+    copy->merge(*create(objectText(TWO_TEXT, componentText("TextComponent", "<text>two</text>"))));
+    EXPECT_EQ(apply(*original).text, "original");
+    EXPECT_EQ(original->getRecord(TWO), nullptr);
+    EXPECT_EQ(apply(*copy).text, "changed");
+}
+
+TEST_F(Overrides, addBefore_losesAgainstWhatIsThere) {
+    const auto records = createForOne("<text>own</text>");
+    records->addBefore(
+        ONE, *createForOne("<text>before</text><note>before</note>")->getComponentRecord(ONE, "TextComponent"));
+    EXPECT_EQ(apply(*records).text, "own");
+    EXPECT_EQ(apply(*records).note, "before");
+}
+
+TEST_F(Overrides, addBefore_toAnObjectWithoutRecords_makesThem) {
+    const auto records = create("");
+    records->addBefore(TWO, *createForOne("<text>new</text>")->getComponentRecord(ONE, "TextComponent"));
+    EXPECT_FALSE(records->empty());
+    EXPECT_EQ(apply(*records, TWO).text, "new");
+}
+
+TEST_F(Overrides, gameObjectRecords_getMakesAndFindDoesNot) {
+    GameObjectOverrideRecords records;
+    EXPECT_EQ(records.find("A"), nullptr);
+    ComponentOverrideRecords& made = records.get("A");
+    EXPECT_EQ(made.componentName(), "A");
+    EXPECT_EQ(records.find("A"), &made);
+    EXPECT_EQ(&records.get("A"), &made);
+}
+
+} // namespace
+} // namespace Kiln::SerializationTests

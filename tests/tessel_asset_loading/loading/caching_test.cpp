@@ -1,0 +1,105 @@
+#include <tessel_asset_loading/prefab_component/service_fixture.h>
+
+namespace Kiln::TestSupport {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+namespace Loading = Tessel::Loading;
+
+/// The functions of Loading that just fill and empty the cache.
+class LoadingCacheTest : public ServiceFixture {
+protected:
+    LoadingCacheTest() {
+        HookComponent::onPreload = [this](const HookComponent::Config& config) { preloaded.push_back(config.tag); };
+        for (const char* const path : {"a.prefab", "b.prefab", "c.prefab"}) {
+            cachePrefab(path, PrefabBuilder().root(id(1)).with<HookComponent>({path}));
+        }
+    }
+
+    std::vector<std::string> preloaded;
+};
+
+TEST_F(LoadingCacheTest, loadDescriptorSync_givesTheCachedPrefab) {
+    writeRoot("lamp.prefab", "Lamp");
+
+    const Tessel::GameObjectPrefab* const prefab = Loading::loadDescriptorSync("lamp.prefab");
+
+    ASSERT_NE(prefab, nullptr);
+    EXPECT_EQ(prefab, service().loadPrefabData("lamp.prefab"));
+    EXPECT_EQ(Loading::loadDescriptorSync("lamp.prefab"), prefab);
+}
+
+TEST_F(LoadingCacheTest, loadDescriptorSync_missingFile_isNull) {
+    EXPECT_EQ(Loading::loadDescriptorSync("none.prefab"), nullptr);
+    EXPECT_THAT(logged(), ElementsAre("5: Prefab not found none.prefab"));
+}
+
+TEST_F(LoadingCacheTest, loadDescriptorAsync_cachesWithoutPreloadingAndIsNotAnswered) {
+    writeHookedRoot("lamp.prefab", "lamp");
+    int calls = 0;
+
+    Loading::loadDescriptorAsync("lamp.prefab", [&calls](Tessel::GameObjectPrefab*) { ++calls; });
+    EXPECT_EQ(requestsCount(), 1U);
+    finishLoads();
+
+    EXPECT_EQ(requestsCount(), 1U);
+    EXPECT_EQ(calls, 0);
+    EXPECT_THAT(preloaded, IsEmpty());
+    writeRoot("lamp.prefab", "Changed");
+    EXPECT_EQ(Loading::loadDescriptorSync("lamp.prefab")->getGameObject(0)->name(), "lamp");
+}
+
+TEST_F(LoadingCacheTest, cacheGameObjects_false_preloads) {
+    Loading::cacheGameObjects({"b.prefab", "a.prefab"}, false);
+
+    EXPECT_THAT(preloaded, ElementsAre("b.prefab", "a.prefab"));
+}
+
+TEST_F(LoadingCacheTest, cacheGameObjects_true_doesNotPreload) {
+    Loading::cacheGameObjects({"a.prefab", "b.prefab"}, true);
+
+    EXPECT_THAT(preloaded, IsEmpty());
+}
+
+TEST_F(LoadingCacheTest, cacheGameObjects_parsesFilesAtOnce) {
+    writeRoot("lamp.prefab", "Lamp");
+
+    Loading::cacheGameObjects({"lamp.prefab", "none.prefab"}, true);
+
+    writeRoot("lamp.prefab", "Changed");
+    EXPECT_EQ(Loading::loadDescriptorSync("lamp.prefab")->getGameObject(0)->name(), "Lamp");
+    EXPECT_EQ(log.count("Prefab not found none.prefab"), 1U);
+}
+
+TEST_F(LoadingCacheTest, cacheGameObjects_noPaths_doesNothing) {
+    Loading::cacheGameObjects({}, false);
+
+    EXPECT_THAT(preloaded, IsEmpty());
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(LoadingCacheTest, clearGameObjectsCache_dropsThosePaths) {
+    Loading::clearGameObjectsCache({"a.prefab", "unknown.prefab", "c.prefab"});
+
+    EXPECT_EQ(Loading::loadDescriptorSync("a.prefab"), nullptr);
+    EXPECT_NE(Loading::loadDescriptorSync("b.prefab"), nullptr);
+    EXPECT_EQ(Loading::loadDescriptorSync("c.prefab"), nullptr);
+}
+
+TEST_F(LoadingCacheTest, clearGameObjectsCache_noPaths_keepsEverything) {
+    Loading::clearGameObjectsCache({});
+
+    EXPECT_NE(Loading::loadDescriptorSync("a.prefab"), nullptr);
+}
+
+TEST_F(LoadingCacheTest, fullyClearCache_dropsEverything) {
+    Loading::fullyClearCache();
+
+    EXPECT_EQ(Loading::loadDescriptorSync("a.prefab"), nullptr);
+    EXPECT_EQ(Loading::loadDescriptorSync("b.prefab"), nullptr);
+    EXPECT_EQ(Loading::loadDescriptorSync("c.prefab"), nullptr);
+}
+
+} // namespace
+} // namespace Kiln::TestSupport

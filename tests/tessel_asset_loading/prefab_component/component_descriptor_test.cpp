@@ -1,0 +1,166 @@
+#include <tessel_asset_loading/support/world_fixture.h>
+
+#include <variant/variant_converter.h>
+
+#include <gmock/gmock.h>
+
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObject;
+using Tessel::PrefabComponent;
+using ::testing::IsEmpty;
+using Descriptor = ComponentDescriptor<PrefabComponent>;
+
+/// ComponentDescriptor<PrefabComponent>, as the component library makes it.
+class PrefabDescriptorTest : public WorldFixture {
+protected:
+    [[nodiscard]] static SmartPointer<Descriptor> make() {
+        const ComponentLibrary& library = ComponentLibrary::instance();
+        return staticPointerCast<Descriptor>(library.createDescriptor(library.findComponent("PrefabComponent")));
+    }
+
+    static constexpr int DEAD_WORLD = 1'000'000;
+
+    SmartPointer<Descriptor> descriptor = make();
+    GameObject object = manager().createGameObject();
+};
+
+TEST_F(PrefabDescriptorTest, config_byDefault_isEmpty) {
+    EXPECT_EQ(descriptor->config().resource, "");
+    EXPECT_EQ(descriptor->config().overridesData, "");
+    EXPECT_FALSE(descriptor->config().hasOverrides);
+}
+
+TEST_F(PrefabDescriptorTest, texts_areNameLibraryPathAndCategory) {
+    EXPECT_EQ(descriptor->name(), "PrefabComponent");
+    EXPECT_EQ(descriptor->libraryPath(), "components/PrefabComponent");
+    EXPECT_EQ(descriptor->category(), IComponentDescriptor::DEFAULT_CATEGORY);
+}
+
+TEST_F(PrefabDescriptorTest, libraryPath_followsTheGivenName) {
+    const Descriptor other("Other", "third");
+
+    EXPECT_EQ(other.name(), "Other");
+    EXPECT_EQ(other.libraryPath(), "components/Other");
+    EXPECT_EQ(other.category(), "third");
+}
+
+TEST_F(PrefabDescriptorTest, type_isThatOfTheComponent) {
+    EXPECT_EQ(descriptor->type(), Tessel::NativeComponent<PrefabComponent>::getType());
+}
+
+TEST_F(PrefabDescriptorTest, reflect_viewsConfigOfTheDescriptor) {
+    descriptor->config().resource = "lamp.prefab";
+
+    const vessa::Variant variant = descriptor->reflect();
+
+    const auto* const reflected = vessa::VariantConverter::convertTo<mirra::ReflectedObject>(variant);
+    ASSERT_NE(reflected, nullptr);
+    EXPECT_EQ(reflected->object(), &descriptor->config());
+    ASSERT_NE(reflected->metaObject(), nullptr);
+    EXPECT_EQ(reflected->metaObject()->type(), typeid(PrefabComponent::Config));
+    ASSERT_EQ(reflected->properties(), 2U);
+    EXPECT_EQ(*reflected->propertyAt(0).get().get<std::string>(), "lamp.prefab");
+}
+
+TEST_F(PrefabDescriptorTest, metaType_isThatOfTheComponent) {
+    EXPECT_EQ(descriptor->metaType(), mirra::MetaObjectManager::instance().findType(typeid(PrefabComponent)));
+    ASSERT_NE(descriptor->metaType(), nullptr);
+    EXPECT_EQ(descriptor->metaType()->name(), "Kiln::Tessel::PrefabComponent");
+}
+
+TEST_F(PrefabDescriptorTest, createOnObject_addsComponentMadeFromConfig) {
+    descriptor->config() = {"lamp.prefab", "<overrides/>", false};
+
+    Tessel::IComponent* const created = descriptor->createOnObject(object);
+
+    const auto* const component = find<PrefabComponent>(object);
+    EXPECT_EQ(created, component);
+    ASSERT_NE(component, nullptr);
+    EXPECT_EQ(component->resource(), "lamp.prefab");
+    EXPECT_TRUE(component->hasOverrides());
+}
+
+TEST_F(PrefabDescriptorTest, createOnObject_withoutManager_isNull) {
+    EXPECT_EQ(descriptor->createOnObject(GameObject(DEAD_WORLD, 0, 0)), nullptr);
+    EXPECT_EQ(descriptor->createOnObject(GameObject::INVALID_GAME_OBJECT), nullptr);
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(PrefabDescriptorTest, createOnObject_deadObject_isNullAndLeaksNothing) {
+    manager().removeGameObject(object);
+
+    EXPECT_EQ(descriptor->createOnObject(object), nullptr);
+    EXPECT_EQ(world().getStorage<PrefabComponent>().componentsCount(), 0U);
+}
+
+TEST_F(PrefabDescriptorTest, removeFromObject_removesComponent) {
+    descriptor->createOnObject(object);
+
+    descriptor->removeFromObject(object);
+
+    EXPECT_EQ(find<PrefabComponent>(object), nullptr);
+    EXPECT_EQ(world().getStorage<PrefabComponent>().componentsCount(), 0U);
+}
+
+TEST_F(PrefabDescriptorTest, removeFromObject_withoutComponent_doesNothing) {
+    descriptor->removeFromObject(object);
+    descriptor->removeFromObject(GameObject::INVALID_GAME_OBJECT);
+    descriptor->removeFromObject(GameObject(DEAD_WORLD, 0, 0));
+
+    EXPECT_TRUE(manager().isGameObjectValid(object));
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(PrefabDescriptorTest, reapplyOnObject_replacesComponentByNewOne) {
+    descriptor->config().resource = "old.prefab";
+    descriptor->createOnObject(object);
+    manager().findComponent<PrefabComponent>(object)->setInstanceUuid(id(9));
+    descriptor->config().resource = "new.prefab";
+
+    Tessel::IComponent* const applied = descriptor->reapplyOnObject(object, id(1), {});
+
+    const auto* const component = find<PrefabComponent>(object);
+    EXPECT_EQ(applied, component);
+    ASSERT_NE(component, nullptr);
+    EXPECT_EQ(component->resource(), "new.prefab");
+    EXPECT_EQ(component->instanceUuid(), Uuid::ZERO);
+    EXPECT_EQ(world().getStorage<PrefabComponent>().componentsCount(), 1U);
+}
+
+TEST_F(PrefabDescriptorTest, reapplyOnObject_withoutComponent_addsOne) {
+    EXPECT_NE(descriptor->reapplyOnObject(object, id(1), {}), nullptr);
+    EXPECT_NE(find<PrefabComponent>(object), nullptr);
+}
+
+TEST_F(PrefabDescriptorTest, reapplyOnObject_deadObjectOrWorld_isNull) {
+    manager().removeGameObject(object);
+
+    EXPECT_EQ(descriptor->reapplyOnObject(object, id(1), {}), nullptr);
+    EXPECT_EQ(descriptor->reapplyOnObject(GameObject(DEAD_WORLD, 0, 0), id(1), {}), nullptr);
+    EXPECT_EQ(descriptor->reapplyOnObject(GameObject::INVALID_GAME_OBJECT, id(1), {}), nullptr);
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(PrefabDescriptorTest, findPrefabDescriptor_findsItAmongComponents) {
+    const SmartPointer<GameObjectDescriptor> node = makeNode(id(1));
+    EXPECT_EQ(Tessel::findPrefabDescriptor(*node), nullptr);
+    addComponent<TagComponent>(*node);
+
+    ComponentDescriptor<PrefabComponent>& added = addComponent<PrefabComponent>(*node, {"lamp.prefab", "", false});
+
+    EXPECT_EQ(Tessel::findPrefabDescriptor(*node), &added);
+}
+
+TEST_F(PrefabDescriptorTest, sharedConfig_isOwnedOrJustReferredTo) {
+    const auto owned = vessa::Variant::share(std::make_shared<PrefabComponent::Config>());
+    PrefabComponent::Config elsewhere;
+    const auto referred = vessa::Variant::refer(&elsewhere);
+
+    EXPECT_NE(owned.get<PrefabComponent::Config>(), nullptr);
+    EXPECT_EQ(referred.get<PrefabComponent::Config>(), &elsewhere);
+}
+
+} // namespace
+} // namespace Kiln::TestSupport

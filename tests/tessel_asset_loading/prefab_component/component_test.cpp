@@ -1,0 +1,130 @@
+#include <tessel_asset_loading/support/world_fixture.h>
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::ComponentStorage;
+using Tessel::PrefabComponent;
+using ::testing::HasSubstr;
+
+TEST(PrefabComponentTest, constructor_copiesStringsOfConfig) {
+    const PrefabComponent component({"props/lamp.prefab", "<overrides/>", false});
+
+    EXPECT_EQ(component.resource(), "props/lamp.prefab");
+    EXPECT_EQ(component.overridesData(), "<overrides/>");
+}
+
+TEST(PrefabComponentTest, hasOverrides_withoutDataAndFlag_isFalse) {
+    EXPECT_FALSE(PrefabComponent({"lamp.prefab", "", false}).hasOverrides());
+}
+
+TEST(PrefabComponentTest, hasOverrides_flagAlone_isTrue) {
+    EXPECT_TRUE(PrefabComponent({"lamp.prefab", "", true}).hasOverrides());
+}
+
+TEST(PrefabComponentTest, hasOverrides_anyDataAlone_isTrue) {
+    EXPECT_TRUE(PrefabComponent({"lamp.prefab", " ", false}).hasOverrides());
+}
+
+TEST(PrefabComponentTest, hasOverrides_dataAndFlag_isTrue) {
+    EXPECT_TRUE(PrefabComponent({"lamp.prefab", "<overrides/>", true}).hasOverrides());
+}
+
+TEST(PrefabComponentTest, instanceUuid_ofFreshComponent_isZero) {
+    EXPECT_EQ(PrefabComponent(PrefabComponent::Config()).instanceUuid(), Uuid::ZERO);
+}
+
+TEST(PrefabComponentTest, setInstanceUuid_isKept) {
+    PrefabComponent component({"lamp.prefab", "", false});
+
+    component.setInstanceUuid(id(5));
+
+    EXPECT_EQ(component.instanceUuid(), id(5));
+    EXPECT_EQ(component.resource(), "lamp.prefab");
+}
+
+TEST(PrefabComponentTest, config_byDefault_isEmpty) {
+    const PrefabComponent::Config config;
+
+    EXPECT_EQ(config.resource, "");
+    EXPECT_EQ(config.overridesData, "");
+    EXPECT_FALSE(config.hasOverrides);
+}
+
+TEST(PrefabComponentTest, type_isTheRegisteredId) {
+    const PrefabComponent component{PrefabComponent::Config()};
+
+    EXPECT_EQ(component.type(), Tessel::NativeComponent<PrefabComponent>::getType());
+    EXPECT_EQ(component.type(), Tessel::IComponent::types().registerType(typeid(PrefabComponent)));
+    EXPECT_LT(component.type(), Tessel::IComponent::MAX_TYPES);
+}
+
+TEST(PrefabComponentTest, blockLink_outsideOfPool_isNullAndActivationHasNoEffect) {
+    PrefabComponent component{PrefabComponent::Config()};
+
+    component.activate();
+    component.deactivate();
+
+    EXPECT_EQ(component.block(), nullptr);
+}
+
+TEST(PrefabComponentTest, pool_setsBlockLink) {
+    ComponentStorage<PrefabComponent> storage;
+
+    const auto component = storage.create(PrefabComponent::Config{"lamp.prefab", "", false});
+
+    EXPECT_NE(component->block(), nullptr);
+    EXPECT_EQ(component->resource(), "lamp.prefab");
+    EXPECT_EQ(storage.componentsCount(), 1U);
+    EXPECT_EQ(storage.activeCount(), 0U);
+}
+
+TEST(PrefabComponentTest, activateAndDeactivate_goThroughThePool) {
+    ComponentStorage<PrefabComponent> storage;
+    const auto component = storage.create(PrefabComponent::Config());
+
+    component->activate();
+    component->activate();
+    EXPECT_EQ(storage.activeCount(), 1U);
+    component->deactivate();
+    component->deactivate();
+
+    EXPECT_EQ(storage.activeCount(), 0U);
+    EXPECT_EQ(storage.componentsCount(), 1U);
+}
+
+TEST(PrefabComponentTest, dump_showsTheComponent) {
+    ComponentStorage<PrefabComponent> storage(2);
+    const auto component = storage.create(PrefabComponent::Config());
+    component->activate();
+
+    std::ostringstream dump;
+    storage.dump(dump);
+
+    EXPECT_THAT(dump.str(), HasSubstr("0| ACTIVE           | NO| NO"));
+}
+
+class LivePrefabComponentTest : public WorldFixture {};
+
+TEST_F(LivePrefabComponentTest, component_isActiveWithItsObject) {
+    const Tessel::GameObject object = manager().createGameObject();
+    auto& storage = world().getStorage<PrefabComponent>();
+    const Tessel::ComponentTypeId type = Tessel::NativeComponent<PrefabComponent>::getType();
+    manager().addComponent(object, storage.create(PrefabComponent::Config()), type);
+    EXPECT_EQ(storage.activeCount(), 0U);
+
+    manager().activateGameObject(object);
+    EXPECT_EQ(storage.activeCount(), 1U);
+    manager().deactivateGameObject(object);
+    EXPECT_EQ(storage.activeCount(), 0U);
+    manager().removeGameObject(object);
+
+    EXPECT_EQ(storage.componentsCount(), 0U);
+}
+
+} // namespace
+} // namespace Kiln::TestSupport

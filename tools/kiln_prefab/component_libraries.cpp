@@ -1,0 +1,24 @@
+#include "component_libraries.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include <dlfcn.h>
+
+namespace Kiln::PrefabTool {
+
+std::string loadComponentLibrary(const std::string& name) {
+    std::error_code error;
+    const bool isInCurrentDirectory =
+        name.find('/') == std::string::npos && std::filesystem::is_regular_file(name, error);
+    const std::string file = isInCurrentDirectory ? "./" + name : name;
+    // Local, so that libraries of different makers do not get at each other's symbols; component types are told apart
+    // by name and need no shared ones. Never closed: the framework keeps what the library registered.
+    if (dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+        return {};
+    }
+    const char* const problem = dlerror();
+    return problem ? problem : "unknown failure of the dynamic linker";
+}
+
+} // namespace Kiln::PrefabTool

@@ -1,0 +1,50 @@
+#include "options.h"
+#include "spawn.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+
+namespace {
+
+using namespace Kiln::PrefabTool;
+
+[[nodiscard]] SpawnResult run(int argc, const char* const* argv) {
+    const CommandLine commandLine = parseCommandLine(argc, argv);
+    if (!commandLine.spawn) {
+        return {commandLine.exitStatus};
+    }
+    return spawn(*commandLine.spawn, std::cout, std::cerr);
+}
+
+[[nodiscard]] SpawnResult runGuarded(int argc, const char* const* argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::cerr << "kiln-prefab: " << error.what() << '\n';
+    } catch (...) {
+        std::cerr << "kiln-prefab: unknown exception\n";
+    }
+    return {ExitStatus::FINDINGS};
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // A reader that has gone is to be noticed as a failed write.
+    std::signal(SIGPIPE, SIG_IGN);
+    SpawnResult result = runGuarded(argc, argv);
+    std::cout.flush();
+    if (!std::cout) {
+        std::cerr << "kiln-prefab: writing to standard output failed\n";
+        if (result.exitStatus == ExitStatus::SUCCESS) {
+            result.exitStatus = ExitStatus::FINDINGS;
+        }
+    }
+    if (result.isStuck) {
+        std::cerr.flush();
+        std::_Exit(result.exitStatus);
+    }
+    return result.exitStatus;
+}

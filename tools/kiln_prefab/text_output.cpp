@@ -1,0 +1,104 @@
+#include "text_output.h"
+
+#include "diagnostics.h"
+
+#include <cstdio>
+#include <ostream>
+#include <vector>
+
+namespace Kiln::PrefabTool {
+
+namespace {
+
+[[nodiscard]] std::string counted(std::size_t count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+[[nodiscard]] std::string summary(std::size_t objects, std::size_t files, std::size_t frames,
+                                  std::chrono::steady_clock::duration duration) {
+    char milliseconds[32];
+    std::snprintf(milliseconds, sizeof milliseconds, "%.1f ms",
+                  std::chrono::duration<double, std::milli>(duration).count());
+    return counted(objects, "object") + ", " + counted(files, "prefab file") + ", " + counted(frames, "frame") + ", " +
+           milliseconds;
+}
+
+[[nodiscard]] std::string describe(const ObjectRecord& object) {
+    std::string text = printable(object.name) + " [";
+    const char* separator = "";
+    for (const std::string& component : object.components) {
+        text += separator + printable(component);
+        separator = ", ";
+    }
+    text += "]";
+    if (!object.isActive) {
+        text += " (inactive)";
+    }
+    if (!object.prefab.empty()) {
+        text += " from " + printable(object.prefab);
+    }
+    return text;
+}
+
+/// The objects as trees. Iterative: a chain of parents can be longer than the stack allows.
+class TreeWriter {
+public:
+    TreeWriter(std::ostream& stream, const std::vector<ObjectRecord>& objects)
+        : m_stream(stream), m_objects(objects), m_children(objects.size()) {
+        for (std::size_t place = 0; place < objects.size(); ++place) {
+            (objects[place].parent ? m_children[*objects[place].parent] : m_tops).push_back(place);
+        }
+    }
+
+    void write() {
+        for (const std::size_t top : m_tops) {
+            m_stream << describe(m_objects[top]) << '\n';
+            pushChildren(top, "");
+            writePending();
+        }
+    }
+
+private:
+    struct Line {
+        std::size_t place;
+        std::string indent;
+        bool isLast; ///< Of its parent's children.
+    };
+
+    void pushChildren(std::size_t place, const std::string& indent) {
+        const std::vector<std::size_t>& children = m_children[place];
+        for (auto child = children.rbegin(); child != children.rend(); ++child) {
+            m_pending.push_back({*child, indent, child == children.rbegin()});
+        }
+    }
+
+    void writePending() {
+        while (!m_pending.empty()) {
+            const Line line = std::move(m_pending.back());
+            m_pending.pop_back();
+            m_stream << line.indent << (line.isLast ? "└── " : "├── ") << describe(m_objects[line.place]) << '\n';
+            pushChildren(line.place, line.indent + (line.isLast ? "    " : "│   "));
+        }
+    }
+
+    std::ostream& m_stream;
+    const std::vector<ObjectRecord>& m_objects;
+    std::vector<std::vector<std::size_t>> m_children; ///< By place, in the order of creation.
+    std::vector<std::size_t> m_tops;
+    std::vector<Line> m_pending;
+};
+
+} // namespace
+
+void writeText(std::ostream& stream, const InstanceRecord& record, std::size_t filesCount) {
+    stream << printable(record.prefab) << ", instance " << record.instanceUuid.toString() << '\n';
+    TreeWriter(stream, record.objects).write();
+    stream << summary(record.objects.size(), filesCount, record.frames, record.duration) << '\n';
+}
+
+void writeTotals(std::ostream& stream, const Totals& totals) {
+    stream << "total: " << totals.created << " of " << counted(totals.instances, "instance") << ", "
+           << summary(totals.objects, totals.files.size(), totals.frames, totals.duration) << '\n';
+}
+
+} // namespace Kiln::PrefabTool

@@ -1,0 +1,115 @@
+#include <prefab_inspection/prefab_closure.h>
+
+#include <object_framework/hierarchy_component.h>
+#include <object_serialization/component_library.h>
+#include <object_serialization/prefab_format.h>
+#include <resource/file_system_utils.h>
+#include <tessel_asset_loading/prefab_component.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+#include <unordered_set>
+
+namespace Kiln::PrefabInspection {
+
+namespace {
+
+using Tessel::ComponentPool;
+using Tessel::ComponentPoolStorage;
+using Tessel::PrefabFormat;
+
+[[nodiscard]] std::filesystem::file_type fileType(const std::string& path) {
+    std::error_code error;
+    return std::filesystem::status(FS::Utils::resolveResourcePath(path), error).type();
+}
+
+template <class Component>
+[[nodiscard]] std::string registeredName() {
+    return ComponentLibrary::instance().componentName(Tessel::NativeComponent<Component>::getType());
+}
+
+/// Indices of the game objects that have a parent.
+[[nodiscard]] std::unordered_set<std::uint64_t> childIndices(ComponentPoolStorage& components) {
+    std::unordered_set<std::uint64_t> indices;
+    const std::string name = registeredName<Tessel::HierarchyComponent>();
+    for (std::size_t i = 0; i < components.poolsCount(); ++i) {
+        const ComponentPool& pool = components.getComponentPool(i);
+        for (std::size_t item = 0; pool.getComponentType() == name && item < pool.itemsCount(); ++item) {
+            indices.insert(pool.getComponentItem(item).getGameObjectIndex());
+        }
+    }
+    return indices;
+}
+
+/// Paths of the prefabs that the document nests, in item order.
+[[nodiscard]] std::vector<std::string> nestedPaths(ComponentPoolStorage& components, std::size_t gameObjectsCount) {
+    std::vector<std::string> paths;
+    const std::unordered_set<std::uint64_t> children = childIndices(components);
+    const std::string name = registeredName<Tessel::PrefabComponent>();
+    for (std::size_t i = 0; i < components.poolsCount(); ++i) {
+        const ComponentPool& pool = components.getComponentPool(i);
+        for (std::size_t item = 0; pool.getComponentType() == name && item < pool.itemsCount(); ++item) {
+            const Tessel::ComponentItem component = pool.getComponentItem(item);
+            const std::uint64_t index = component.getGameObjectIndex();
+            if (index >= gameObjectsCount || !children.contains(index)) {
+                continue;
+            }
+            const std::optional<Tessel::PropertyItem> resource =
+                component.findProperty(Tessel::PrefabComponent::RESOURCE_PROPERTY);
+            if (resource) {
+                paths.push_back(resource->getSimpleValue());
+            }
+        }
+    }
+    return paths;
+}
+
+void countUnknown(ComponentPoolStorage& components, std::map<std::string, std::size_t>& counts) {
+    for (std::size_t i = 0; i < components.poolsCount(); ++i) {
+        const ComponentPool& pool = components.getComponentPool(i);
+        if (pool.itemsCount() > 0 &&
+            ComponentLibrary::instance().findComponent(pool.getComponentType()) == ComponentLibrary::INVALID_ID) {
+            counts[pool.getComponentType()] += pool.itemsCount();
+        }
+    }
+}
+
+} // namespace
+
+PrefabClosure inspectClosure(const std::string& path) {
+    PrefabClosure closure;
+    std::vector<std::string> found{path}; // Grows while it is walked.
+    std::unordered_set<std::string> known{path};
+    for (std::size_t place = 0; place < found.size(); ++place) {
+        const std::string file = found[place];
+        const std::filesystem::file_type type = fileType(file);
+        if (type == std::filesystem::file_type::not_found) {
+            continue;
+        }
+        if (type != std::filesystem::file_type::regular && type != std::filesystem::file_type::directory) {
+            closure.files.push_back(file);
+            continue;
+        }
+        const SmartPointer<DataSection> document = FS::Utils::openXmlSection(file, true);
+        if (!document) {
+            continue;
+        }
+        closure.files.push_back(file);
+        PrefabFormat format(document);
+        if (format.getFormatVersion() != PrefabFormat::FORMAT_VERSION || !format.getGameObjects() ||
+            !format.getComponents()) {
+            continue;
+        }
+        countUnknown(*format.getComponents(), closure.unknownComponents);
+        for (std::string& nested : nestedPaths(*format.getComponents(), format.getGameObjects()->gameObjectsCount())) {
+            if (!nested.empty() && known.insert(nested).second) {
+                found.push_back(std::move(nested));
+            }
+        }
+    }
+    return closure;
+}
+
+} // namespace Kiln::PrefabInspection
