@@ -8,9 +8,9 @@ TransformComponent::~TransformComponent() = default;
 
 namespace {
 
-const ComponentRegistration<TransformComponent> s_registration(
-    "TransformComponent",
-    [](auto& config) { config.template addProperty<&TransformComponent::Config::local>("local"); });
+const ComponentRegistration<TransformComponent> s_registration("TransformComponent", [](auto& config) {
+    config.template addProperty<&TransformComponent::Config::local>("local");
+});
 
 } // namespace
 

@@ -9,8 +9,12 @@ namespace {
 std::atomic<std::uint32_t> s_processRoles{ALL_ROLES.bits()};
 } // namespace
 
-ComponentOptions processRoles() { return ComponentOptions(s_processRoles.load(std::memory_order_relaxed)); }
+ComponentOptions processRoles() {
+    return ComponentOptions(s_processRoles.load(std::memory_order_relaxed));
+}
 
-void setProcessRoles(ComponentOptions roles) { s_processRoles.store(roles.bits(), std::memory_order_relaxed); }
+void setProcessRoles(ComponentOptions roles) {
+    s_processRoles.store(roles.bits(), std::memory_order_relaxed);
+}
 
 } // namespace Kiln::Tessel

@@ -94,7 +94,9 @@ void EntryPoint::destroyWorld(int worldId) {
     }
 }
 
-bool EntryPoint::isWorldValid(int worldId) const { return m_state->worlds.contains(worldId); }
+bool EntryPoint::isWorldValid(int worldId) const {
+    return m_state->worlds.contains(worldId);
+}
 
 World* EntryPoint::findValidWorld(int worldId) const {
     const auto world = m_state->worlds.find(worldId);
@@ -150,7 +152,9 @@ GameObjectManager* getGameObjectManager(int worldId) {
     return world ? &world->manager() : nullptr;
 }
 
-GameObjectManager* getGameObjectManager(GameObject object) { return getGameObjectManager(object.getWorldId()); }
+GameObjectManager* getGameObjectManager(GameObject object) {
+    return getGameObjectManager(object.getWorldId());
+}
 
 bool isValid(GameObject object) {
     const GameObjectManager* const manager = getGameObjectManager(object);

@@ -38,7 +38,10 @@ public:
 
     /// Null when no service is registered under that type.
     [[nodiscard]] IService* getService(std::type_index type) const;
-    template <class T> [[nodiscard]] T* getService() const { return static_cast<T*>(getService(typeid(T))); }
+    template <class T>
+    [[nodiscard]] T* getService() const {
+        return static_cast<T*>(getService(typeid(T)));
+    }
 
     /// Makes a world, with its reactive managers, and returns its id. Ids count from 1 and are never used again.
     int createWorld();

@@ -54,7 +54,8 @@ KILN_OBJECT_FRAMEWORK_EXPORT void removeGameObject(const GameObject& object);
 
 } // namespace Kiln::Tessel
 
-template <> struct std::hash<Kiln::Tessel::GameObject> {
+template <>
+struct std::hash<Kiln::Tessel::GameObject> {
     std::size_t operator()(const Kiln::Tessel::GameObject& object) const noexcept {
         return (static_cast<std::size_t>(object.generation()) << 32U | object.index()) * 0x9e3779b97f4a7c15ULL +
                static_cast<std::size_t>(object.getWorldId());

@@ -229,7 +229,9 @@ struct GameObjectManager::State {
 GameObjectManager::GameObjectManager(int worldId) : m_worldId(worldId), m_state(std::make_unique<State>(worldId)) {}
 GameObjectManager::~GameObjectManager() = default;
 
-GameObject GameObjectManager::createGameObject() { return m_state->table.create(); }
+GameObject GameObjectManager::createGameObject() {
+    return m_state->table.create();
+}
 
 void GameObjectManager::removeGameObject(GameObject object) {
     if (m_state->table.find(object)) {
@@ -237,7 +239,9 @@ void GameObjectManager::removeGameObject(GameObject object) {
     }
 }
 
-bool GameObjectManager::isGameObjectValid(GameObject object) const { return m_state->table.find(object) != nullptr; }
+bool GameObjectManager::isGameObjectValid(GameObject object) const {
+    return m_state->table.find(object) != nullptr;
+}
 
 std::string GameObjectManager::getGameObjectName(GameObject object) const {
     const GameObjectRecord* const record = m_state->table.find(object);
@@ -389,7 +393,9 @@ std::vector<GameObject> GameObjectManager::getChildren(GameObject object) const 
     return children;
 }
 
-std::size_t GameObjectManager::gameObjectsCount() const { return m_state->table.aliveCount(); }
+std::size_t GameObjectManager::gameObjectsCount() const {
+    return m_state->table.aliveCount();
+}
 
 std::vector<GameObject> GameObjectManager::gameObjects(std::uint64_t serial) const {
     std::vector<ObjectIndex> places;
@@ -398,9 +404,8 @@ std::vector<GameObject> GameObjectManager::gameObjects(std::uint64_t serial) con
             places.push_back(place);
         }
     }
-    std::sort(places.begin(), places.end(), [this](ObjectIndex a, ObjectIndex b) {
-        return m_state->table[a].serial < m_state->table[b].serial;
-    });
+    std::sort(places.begin(), places.end(),
+              [this](ObjectIndex a, ObjectIndex b) { return m_state->table[a].serial < m_state->table[b].serial; });
     std::vector<GameObject> objects;
     objects.reserve(places.size());
     for (const ObjectIndex place : places) {
@@ -409,7 +414,9 @@ std::vector<GameObject> GameObjectManager::gameObjects(std::uint64_t serial) con
     return objects;
 }
 
-std::uint64_t GameObjectManager::lastSerial() const { return m_state->table.lastSerial(); }
+std::uint64_t GameObjectManager::lastSerial() const {
+    return m_state->table.lastSerial();
+}
 
 GameObjectManagerInternal::GameObjectManagerInternal(int worldId) : GameObjectManager(worldId) {}
 

@@ -81,7 +81,8 @@ public:
     [[nodiscard]] IComponent* findComponent(GameObject object, ComponentTypeId type) const;
 
     /// The object's component of type T, or null.
-    template <class T> [[nodiscard]] T* findComponent(GameObject object) const {
+    template <class T>
+    [[nodiscard]] T* findComponent(GameObject object) const {
         return static_cast<T*>(findComponent(object, NativeComponent<T>::getType()));
     }
 

@@ -9,8 +9,7 @@ namespace Kiln::Tessel {
 
 /// Makes its game object a child of another one. The manager reads it when it is added to an object; to move an object
 /// to another parent, remove the component and add a new one.
-class KILN_OBJECT_FRAMEWORK_EXPORT HierarchyComponent final
-    : public PoolableComponent<HierarchyComponent, IComponent> {
+class KILN_OBJECT_FRAMEWORK_EXPORT HierarchyComponent final : public PoolableComponent<HierarchyComponent, IComponent> {
 public:
     /// What a prefab stores.
     struct Config {

@@ -44,8 +44,12 @@ bool LinkValueType::parse(std::string_view text, void* value) const {
     return true;
 }
 
-void LinkValueType::format(const void* value, std::string& text) const { text += link(value).uuid().toString(); }
+void LinkValueType::format(const void* value, std::string& text) const {
+    text += link(value).uuid().toString();
+}
 
-bool LinkValueType::isEqual(const void* a, const void* b) const { return link(a).uuid() == link(b).uuid(); }
+bool LinkValueType::isEqual(const void* a, const void* b) const {
+    return link(a).uuid() == link(b).uuid();
+}
 
 } // namespace Kiln::Tessel

@@ -81,7 +81,8 @@ protected:
 
 namespace mirra {
 
-template <std::derived_from<Kiln::Tessel::ILinkConfig> T> struct ValueTypeOf<T> {
+template <std::derived_from<Kiln::Tessel::ILinkConfig> T>
+struct ValueTypeOf<T> {
     /// Never destroyed: descriptions refer to it until the process ends.
     static const ValueType& get() {
         class Type final : public Kiln::Tessel::LinkValueType {

@@ -24,8 +24,8 @@ void QueryIsUniqueAsserter::enter(const QueryConfig& config, std::type_index que
 
 std::string readableTypeName(std::type_index type) {
     int status = 0;
-    const std::unique_ptr<char, decltype(&std::free)> name(
-        abi::__cxa_demangle(type.name(), nullptr, nullptr, &status), &std::free);
+    const std::unique_ptr<char, decltype(&std::free)> name(abi::__cxa_demangle(type.name(), nullptr, nullptr, &status),
+                                                           &std::free);
     return status == 0 ? name.get() : type.name();
 }
 

@@ -88,7 +88,8 @@ private:
 /// A query over component types; list GameObject among them to be given the object as well.
 ///
 ///     query->forEach([](PrefabComponent& prefab, HierarchyComponent& hierarchy, GameObject object) { … });
-template <class... Types> class Query final : public QueryBase {
+template <class... Types>
+class Query final : public QueryBase {
     static_assert((!std::is_same_v<Types, GameObject> || ...), "a query asks for at least one component type");
 
 public:
@@ -102,21 +103,24 @@ public:
     }
 
     /// Calls `function` for each member. The function must not change what the query holds.
-    template <class Function> void forEach(Function&& function) const {
+    template <class Function>
+    void forEach(Function&& function) const {
         for (const GameObject object : objects()) {
             call(function, object);
         }
     }
 
     /// Calls `function` with the parts of one member; does nothing for an object that is not one.
-    template <class Function> void visit(GameObject object, Function&& function) const {
+    template <class Function>
+    void visit(GameObject object, Function&& function) const {
         if (contains(object)) {
             call(function, object);
         }
     }
 
 private:
-    template <class Type> static void addTo(QueryConfig& config) {
+    template <class Type>
+    static void addTo(QueryConfig& config) {
         if constexpr (std::is_same_v<Type, GameObject>) {
             config.includesGameObject = true;
         } else {
@@ -124,7 +128,8 @@ private:
         }
     }
 
-    template <class Type> [[nodiscard]] decltype(auto) part(GameObject object) const {
+    template <class Type>
+    [[nodiscard]] decltype(auto) part(GameObject object) const {
         if constexpr (std::is_same_v<Type, GameObject>) {
             return GameObject(object);
         } else {
@@ -132,7 +137,8 @@ private:
         }
     }
 
-    template <class Function> void call(Function& function, GameObject object) const {
+    template <class Function>
+    void call(Function& function, GameObject object) const {
         function(part<Types>(object)...);
     }
 };

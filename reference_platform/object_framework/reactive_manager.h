@@ -43,7 +43,8 @@ public:
 };
 
 /// Base of a concrete manager, which it is given as `Manager`.
-template <class Manager> class ReactiveManager : public IReactiveManager {
+template <class Manager>
+class ReactiveManager : public IReactiveManager {
 public:
     /// The factory to register: makes a manager and ignores the init data.
     [[nodiscard]] static std::unique_ptr<IReactiveManager> create(std::unique_ptr<IManagerInitData> /*initData*/) {

@@ -9,8 +9,8 @@ TickingGraphBase::~TickingGraphBase() = default;
 
 int TickingGraph::add(ReactionKind kind, std::string group, std::string name, std::function<void()> run) {
     const int id = ++m_lastNumber | static_cast<int>(kind) << ReactionId::KIND_SHIFT;
-    m_reactions.push_back({id, std::move(group), std::move(name),
-                           std::make_shared<const std::function<void()>>(std::move(run))});
+    m_reactions.push_back(
+        {id, std::move(group), std::move(name), std::make_shared<const std::function<void()>>(std::move(run))});
     return id;
 }
 

@@ -9,7 +9,9 @@ namespace Kiln::Tessel {
 
 World::World(int id) : m_manager(id) {}
 
-World::~World() { fini(); }
+World::~World() {
+    fini();
+}
 
 GenericComponentStorage* World::findStorage(ComponentTypeId type) const noexcept {
     return type < m_storages.size() ? m_storages[type].get() : nullptr;
@@ -89,7 +91,9 @@ void World::removeTriggerReaction(int id) {
     }
 }
 
-void World::runReactions() { m_reactions.run(); }
+void World::runReactions() {
+    m_reactions.run();
+}
 
 void World::fini() {
     while (!m_reactiveManagers.empty()) {

@@ -33,7 +33,8 @@ public:
     void addStorage(ComponentTypeId type, std::unique_ptr<GenericComponentStorage> storage);
 
     /// The storage of component type T, made on first use.
-    template <class T> [[nodiscard]] ComponentStorage<T>& getStorage() {
+    template <class T>
+    [[nodiscard]] ComponentStorage<T>& getStorage() {
         const ComponentTypeId type = NativeComponent<T>::getType();
         if (!findStorage(type)) {
             addStorage(type, std::make_unique<ComponentStorage<T>>());

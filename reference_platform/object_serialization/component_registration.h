@@ -12,7 +12,8 @@
 namespace Kiln {
 
 /// The record of component type T under one name, in the default category and the current version.
-template <class T> [[nodiscard]] ComponentRecord makeComponentRecord(const std::string& name) {
+template <class T>
+[[nodiscard]] ComponentRecord makeComponentRecord(const std::string& name) {
     ComponentRecord record;
     record.typeId = Tessel::NativeComponent<T>::getType();
     record.type = typeid(T);
@@ -32,9 +33,11 @@ template <class T> [[nodiscard]] ComponentRecord makeComponentRecord(const std::
 ///     });
 ///
 /// At exit it joins the file-I/O workers, so that none uses the library's code and data while these are taken down.
-template <class T> class ComponentRegistration {
+template <class T>
+class ComponentRegistration {
 public:
-    template <class Describe> ComponentRegistration(const std::string& name, Describe&& describe) {
+    template <class Describe>
+    ComponentRegistration(const std::string& name, Describe&& describe) {
         mirra::StaticMetaObjectBuilder<typename T::Config> config(name + "::Config");
         describe(config);
         config.finish();

@@ -58,8 +58,7 @@ bool GameObjectDescriptor::isNestedRoot() const noexcept {
     return hierarchy && hierarchy->config().parent.isLiveUuid();
 }
 
-void GameObjectDescriptor::createComponents(Tessel::GameObject object, const Uuid& instanceUuid,
-                                            const UuidMap& uuidMap,
+void GameObjectDescriptor::createComponents(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap,
                                             const GameObjectOverrideRecords* overrides) const {
     Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId());
     if (!world || !world->manager().isGameObjectValid(object)) {

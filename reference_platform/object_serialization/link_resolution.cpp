@@ -10,7 +10,8 @@ void LinkResolver::resolve(const mirra::ReflectedObject& object) const {
     for (std::size_t i = 0; i < object.properties(); ++i) {
         const mirra::BoundProperty property = object.propertyAt(i);
         if (property.type().kind() == mirra::ValueKind::LINK) {
-            Tessel::ILinkConfig& link = static_cast<const Tessel::LinkValueType&>(property.type()).link(property.value());
+            Tessel::ILinkConfig& link =
+                static_cast<const Tessel::LinkValueType&>(property.type()).link(property.value());
             link.setTarget(findTarget(link));
         } else if (property.type().containsLinks()) {
             resolve(mirra::ReflectedObject(property));

@@ -11,7 +11,9 @@ namespace {
 constexpr const char* SOURCE = "object_serialization/override_records";
 constexpr const char* DATA_NAME = "override data"; ///< Stands for the text in messages.
 
-[[nodiscard]] DebugMessageHelper errorLog() { return {0, LogSeverity::ERROR, "", SOURCE}; }
+[[nodiscard]] DebugMessageHelper errorLog() {
+    return {0, LogSeverity::ERROR, "", SOURCE};
+}
 
 } // namespace
 

@@ -61,7 +61,8 @@ void writeText(DataNode parent, std::string_view name, std::string_view text) {
     (existing ? existing : parent.append(name)).setText(text);
 }
 
-template <class Number> void writeNumber(DataNode parent, std::string_view name, Number number) {
+template <class Number>
+void writeNumber(DataNode parent, std::string_view name, Number number) {
     writeText(parent, name, std::to_string(number));
 }
 
@@ -113,7 +114,9 @@ ComponentOptions ComponentItem::getInstanceOptions() const {
     return ComponentOptions(readNumber(*m_document, m_node, OPTIONS, ALL_ROLES.bits(), ALL_ROLES.bits()));
 }
 
-void ComponentItem::setInstanceOptions(ComponentOptions options) { writeNumber(m_node, OPTIONS, options.bits()); }
+void ComponentItem::setInstanceOptions(ComponentOptions options) {
+    writeNumber(m_node, OPTIONS, options.bits());
+}
 
 void ComponentItem::constructConfig(const mirra::ReflectedObject& configuration,
                                     const DeseriralizeErrorHandler* handler) const {
@@ -130,7 +133,8 @@ std::optional<PropertyItem> ComponentItem::findProperty(std::string_view name) c
 }
 
 ComponentPool::ComponentPool(SmartPointer<DataSection> section)
-    : m_section(std::move(section)), m_type(trimWhiteSpace(m_section->node().child(TYPE).text())),
+    : m_section(std::move(section)),
+      m_type(trimWhiteSpace(m_section->node().child(TYPE).text())),
       m_items(childrenNamed(m_section->node(), ITEM)) {}
 
 std::uint32_t ComponentPool::getComponentVersion() const {
@@ -138,7 +142,9 @@ std::uint32_t ComponentPool::getComponentVersion() const {
                                      0);
 }
 
-void ComponentPool::setComponentVersion(std::uint32_t version) { writeNumber(m_section->node(), VERSION, version); }
+void ComponentPool::setComponentVersion(std::uint32_t version) {
+    writeNumber(m_section->node(), VERSION, version);
+}
 
 ComponentItem ComponentPool::addComponent(std::uint64_t gameObjectIndex) {
     const DataNode node = m_section->node().append(ITEM);
@@ -190,8 +196,12 @@ void PrefabFormat::setFormatVersion(std::uint32_t version) {
     writeNumber(m_section->node(), FORMAT_VERSION_NAME, version);
 }
 
-GameObjectPool* PrefabFormat::getGameObjects() { return m_gameObjects.get(); }
-ComponentPoolStorage* PrefabFormat::getComponents() { return m_components.get(); }
+GameObjectPool* PrefabFormat::getGameObjects() {
+    return m_gameObjects.get();
+}
+ComponentPoolStorage* PrefabFormat::getComponents() {
+    return m_components.get();
+}
 
 GameObjectPool& PrefabFormat::createGameObjectPool() {
     m_gameObjects = std::make_unique<GameObjectPool>(m_section->newSection(GAME_OBJECTS));

@@ -81,10 +81,9 @@ private:
     }
 
     void report(int severity, DataNode node, const char* problem) const {
-        const std::string text =
-            formatText("Component '%s': property '%s' %s (%s, line %zu)", m_componentName.c_str(),
-                       std::string(node.name()).c_str(), problem, m_document.source().c_str(),
-                       m_document.positionOf(node).line);
+        const std::string text = formatText("Component '%s': property '%s' %s (%s, line %zu)", m_componentName.c_str(),
+                                            std::string(node.name()).c_str(), problem, m_document.source().c_str(),
+                                            m_document.positionOf(node).line);
         if (m_handler) {
             m_handler->callback(m_handler->context + ". " + text);
         } else {
@@ -132,7 +131,8 @@ void writeValue(DataNode node, const mirra::ValueType& type, void* value) {
 void readProperties(const DataSection& document, DataNode properties, const mirra::ReflectedObject& object,
                     const std::string& componentName, const Tessel::DeseriralizeErrorHandler* handler) {
     if (object.metaObject()) {
-        PropertyReader(document, componentName, handler).readObject(properties, *object.metaObject(), object.object(), 0);
+        PropertyReader(document, componentName, handler)
+            .readObject(properties, *object.metaObject(), object.object(), 0);
     }
 }
 

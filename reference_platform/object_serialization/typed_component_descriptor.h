@@ -16,7 +16,8 @@ namespace Kiln {
 ///
 /// The prefab's own values are written only while the descriptor is stored or edited for good, so that workers can
 /// read them while objects are created; a configuration that is changed meanwhile is a copy.
-template <class T> class ComponentDescriptor final : public IComponentDescriptor {
+template <class T>
+class ComponentDescriptor final : public IComponentDescriptor {
 public:
     using Config = typename T::Config;
 
@@ -92,9 +93,7 @@ public:
 
     [[nodiscard]] bool isOffPrefabProperties() const override { return m_changed != nullptr; }
 
-    [[nodiscard]] bool hasLinks() const override {
-        return configMeta() && configMeta()->containsLinks();
-    }
+    [[nodiscard]] bool hasLinks() const override { return configMeta() && configMeta()->containsLinks(); }
 
     /// The configuration as it stands.
     [[nodiscard]] const Config& config() const { return m_changed ? *m_changed : m_prefabProperties; }
@@ -115,7 +114,8 @@ public:
 
     /// Sets a member in both faces of the configuration: for state that is not reflected and so neither stored nor
     /// restored. A worker that reads other members meanwhile is not disturbed.
-    template <class Value> void setState(Value Config::*member, Value value) {
+    template <class Value>
+    void setState(Value Config::*member, Value value) {
         m_prefabProperties.*member = value;
         if (m_changed) {
             (*m_changed).*member = value;

@@ -42,7 +42,7 @@ public:
     /// What createGameObjects() is asked for.
     struct CreateConfig {
         int worldId = -1;
-        Uuid instanceUuid;                      ///< A top-level object's UUID is combine(this, descriptor's UUID).
+        Uuid instanceUuid;                       ///< A top-level object's UUID is combine(this, descriptor's UUID).
         SmartPointer<OverrideRecords> overrides; ///< Of the instance; may be null.
 
         /// In: existing objects to be reused for their UUIDs. Out: every UUID and object of the instance as well.
@@ -52,7 +52,7 @@ public:
     /// One game object to be created.
     struct GameObjectCreationItem {
         SmartPointer<GameObjectDescriptor> descriptor;
-        Uuid instanceUuid; ///< Of the prefab instance that the object belongs to.
+        Uuid instanceUuid;                       ///< Of the prefab instance that the object belongs to.
         SmartPointer<OverrideRecords> overrides; ///< In force for that instance; may be null.
     };
 
@@ -142,9 +142,8 @@ private:
     using ObjectsByUuid = std::unordered_map<Uuid, GameObject>;
 
     [[nodiscard]] bool gatherGameObjectsRecursively(std::vector<GameObjectCreationItem>& items,
-                                                    const Uuid& instanceUuid,
-                                                    SmartPointer<OverrideRecords> overrides, bool skipRoots,
-                                                    int depth) const;
+                                                    const Uuid& instanceUuid, SmartPointer<OverrideRecords> overrides,
+                                                    bool skipRoots, int depth) const;
     [[nodiscard]] SmartPointer<GameObjectDescriptor>
     mergePrefabIntoIntegrationPoint(const GameObjectPrefab* nested,
                                     SmartPointer<GameObjectDescriptor> integrationPoint) const;

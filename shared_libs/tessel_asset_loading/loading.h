@@ -42,10 +42,11 @@ KILN_TESSEL_ASSET_LOADING_EXPORT void loadGameObject(const std::string& path, in
 /// As loadGameObject, into the world of `parent`: before it is activated, the root is attached to `parent`, and it
 /// stays inactive while that is inactive. A parent that has died meanwhile takes the new objects with it.
 /// `hierarchyCallback` is called after `callback`, in the same frame.
-KILN_TESSEL_ASSET_LOADING_EXPORT void
-loadGameObjectIntoHierarchy(const std::string& path, GameObject parent, const std::optional<Matrix>& transform,
-                            LoadedFunction callback, const std::optional<Uuid>& uuid = std::nullopt,
-                            HierarchyLoadedFunction hierarchyCallback = {});
+KILN_TESSEL_ASSET_LOADING_EXPORT void loadGameObjectIntoHierarchy(const std::string& path, GameObject parent,
+                                                                  const std::optional<Matrix>& transform,
+                                                                  LoadedFunction callback,
+                                                                  const std::optional<Uuid>& uuid = std::nullopt,
+                                                                  HierarchyLoadedFunction hierarchyCallback = {});
 
 /// As loadGameObject, from a document in memory, which nobody may change until it is loaded, with overrides (may be
 /// null). The document is not cached. A null section does nothing.

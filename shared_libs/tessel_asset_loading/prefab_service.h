@@ -72,14 +72,12 @@ public:
     /// Queues the creation of a prefab's objects in a world and has the section parsed in the background; nobody may
     /// change it meanwhile. Ignores a null section.
     void loadGameObject(const SmartPointer<DataSection>& section, int worldId, const Uuid& uuid,
-                        const SmartPointer<IObjectLoadedCallback>& callback,
-                        SmartPointer<OverrideRecords> overrides);
+                        const SmartPointer<IObjectLoadedCallback>& callback, SmartPointer<OverrideRecords> overrides);
 
     /// Queues the creation of a prefab's objects in a world; a path without cache entry is parsed in the background.
     /// Ignores an invalid world.
     void loadGameObject(const std::string& path, int worldId, const Uuid& uuid,
-                        const SmartPointer<IObjectLoadedCallback>& callback,
-                        SmartPointer<OverrideRecords> overrides);
+                        const SmartPointer<IObjectLoadedCallback>& callback, SmartPointer<OverrideRecords> overrides);
 
     /// The queue as it stands.
     [[nodiscard]] const std::vector<GameObjectLoader>& loadingQueue() const { return m_loadingQueue; }

@@ -35,7 +35,9 @@ void nestingTooDeep() {
     error("Nested prefabs depth has exceeded limit. It can be result of recursive references.");
 }
 
-void componentTypeNotRegistered() { error("Component with provided type is not registered in the library"); }
+void componentTypeNotRegistered() {
+    error("Component with provided type is not registered in the library");
+}
 
 void invalidNodeIndex(std::size_t id, std::size_t nodesCount) {
     error("Invalid Game Object Hierarchy node index. [%lu] >= [%lu]", id, nodesCount);

@@ -50,7 +50,9 @@ void place(GameObject root, const Matrix& transform, const GameObjectManager& ma
 
 LoadedCallbackImpl::LoadedCallbackImpl(LoadedFunction callback, HierarchyLoadedFunction hierarchyCallback,
                                        GameObject parent, const std::optional<Matrix>& transform)
-    : m_callback(std::move(callback)), m_hierarchyCallback(std::move(hierarchyCallback)), m_parent(parent),
+    : m_callback(std::move(callback)),
+      m_hierarchyCallback(std::move(hierarchyCallback)),
+      m_parent(parent),
       m_transform(transform) {}
 
 LoadedCallbackImpl::~LoadedCallbackImpl() = default;
@@ -81,6 +83,8 @@ void LoadedCallbackImpl::onObjectLoadedIntoHierarchy(GameObject root, GameObject
     }
 }
 
-void LoadedCallbackImpl::releaseCallback() { m_callback = nullptr; }
+void LoadedCallbackImpl::releaseCallback() {
+    m_callback = nullptr;
+}
 
 } // namespace Kiln::Tessel::Loading

@@ -13,9 +13,13 @@ namespace {
 
 using PrefabsByPath = std::unordered_map<std::string, GameObjectPrefab*>;
 
-[[nodiscard]] PrefabService& service() { return *EntryPoint::instance().getService<PrefabService>(); }
+[[nodiscard]] PrefabService& service() {
+    return *EntryPoint::instance().getService<PrefabService>();
+}
 
-[[nodiscard]] Uuid orGenerated(const std::optional<Uuid>& uuid) { return uuid ? *uuid : Uuid::generate(); }
+[[nodiscard]] Uuid orGenerated(const std::optional<Uuid>& uuid) {
+    return uuid ? *uuid : Uuid::generate();
+}
 
 void collectRecursively(const std::string& path, bool report, PrefabsByPath& prefabs) {
     GameObjectPrefab* const prefab = service().loadPrefabData(path);
@@ -55,10 +59,9 @@ void loadGameObjectIntoHierarchy(const std::string& path, GameObject parent, con
     if (path.empty()) {
         return;
     }
-    service().loadGameObject(path, parent.getWorldId(), orGenerated(uuid),
-                             makeSmart<LoadedCallbackImpl>(std::move(callback), std::move(hierarchyCallback), parent,
-                                                           transform),
-                             nullptr);
+    service().loadGameObject(
+        path, parent.getWorldId(), orGenerated(uuid),
+        makeSmart<LoadedCallbackImpl>(std::move(callback), std::move(hierarchyCallback), parent, transform), nullptr);
 }
 
 void loadGameObjectSection(const SmartPointer<DataSection>& section, int worldId,
@@ -77,7 +80,9 @@ void loadDescriptorAsync(const std::string& path, const std::function<void(GameO
     service().loadDescriptor(path, callback, false);
 }
 
-GameObjectPrefab* loadDescriptorSync(const std::string& path) { return service().loadPrefabData(path); }
+GameObjectPrefab* loadDescriptorSync(const std::string& path) {
+    return service().loadPrefabData(path);
+}
 
 PrefabsByPath loadDescriptorsRecursively(const std::string& path, bool reportFailures) {
     PrefabsByPath prefabs(8);
@@ -91,9 +96,13 @@ void cacheGameObjects(const std::vector<std::string>& paths, bool withoutBackgro
     }
 }
 
-void clearGameObjectsCache(const std::vector<std::string>& paths) { service().clearCached(paths); }
+void clearGameObjectsCache(const std::vector<std::string>& paths) {
+    service().clearCached(paths);
+}
 
-void fullyClearCache() { service().clearCache(); }
+void fullyClearCache() {
+    service().clearCache();
+}
 
 void validateHierarchy(const SmartPointer<DataSection>& section, DeseriralizeErrorHandler& handler) {
     const std::string path = section ? section->readString("resource") : std::string();

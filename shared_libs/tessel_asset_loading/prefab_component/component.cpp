@@ -3,7 +3,8 @@
 namespace Kiln::Tessel {
 
 PrefabComponent::PrefabComponent(const Config& config)
-    : m_resource(config.resource), m_overridesData(config.overridesData),
+    : m_resource(config.resource),
+      m_overridesData(config.overridesData),
       m_hasOverrides(config.hasOverrides || !config.overridesData.empty()) {}
 
 PrefabComponent::~PrefabComponent() = default;

@@ -13,12 +13,12 @@ void PrefabPostLoadManager::init(World& world) {
     m_query = world.manager().getQuery<RootsQuery>(config, [] { return std::make_unique<RootsQuery>(); });
 
     const auto deactivateUnderInactiveParent = [&world, query = m_query.get()](GameObject added) {
-        query->visit(added, [&world](const PrefabComponent& /*prefab*/, const HierarchyComponent& hierarchy,
-                                     GameObject object) {
-            if (!world.manager().isActive(hierarchy.parent())) {
-                world.manager().deactivateGameObject(object);
-            }
-        });
+        query->visit(
+            added, [&world](const PrefabComponent& /*prefab*/, const HierarchyComponent& hierarchy, GameObject object) {
+                if (!world.manager().isActive(hierarchy.parent())) {
+                    world.manager().deactivateGameObject(object);
+                }
+            });
     };
     m_reactionIds.push_back(world.addTriggerReaction(ReactionGroup::SYNC_INIT,
                                                      "[ADDED_TO_QUERY] " + readableTypeName(typeid(RootsQuery)),

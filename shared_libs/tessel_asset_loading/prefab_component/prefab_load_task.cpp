@@ -14,12 +14,16 @@ constexpr const char* TASK_NAME = "GameObjectLoadTask";
 } // namespace
 
 PrefabLoadTask::PrefabLoadTask(std::string path, SmartPointer<DescriptorCacheData> descriptor, bool loadNested)
-    : BackgroundTask(TASK_NAME), m_path(std::move(path)), m_descriptor(std::move(descriptor)),
+    : BackgroundTask(TASK_NAME),
+      m_path(std::move(path)),
+      m_descriptor(std::move(descriptor)),
       m_loadNested(loadNested) {}
 
 PrefabLoadTask::PrefabLoadTask(SmartPointer<DataSection> section, SmartPointer<DescriptorCacheData> descriptor,
                                bool loadNested)
-    : BackgroundTask(TASK_NAME), m_section(std::move(section)), m_descriptor(std::move(descriptor)),
+    : BackgroundTask(TASK_NAME),
+      m_section(std::move(section)),
+      m_descriptor(std::move(descriptor)),
       m_loadNested(loadNested) {}
 
 PrefabLoadTask::~PrefabLoadTask() = default;

@@ -16,7 +16,9 @@ DescriptorCacheData::~DescriptorCacheData() = default;
 PrefabService::PrefabService() : m_prefabCache(std::make_unique<PrefabCache>()) {}
 PrefabService::~PrefabService() = default;
 
-void PrefabService::init() { prefab_component(); }
+void PrefabService::init() {
+    prefab_component();
+}
 
 void PrefabService::fini() {
     const StackTrackerScope tracker("Kiln::Tessel::PrefabService::fini", Report::PREFAB_COMPONENT_SOURCE, __LINE__);

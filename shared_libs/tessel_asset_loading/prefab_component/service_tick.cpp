@@ -26,7 +26,8 @@ private:
 };
 
 /// Takes an element out in constant time: the last one takes its place.
-template <class Element> void removeBySwap(std::vector<Element>& elements, std::size_t place) {
+template <class Element>
+void removeBySwap(std::vector<Element>& elements, std::size_t place) {
     if (place + 1 != elements.size()) {
         elements[place] = std::move(elements.back());
     }
@@ -152,8 +153,7 @@ GameObject PrefabService::createFromLoader(const GameObjectLoader& loader) {
 }
 
 void PrefabService::postTick() {
-    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::postTick", Report::PREFAB_COMPONENT_SOURCE,
-                                    __LINE__);
+    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::postTick", Report::PREFAB_COMPONENT_SOURCE, __LINE__);
     if (m_isTicking) {
         return;
     }
