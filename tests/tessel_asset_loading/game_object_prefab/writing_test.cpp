@@ -104,7 +104,8 @@ TEST_F(Writing, serialize_poolsAreInTheOrderOfTheTypeIds) {
     builder.root(id(1)).with<LastComponent>().with<AdvancedComponent>().with<PinnedComponent>();
     builder.build().serialize(section);
     std::vector<std::string> types;
-    for (const SmartPointer<DataSection> pool : *section->openSection("components", false)) {
+    const SmartPointer<DataSection> components = section->openSection("components", false);
+    for (const SmartPointer<DataSection> pool : *components) {
         types.push_back(pool->readString("type"));
     }
     EXPECT_THAT(types, ElementsAre("PinnedComponent", "AdvancedComponent", "LastComponent"));
