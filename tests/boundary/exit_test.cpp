@@ -1,9 +1,8 @@
 #include <build_paths.h>
+#include <support/process_runner.h>
 #include <support/temporary_directory.h>
 #include <tessel_asset_loading/support/prefab_builder.h>
 #include <tessel_asset_loading/support/prefab_text.h>
-
-#include "program_run.h"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +13,7 @@ namespace {
 
 using TestSupport::element;
 using TestSupport::id;
+using TestSupport::ProcessResult;
 
 /// Processes that end while prefabs are being loaded (exit_program.cpp).
 class LoadingExitTest : public testing::TestWithParam<const char*> {
@@ -33,18 +33,16 @@ protected:
         directory.writeFile("inner.prefab", inner.text());
     }
 
-    [[nodiscard]] ProgramEnd run(const std::string& mode) const {
-        return runProgram("boundary_exit_program", {KILN_BUILD_LIB_DIR, directory.path().string(), mode});
+    [[nodiscard]] ProcessResult run(const std::string& mode) const {
+        return TestSupport::runProcess(KILN_BUILD_BIN_DIR "/boundary_exit_program",
+                                       {KILN_BUILD_LIB_DIR, directory.path().string(), mode});
     }
 
     TestSupport::TemporaryDirectory directory;
 };
 
 TEST_P(LoadingExitTest, process_endsCleanly) {
-    const ProgramEnd end = run(GetParam());
-
-    EXPECT_EQ(end.output, "finished\n"); // A sanitizer's report would show here.
-    EXPECT_EQ(end.status, 0);
+    EXPECT_EQ(run(GetParam()), (ProcessResult{0, "finished\n", ""}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, LoadingExitTest,
@@ -61,10 +59,7 @@ INSTANTIATE_TEST_SUITE_P(Modes, LoadingExitTest,
 using LoadingExitProgramTest = LoadingExitTest;
 
 TEST_F(LoadingExitProgramTest, unknownMode_fails) {
-    const ProgramEnd end = run("no-such-mode");
-
-    EXPECT_EQ(end.output, "FAILED: unknown mode\n");
-    EXPECT_EQ(end.status, 3);
+    EXPECT_EQ(run("no-such-mode"), (ProcessResult{3, "", "FAILED: unknown mode\n"}));
 }
 
 } // namespace

@@ -1,14 +1,18 @@
 #include <build_paths.h>
+#include <support/process_runner.h>
 #include <support/temporary_directory.h>
 #include <tessel_asset_loading/support/prefab_builder.h>
 #include <tessel_asset_loading/support/prefab_text.h>
-
-#include "program_run.h"
 
 #include <gtest/gtest.h>
 
 namespace Kiln::BoundaryTests {
 namespace {
+
+using TestSupport::ProcessResult;
+using TestSupport::runProcess;
+
+constexpr const char* LATE_HOST = KILN_BUILD_BIN_DIR "/boundary_late_host";
 
 // The steps are in late_host.cpp; they depend on one another and on a process of their own.
 TEST(LateHostTest, moduleLoadedAtRunTime_isRegisteredWithOneIdentityAndEndsCleanly) {
@@ -18,17 +22,15 @@ TEST(LateHostTest, moduleLoadedAtRunTime_isRegisteredWithOneIdentityAndEndsClean
                      TestSupport::element("brightness", "3"));
     directory.writeFile("lantern.prefab", prefab.text());
 
-    const ProgramEnd end = runProgram("boundary_late_host", {KILN_BUILD_LIB_DIR, directory.path().string()});
+    const ProcessResult end = runProcess(LATE_HOST, {KILN_BUILD_LIB_DIR, directory.path().string()});
 
-    EXPECT_EQ(end.output, "finished\n");
-    EXPECT_EQ(end.status, 0);
+    EXPECT_EQ(end, (ProcessResult{0, "finished\n", ""}));
 }
 
 TEST(LateHostTest, withoutArguments_fails) {
-    const ProgramEnd end = runProgram("boundary_late_host", {});
+    const ProcessResult end = runProcess(LATE_HOST, {});
 
-    EXPECT_EQ(end.output, "FAILED: usage: boundary_late_host <libraries> <resource root>\n");
-    EXPECT_EQ(end.status, 3);
+    EXPECT_EQ(end, (ProcessResult{3, "", "FAILED: usage: boundary_late_host <libraries> <resource root>\n"}));
 }
 
 } // namespace

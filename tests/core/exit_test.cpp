@@ -1,47 +1,25 @@
 #include <build_paths.h>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <support/process_runner.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
+#include <cstdlib>
 #include <string>
-
-#include <sys/wait.h>
 
 namespace Kiln::Tests {
 namespace {
 
-struct ProgramEnd {
-    int status = -1; ///< Exit status; -1 when the program did not exit by itself.
-    std::string output;
-};
-
-/// Runs exit_program.cpp and collects what it writes to stdout and stderr.
-ProgramEnd runExitProgram(const std::string& mode) {
-    const std::string command = "KILN_EXIT_MODE=" + mode + " '" KILN_BUILD_BIN_DIR "/core_exit_program' 2>&1";
-    std::FILE* const pipe = popen(command.c_str(), "r"); // NOLINT(cert-env33-c): a command of our own
-    if (!pipe) {
-        return {};
-    }
-    ProgramEnd end;
-    std::array<char, 4096> buffer;
-    while (const std::size_t length = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
-        end.output.append(buffer.data(), length);
-    }
-    const int status = pclose(pipe);
-    end.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return end;
+[[nodiscard]] TestSupport::ProcessResult runExitProgram(const char* mode) {
+    setenv("KILN_EXIT_MODE", mode, 1); // NOLINT(concurrency-mt-unsafe): no other thread reads the environment
+    return TestSupport::runProcess(KILN_BUILD_BIN_DIR "/core_exit_program", {});
 }
 
 class ExitTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(ExitTest, processWithTasksUnderWay_endsCleanly) {
-    const ProgramEnd end = runExitProgram(GetParam());
+    const TestSupport::ProcessResult end = runExitProgram(GetParam());
 
-    // Nothing else: a sanitizer's report would show here.
-    EXPECT_EQ(end.output, "[3] The log outlives static objects\nfinished\n");
-    EXPECT_EQ(end.status, 0);
+    EXPECT_EQ(end, (TestSupport::ProcessResult{0, "finished\n", "[3] The log outlives static objects\n"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, ExitTest,
@@ -54,10 +32,9 @@ INSTANTIATE_TEST_SUITE_P(Modes, ExitTest,
                          });
 
 TEST(ExitProgram, unknownMode_fails) {
-    const ProgramEnd end = runExitProgram("no-such-mode");
+    const TestSupport::ProcessResult end = runExitProgram("no-such-mode");
 
-    EXPECT_EQ(end.output, "FAILED: unknown mode\n");
-    EXPECT_EQ(end.status, 3);
+    EXPECT_EQ(end, (TestSupport::ProcessResult{3, "", "FAILED: unknown mode\n"}));
 }
 
 } // namespace

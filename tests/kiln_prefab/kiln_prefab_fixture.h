@@ -1,10 +1,10 @@
 #pragma once
 
 #include "prefab_text.h"
-#include "process_runner.h"
 
 #include <build_paths.h>
 #include <common/uuid.h>
+#include <support/process_runner.h>
 #include <support/temporary_directory.h>
 
 #include <cstddef>

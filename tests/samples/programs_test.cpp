@@ -1,37 +1,25 @@
 #include <build_paths.h>
 #include <gtest/gtest.h>
+#include <support/process_runner.h>
 #include <support/temporary_directory.h>
 
-#include <array>
-#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace Kiln::SamplesTest {
 
 namespace {
 
-struct Outcome {
-    int status;
-    std::string output; ///< What it wrote to stdout.
-};
-
 /// Runs a sample program on the samples of the source tree.
-[[nodiscard]] Outcome runProgram(const std::string& program, const std::string& furtherArguments = "") {
-    const std::string command =
-        "'" KILN_BUILD_BIN_DIR "/" + program + "' '" KILN_SOURCE_DIR "/samples' " + furtherArguments;
-    FILE* const pipe = popen(command.c_str(), "r");
-    if (!pipe) {
-        return {-1, ""};
+[[nodiscard]] TestSupport::ProcessResult runProgram(const std::string& program,
+                                                    const std::string& furtherArgument = "") {
+    std::vector<std::string> arguments{KILN_SOURCE_DIR "/samples"};
+    if (!furtherArgument.empty()) {
+        arguments.push_back(furtherArgument);
     }
-    Outcome result{0, ""};
-    std::array<char, 4096> buffer;
-    for (std::size_t size; (size = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
-        result.output.append(buffer.data(), size);
-    }
-    result.status = pclose(pipe);
-    return result;
+    return TestSupport::runProcess(KILN_BUILD_BIN_DIR "/" + program, arguments);
 }
 
 /// The output that the program is to have: tests/samples/expected/<program>.txt.
@@ -48,8 +36,8 @@ class SamplePrograms : public testing::TestWithParam<const char*> {};
 
 TEST_P(SamplePrograms, run_succeedsWithTheExpectedOutput) {
     const TestSupport::TemporaryDirectory directory;
-    const Outcome result = runProgram(GetParam(), "'" + directory.path("file.prefab") + "'");
-    EXPECT_EQ(result.status, 0);
+    const TestSupport::ProcessResult result = runProgram(GetParam(), directory.path("file.prefab"));
+    EXPECT_EQ(result.exitStatus, 0);
     EXPECT_NE(result.output, "");
     EXPECT_EQ(result.output, expected(GetParam()));
 }

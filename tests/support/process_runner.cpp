@@ -1,4 +1,4 @@
-#include "process_runner.h"
+#include <support/process_runner.h>
 
 #include <core/non_copyable.h>
 #include <support/temporary_directory.h>
