@@ -87,20 +87,43 @@ int leaveWithClearedCache(const PluginApi& plugin) {
     return 0;
 }
 
-int leaveWithSections(const PluginApi& plugin) {
-    const int worldId = EntryPoint::instance().createWorld();
+void loadSections(int worldId) {
     for (int number = 0; number < FILES; ++number) {
         Loading::loadGameObjectSection(FS::Utils::openXmlSection(file(number), false), worldId, std::nullopt, nullptr,
                                        [](auto, auto&) { return true; });
     }
+}
+
+void requestDescriptors() {
+    for (int number = 0; number < FILES; ++number) {
+        Loading::loadDescriptorAsync(file(number), [](Tessel::GameObjectPrefab*) {});
+    }
+}
+
+int leaveWithSections(const PluginApi& plugin) {
+    loadSections(EntryPoint::instance().createWorld());
     plugin.awaitPreload();
     return 0;
 }
 
 int leaveWithDescriptorRequests(const PluginApi& /*plugin*/) {
-    for (int number = 0; number < FILES; ++number) {
-        Loading::loadDescriptorAsync(file(number), [](Tessel::GameObjectPrefab*) {});
-    }
+    requestDescriptors();
+    return 0;
+}
+
+int leaveAmidEverything(const PluginApi& plugin) {
+    const int destroyedWorld = EntryPoint::instance().createWorld();
+    const int remainingWorld = EntryPoint::instance().createWorld();
+    loadAll(plugin, destroyedWorld);
+    loadSections(remainingWorld);
+    requestDescriptors();
+    EntryPoint::instance().tick();
+    EntryPoint::instance().destroyWorld(destroyedWorld);
+    Loading::clearGameObjectsCache({file(0), file(1)});
+    loadAll(plugin, remainingWorld);
+    EntryPoint::instance().tick();
+    Loading::fullyClearCache();
+    loadAll(plugin, remainingWorld);
     return 0;
 }
 
@@ -137,6 +160,7 @@ int main(int argumentsCount, char** arguments) {
         {"leave-with-cleared-cache", leaveWithClearedCache},
         {"leave-with-sections", leaveWithSections},
         {"leave-with-descriptor-requests", leaveWithDescriptorRequests},
+        {"leave-amid-everything", leaveAmidEverything},
         {"exit-from-callback", exitFromCallback},
         {"leave-without-loads", leaveWithoutLoads},
     };

@@ -49,7 +49,8 @@ INSTANTIATE_TEST_SUITE_P(Modes, LoadingExitTest,
                          testing::Values("leave-while-preloading", "exit-while-preloading", "leave-at-once",
                                          "leave-with-live-objects", "leave-with-destroyed-world",
                                          "leave-with-cleared-cache", "leave-with-sections",
-                                         "leave-with-descriptor-requests", "exit-from-callback", "leave-without-loads"),
+                                         "leave-with-descriptor-requests", "leave-amid-everything",
+                                         "exit-from-callback", "leave-without-loads"),
                          [](const auto& instance) {
                              std::string name = instance.param;
                              std::replace(name.begin(), name.end(), '-', '_');

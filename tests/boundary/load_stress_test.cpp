@@ -1,11 +1,11 @@
 #include <tessel_asset_loading/support/world_fixture.h>
 
-#include <gmock/gmock.h>
-
 #include <array>
 #include <atomic>
+#include <chrono>
+#include <iostream>
 #include <random>
-#include <set>
+#include <thread>
 
 namespace Kiln::TestSupport {
 namespace {
@@ -15,18 +15,35 @@ using Tessel::GameObject;
 using Tessel::GameObjectManager;
 namespace Loading = Tessel::Loading;
 
+/// What became of the loads of a test. A load that is asked for either waits or gets each of the calls once.
+struct Counts {
+    std::size_t issued = 0;
+    std::size_t preactivated = 0;
+    std::size_t loaded = 0;
+    std::size_t loadedIntoHierarchy = 0;
+    std::size_t released = 0; ///< Callbacks that the service holds no more.
+
+    bool operator==(const Counts&) const = default;
+    friend std::ostream& operator<<(std::ostream& stream, const Counts& counts) {
+        return stream << counts.issued << " issued, " << counts.preactivated << " preactivated, " << counts.loaded
+                      << " loaded, " << counts.loadedIntoHierarchy << " loaded into the hierarchy, " << counts.released
+                      << " released";
+    }
+};
+
 /// Loads into many worlds at once, while workers preload slowly, the cache is cleared and worlds are destroyed. Every
 /// instance that arrives is checked: two nested instances of one prefab with overrides of their own. Meant for
 /// ThreadSanitizer above all.
 class LoadStressTest : public WorldFixture {
 protected:
     static constexpr int KINDS = 6;
+    static constexpr std::size_t OBJECTS = 7; ///< Per instance.
 
     LoadStressTest() {
         FileIOTaskManager::instance().setThreadCount(4);
         HookComponent::onPreload = [this](const HookComponent::Config&) {
             ++m_preloads;
-            std::this_thread::yield();
+            std::this_thread::sleep_for(std::chrono::microseconds(50)); // As a component that reads a file does.
         };
         PrefabText inner;
         const std::size_t root = inner.root(id(1), "Inner");
@@ -64,63 +81,117 @@ protected:
         return prefab;
     }
 
-    /// Checks one arrived instance.
-    bool check(GameObject root, const GameObjectManager& itsManager, int kind) {
-        ++m_arrived;
-        const std::array<std::pair<const char*, std::string>, 3> expected{{{"First", "first" + std::to_string(kind)},
-                                                                           {"Second", "second" + std::to_string(kind)},
-                                                                           {"Plain", "plain"}}};
-        const std::vector<GameObject> nested = itsManager.getChildren(root);
-        EXPECT_EQ(nested.size(), expected.size());
-        for (std::size_t i = 0; i < std::min(nested.size(), expected.size()); ++i) {
-            EXPECT_EQ(itsManager.getGameObjectName(nested[i]), expected[i].first);
-            EXPECT_EQ(itsManager.findComponent<TagComponent>(nested[i])->config.tag, "plain");
-            const std::vector<GameObject> leaves = itsManager.getChildren(nested[i]);
-            EXPECT_EQ(leaves.size(), 1U);
-            if (!leaves.empty()) {
-                EXPECT_EQ(itsManager.findComponent<TagComponent>(leaves[0])->config.tag, expected[i].second);
-                EXPECT_EQ(itsManager.findComponent<LinksComponent>(leaves[0])->config.target.target(), nested[i]);
-                EXPECT_TRUE(itsManager.isActive(leaves[0]));
-            }
+    void createWorlds(std::size_t count) {
+        while (m_worlds.size() < count) {
+            m_worlds.push_back(EntryPoint::instance().createWorld());
         }
-        return true;
     }
 
-    void load(int intoWorld, int kind) {
-        ++m_issued;
-        Loading::loadGameObject(
-            pathOf(kind), intoWorld, std::nullopt,
-            [this, kind](GameObject root, GameObjectManager& itsManager) { return check(root, itsManager, kind); });
-    }
-
-    void loadSection(int intoWorld, int kind) {
-        ++m_issued;
-        Loading::loadGameObjectSection(
-            outer(kind).section(), intoWorld, std::nullopt, nullptr,
-            [this, kind](GameObject root, GameObjectManager& itsManager) { return check(root, itsManager, kind); });
+    /// Loads a kind of prefab, by path or from a section, and then `furtherLoads` more, each asked for by a callback of
+    /// the one before, into the next world and of the next kind.
+    void load(std::size_t world, int kind, bool fromSection, int furtherLoads = 0) {
+        ++m_counts.issued;
+        const int into = m_worlds[world % m_worlds.size()];
+        const auto callback = makeSmart<ChainCallback>(*this, world, kind, furtherLoads);
+        if (fromSection) {
+            service().loadGameObject(outer(kind).section(), into, Uuid::generate(), callback, nullptr);
+        } else {
+            service().loadGameObject(pathOf(kind), into, Uuid::generate(), callback, nullptr);
+        }
     }
 
     /// Loads that neither arrived nor were dropped.
     [[nodiscard]] std::size_t waiting() const { return service().loadingQueue().size() - m_oldLoaders; }
 
+    [[nodiscard]] std::size_t objectsCount() const {
+        std::size_t count = 0;
+        for (const int other : m_worlds) {
+            count += Tessel::getGameObjectManager(other)->gameObjectsCount();
+        }
+        return count;
+    }
+
+    void expectNothingWaits() const {
+        EXPECT_EQ(m_counts,
+                  (Counts{m_counts.issued, m_counts.issued, m_counts.issued, m_counts.issued, m_counts.issued}));
+        EXPECT_EQ(waiting(), 0U);
+        EXPECT_GT(m_preloads, 0U);
+    }
+
+    /// Tells what the run was like; with threads, it is not the same every time.
+    void report() const { std::cout << m_counts << ", " << waiting() << " waiting, " << m_preloads << " preloads\n"; }
+
     std::vector<int> m_worlds;
-    std::size_t m_issued = 0;
-    std::size_t m_arrived = 0;
+    Counts m_counts;
     std::atomic<std::size_t> m_preloads = 0;
 
 private:
+    class ChainCallback final : public IObjectLoadedCallback {
+    public:
+        ChainCallback(LoadStressTest& test, std::size_t world, int kind, int furtherLoads)
+            : m_test(test), m_world(world), m_kind(kind), m_furtherLoads(furtherLoads) {}
+        ~ChainCallback() override { ++m_test.m_counts.released; }
+
+        bool onPreactivate(GameObject root, GameObjectManager& itsManager) override {
+            ++m_test.m_counts.preactivated;
+            check(root, itsManager, m_kind);
+            continueChainIn(0);
+            return true;
+        }
+        void onObjectLoaded(GameObject root, GameObjectManager& itsManager) override {
+            ++m_test.m_counts.loaded;
+            EXPECT_TRUE(itsManager.isActive(root));
+            continueChainIn(1);
+        }
+        void onObjectLoadedIntoHierarchy(GameObject root, GameObjectManager& itsManager) override {
+            ++m_test.m_counts.loadedIntoHierarchy;
+            EXPECT_TRUE(itsManager.isGameObjectValid(root));
+            continueChainIn(2);
+        }
+        void releaseCallback() override { ADD_FAILURE() << "nobody is to call this"; }
+
+    private:
+        void continueChainIn(int call) {
+            if (m_furtherLoads > 0 && m_furtherLoads % 3 == call) {
+                m_test.load(m_world + 1, (m_kind + 1) % KINDS, m_furtherLoads % 4 == 0, m_furtherLoads - 1);
+            }
+        }
+
+        LoadStressTest& m_test;
+        std::size_t m_world;
+        int m_kind;
+        int m_furtherLoads;
+    };
+
+    /// Checks one instance that has arrived and is not active yet.
+    static void check(GameObject root, const GameObjectManager& itsManager, int kind) {
+        const std::array<std::pair<const char*, std::string>, 3> expected{{{"First", "first" + std::to_string(kind)},
+                                                                           {"Second", "second" + std::to_string(kind)},
+                                                                           {"Plain", "plain"}}};
+        EXPECT_FALSE(itsManager.isActive(root));
+        const std::vector<GameObject> nested = itsManager.getChildren(root);
+        ASSERT_EQ(nested.size(), expected.size());
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            EXPECT_EQ(itsManager.getGameObjectName(nested[i]), expected[i].first);
+            EXPECT_EQ(itsManager.findComponent<TagComponent>(nested[i])->config.tag, "plain");
+            const std::vector<GameObject> leaves = itsManager.getChildren(nested[i]);
+            ASSERT_EQ(leaves.size(), 1U);
+            EXPECT_EQ(itsManager.findComponent<TagComponent>(leaves[0])->config.tag, expected[i].second);
+            EXPECT_EQ(itsManager.findComponent<LinksComponent>(leaves[0])->config.target.target(), nested[i]);
+        }
+    }
+
     std::size_t m_oldLoaders = service().loadingQueue().size();
 };
 
 TEST_F(LoadStressTest, steadyLoads_allArriveIntact) {
-    for (int i = 0; i < 6; ++i) {
-        m_worlds.push_back(EntryPoint::instance().createWorld());
-    }
+    createWorlds(6);
     for (int round = 0; round < 20; ++round) {
-        for (const int into : m_worlds) {
-            load(into, (round + into) % KINDS);
+        for (std::size_t into = 0; into < m_worlds.size(); ++into) {
+            const int kind = (round + static_cast<int>(into)) % KINDS;
+            load(into, kind, false);
             if (round % 4 == 0) {
-                loadSection(into, (round + into) % KINDS);
+                load(into, kind, true);
             }
         }
         tick();
@@ -128,56 +199,91 @@ TEST_F(LoadStressTest, steadyLoads_allArriveIntact) {
     waitForWorkers();
     tick();
 
-    EXPECT_EQ(m_issued, 150U);
-    EXPECT_EQ(m_arrived, m_issued);
-    EXPECT_EQ(waiting(), 0U);
-    EXPECT_GT(m_preloads, 0U);
-    std::size_t objects = 0;
-    for (const int other : m_worlds) {
-        objects += Tessel::getGameObjectManager(other)->gameObjectsCount();
+    EXPECT_EQ(m_counts.issued, 150U);
+    expectNothingWaits();
+    EXPECT_EQ(objectsCount(), 150U * OBJECTS);
+    report();
+}
+
+TEST_F(LoadStressTest, callbacksThatLoad_everyChainRunsToItsEnd) {
+    createWorlds(16);
+    for (std::size_t into = 0; into < m_worlds.size(); ++into) {
+        load(into, static_cast<int>(into) % KINDS, false, 11);
     }
-    EXPECT_EQ(objects, m_issued * 7);
+    for (int step = 0; step < 12; ++step) {
+        waitForWorkers();
+        tick();
+    }
+
+    EXPECT_EQ(m_counts.issued, 16U * 12);
+    expectNothingWaits();
+    EXPECT_EQ(objectsCount(), 16U * 12 * OBJECTS);
+    report();
 }
 
 TEST_F(LoadStressTest, clearedCacheAndDestroyedWorlds_whatArrivesIsIntactAndTheRestWaits) {
     std::mt19937 random(20);
     const auto chance = [&random](unsigned oneIn) { return random() % oneIn == 0; };
-    for (int round = 0; round < 200; ++round) {
-        if (m_worlds.size() < 6) {
-            m_worlds.push_back(EntryPoint::instance().createWorld());
+    std::atomic<bool> isOver = false;
+    std::thread cachingThread([&isOver] { // A loading screen's, say.
+        for (int kind = 0; !isOver; kind = (kind + 1) % KINDS) {
+            Loading::cacheGameObjects({pathOf(kind), "no-such-file.prefab"}, kind % 2 == 0);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
+    });
+    const std::size_t requestsBefore = service().descriptorRequestsCount();
+    std::size_t requests = 0;
+    std::size_t answers = 0;
+    for (int round = 0; round < 200; ++round) {
+        createWorlds(8);
         const std::size_t place = random() % m_worlds.size();
         const int kind = static_cast<int>(random() % KINDS);
-        load(m_worlds[place], kind);
-        if (chance(8)) {
-            loadSection(m_worlds[place], kind);
-        }
+        load(place, kind, chance(8), chance(3) ? 5 : 0);
         if (chance(10)) {
             Loading::fullyClearCache();
         }
         if (chance(6)) {
             Loading::clearGameObjectsCache({pathOf(kind), "inner.prefab"});
         }
-        if (chance(12)) {
+        if (chance(9)) {
+            ++requests;
+            Loading::loadDescriptorAsync(pathOf(kind), [&answers](Tessel::GameObjectPrefab*) { ++answers; });
+        }
+        if (chance(20)) {
             EntryPoint::instance().destroyWorld(m_worlds[place]);
             m_worlds.erase(m_worlds.begin() + static_cast<std::ptrdiff_t>(place));
         }
+        if (round % 8 == 7) {
+            waitForWorkers();
+        }
         tick();
     }
-    waitForWorkers();
-    tick();
-    EXPECT_EQ(m_arrived + waiting(), m_issued);
-    EXPECT_GT(m_arrived, 0U);
+    isOver = true;
+    cachingThread.join();
+    for (int step = 0; step < 6; ++step) {
+        waitForWorkers();
+        tick();
+    }
+    EXPECT_EQ(m_counts.preactivated + waiting(), m_counts.issued);
+    EXPECT_EQ(m_counts.loaded, m_counts.preactivated);
+    EXPECT_EQ(m_counts.loadedIntoHierarchy, m_counts.preactivated);
+    EXPECT_EQ(m_counts.released, m_counts.preactivated);
+    EXPECT_GT(m_counts.preactivated, 0U);
+    EXPECT_GT(requests, 0U);
+    EXPECT_EQ(answers, 0U);
+    EXPECT_EQ(service().descriptorRequestsCount(), requestsBefore + requests);
+    report();
 
     // Nothing is left in a state that would keep further loads from arriving.
     Loading::fullyClearCache();
-    const std::size_t arrivedBefore = m_arrived;
-    for (const int other : m_worlds) {
-        load(other, 0);
+    const std::size_t arrivedBefore = m_counts.preactivated;
+    createWorlds(8);
+    for (std::size_t into = 0; into < m_worlds.size(); ++into) {
+        load(into, 0, false);
     }
     waitForWorkers();
     tick();
-    EXPECT_EQ(m_arrived, arrivedBefore + m_worlds.size());
+    EXPECT_EQ(m_counts.preactivated, arrivedBefore + m_worlds.size());
 }
 
 } // namespace
