@@ -1,0 +1,92 @@
+#include "benchmarks.h"
+
+#include "kiln_runs.h"
+#include "workload_files.h"
+
+#include <resource/data_section.h>
+#include <tessel_asset_loading/loading.h>
+
+#include <pugixml.hpp>
+
+namespace Kiln::Benchmarks {
+
+namespace {
+
+constexpr int NUMBER = 3;
+
+void report(benchmark::State& state) {
+    state.counters["units"] = static_cast<double>(workload(NUMBER).objectsCount());
+}
+
+void readWithKiln(benchmark::State& state) {
+    const Workload& workload = Benchmarks::workload(NUMBER);
+    for (auto iteration : state) {
+        Tessel::Loading::fullyClearCache();
+        KilnWorld world;
+        state.SetIterationTime(world.read(workload.path).count());
+    }
+    report(state);
+}
+
+void readWithPugixml(benchmark::State& state) {
+    const std::string file = filePath(workload(NUMBER).path);
+    for (auto iteration : state) {
+        pugi::xml_document document;
+        const Clock::time_point start = Clock::now();
+        const bool isRead = static_cast<bool>(document.load_file(file.c_str()));
+        state.SetIterationTime(Seconds(Clock::now() - start).count());
+        if (!isRead) {
+            state.SkipWithError("the file is not read");
+        }
+    }
+    report(state);
+}
+
+void writeWithKiln(benchmark::State& state) {
+    const Workload& workload = Benchmarks::workload(NUMBER);
+    const std::string file = filePath("written.prefab");
+    cache(workload.path);
+    const Tessel::GameObjectPrefab& prefab = *prefabService().loadPrefabData(workload.path);
+    for (auto iteration : state) {
+        const Clock::time_point start = Clock::now();
+        const SmartPointer<DataSection> section = DataSection::create("prefab");
+        prefab.serialize(section);
+        const bool isWritten = section->saveFile(file);
+        state.SetIterationTime(Seconds(Clock::now() - start).count());
+        if (!isWritten) {
+            state.SkipWithError("the file is not written");
+        }
+    }
+    report(state);
+}
+
+void writeWithPugixml(benchmark::State& state) {
+    const std::string file = filePath("written-by-pugixml.prefab");
+    pugi::xml_document document;
+    document.load_file(filePath(workload(NUMBER).path).c_str());
+    for (auto iteration : state) {
+        const Clock::time_point start = Clock::now();
+        const bool isWritten = document.save_file(file.c_str());
+        state.SetIterationTime(Seconds(Clock::now() - start).count());
+        if (!isWritten) {
+            state.SkipWithError("the file is not written");
+        }
+    }
+    report(state);
+}
+
+} // namespace
+
+std::vector<Comparison> registerDocuments() {
+    const auto add = [](const char* name, void (*run)(benchmark::State&)) {
+        benchmark::RegisterBenchmark(name, run)->UseManualTime()->Iterations(1);
+    };
+    add("W3_read", readWithKiln);
+    add("W3_read_pugixml", readWithPugixml);
+    add("W3_write", writeWithKiln);
+    add("W3_write_pugixml", writeWithPugixml);
+    return {{"W3 reading / pugixml load_file", "W3_read", "W3_read_pugixml", 3.0, 2.0},
+            {"W3 serialize / pugixml save_file", "W3_write", "W3_write_pugixml", 2.5, 1.5}};
+}
+
+} // namespace Kiln::Benchmarks

@@ -1,0 +1,36 @@
+// Runs the benchmarks and prints one table. Takes Google Benchmark's options; --benchmark_filter chooses by name. Exit
+// status 1 when a ratio is above what it must be.
+
+#include "benchmarks.h"
+
+#include <core/log.h>
+
+#include <string>
+#include <vector>
+
+using namespace Kiln;
+using namespace Kiln::Benchmarks;
+
+int main(int argumentsCount, char** arguments) {
+    std::vector<std::string> texts{arguments[0], "--benchmark_repetitions=11",
+                                   "--benchmark_enable_random_interleaving=true"};
+    texts.insert(texts.end(), arguments + 1, arguments + argumentsCount);
+    std::vector<char*> options;
+    for (std::string& text : texts) {
+        options.push_back(text.data());
+    }
+    auto optionsCount = static_cast<int>(options.size());
+    benchmark::Initialize(&optionsCount, options.data());
+    if (benchmark::ReportUnrecognizedArguments(optionsCount, options.data())) {
+        return 2;
+    }
+    const ScopedLogSink silence([](const LogMessage&) {}); // Caching reports its depth limit for every file.
+
+    std::vector<Comparison> comparisons = registerCreation();
+    for (const Comparison& comparison : registerDocuments()) {
+        comparisons.push_back(comparison);
+    }
+    TableReporter reporter(comparisons);
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    return reporter.isAnyAbove() ? 1 : 0;
+}

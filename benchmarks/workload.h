@@ -1,0 +1,40 @@
+#pragma once
+
+#include <common/matrix.h>
+#include <common/uuid.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace Kiln::Benchmarks {
+
+/// One object of a document: hierarchy (but for the root), transform and, unless it nests a prefab, cargo.
+struct Node {
+    static constexpr std::size_t NO_PARENT = static_cast<std::size_t>(-1);
+
+    Uuid uuid;
+    std::string name;
+    std::size_t parent = NO_PARENT; ///< Index of an earlier node.
+    Matrix local;
+    std::string label; ///< 40 characters.
+    float mass = 0;
+    float volume = 0;
+    std::string nested; ///< Path of the prefab that the node nests; empty for none.
+};
+
+/// A prefab document, root first.
+using Nodes = std::vector<Node>;
+
+/// A tree in which each node has ten children, as far as they go. The same for the same seed.
+[[nodiscard]] Nodes makeTree(std::size_t count, std::uint32_t seed);
+
+/// A root with `points` children, each of which nests the prefab of that path.
+[[nodiscard]] Nodes makeNesting(std::size_t points, const std::string& path, std::uint32_t seed);
+
+/// Writes a document as a prefab file, laid out as the library's own writer does it.
+void writePrefab(const Nodes& nodes, const std::filesystem::path& file);
+
+} // namespace Kiln::Benchmarks
