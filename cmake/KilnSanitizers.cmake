@@ -7,6 +7,6 @@ if(KILN_SANITIZE)
 endif()
 
 if(KILN_COVERAGE)
-    add_compile_options(--coverage)
+    add_compile_options(--coverage -fprofile-update=atomic) # Workers count too.
     add_link_options(--coverage)
 endif()
