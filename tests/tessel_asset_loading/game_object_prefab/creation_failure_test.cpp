@@ -1,4 +1,4 @@
-#include "creation_fixture.h"
+#include <tessel_asset_loading/support/creation_fixture.h>
 
 #include <object_framework/entry_point.h>
 

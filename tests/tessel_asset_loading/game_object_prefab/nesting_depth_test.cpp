@@ -1,4 +1,4 @@
-#include "creation_fixture.h"
+#include <tessel_asset_loading/support/creation_fixture.h>
 
 using namespace Kiln;
 using namespace Kiln::TestSupport;
