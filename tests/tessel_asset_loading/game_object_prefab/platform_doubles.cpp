@@ -1,0 +1,82 @@
+#include "platform_doubles.h"
+
+#include <object_framework/entry_point.h>
+#include <object_serialization/component_library.h>
+#include <object_serialization/prefab_format.h>
+#include <resource/file_system_utils.h>
+
+#include <dlfcn.h>
+
+#include <stdexcept>
+
+namespace Kiln {
+
+namespace {
+
+TestSupport::PlatformDoubles* s_doubles = nullptr;
+
+/// The library's definition of an operation that this program defines as well.
+template <class Function>
+[[nodiscard]] Function* libraryDefinition(const char* mangledName) {
+    void* const address = dlsym(RTLD_NEXT, mangledName);
+    if (!address) {
+        throw std::logic_error(std::string("no library defines ") + mangledName);
+    }
+    return reinterpret_cast<Function*>(address);
+}
+
+} // namespace
+
+namespace TestSupport {
+
+PlatformDoubles::PlatformDoubles() {
+    s_doubles = this;
+}
+
+PlatformDoubles::~PlatformDoubles() {
+    s_doubles = nullptr;
+}
+
+} // namespace TestSupport
+
+const ComponentRecord& ComponentLibrary::componentMeta(std::size_t id) const {
+    static auto* const original =
+        libraryDefinition<const ComponentRecord&(const ComponentLibrary*, std::size_t)>(
+            "_ZNK4Kiln16ComponentLibrary13componentMetaEm");
+    if (s_doubles) {
+        s_doubles->calls.push_back("componentMeta " + componentName(id));
+        if (s_doubles->onComponentMeta) {
+            s_doubles->onComponentMeta(id);
+        }
+    }
+    return original(this, id);
+}
+
+SmartPointer<DataSection> FS::Utils::openXmlSection(const std::string& resourcePath, bool callerReportsMissing) {
+    static auto* const original = libraryDefinition<SmartPointer<DataSection>(const std::string&, bool)>(
+        "_ZN4Kiln2FS5Utils14openXmlSectionERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEEb");
+    if (s_doubles) {
+        s_doubles->calls.push_back("openXmlSection " + resourcePath + (callerReportsMissing ? " true" : " false"));
+    }
+    return original(resourcePath, callerReportsMissing);
+}
+
+Tessel::IService* Tessel::EntryPoint::getService(std::type_index type) const {
+    static auto* const original = libraryDefinition<IService*(const EntryPoint*, std::type_index)>(
+        "_ZNK4Kiln6Tessel10EntryPoint10getServiceESt10type_index");
+    if (s_doubles && s_doubles->libraryService && type == typeid(ComponentLibrary)) {
+        return s_doubles->libraryService;
+    }
+    return original(this, type);
+}
+
+SmartPointer<GameObjectDescriptor> Tessel::GameObjectData::getDescriptor() const {
+    static auto* const original = libraryDefinition<SmartPointer<GameObjectDescriptor>(const GameObjectData*)>(
+        "_ZNK4Kiln6Tessel14GameObjectData13getDescriptorEv");
+    if (s_doubles && s_doubles->isGameObjectNull && s_doubles->isGameObjectNull()) {
+        return nullptr;
+    }
+    return original(this);
+}
+
+} // namespace Kiln

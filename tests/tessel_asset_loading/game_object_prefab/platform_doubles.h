@@ -1,0 +1,37 @@
+#pragma once
+
+#include <core/non_copyable.h>
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace Kiln {
+class ComponentLibrary;
+}
+
+namespace Kiln::TestSupport {
+
+/// Platform operations that this program defines itself, to bring about what files cannot. The dynamic linker prefers a
+/// program's own definitions to those of its libraries, so the module calls these. They do what the object that lives
+/// at the time says, and what the library does otherwise. Main thread.
+class PlatformDoubles : NonCopyable {
+public:
+    PlatformDoubles();
+    ~PlatformDoubles();
+
+    /// What the module called, in order: "componentMeta <name>" and "openXmlSection <path> <flag>".
+    std::vector<std::string> calls;
+
+    /// Called with the type's id before a record is given out; may throw.
+    std::function<void(std::size_t id)> onComponentMeta;
+
+    /// Whether the next stored game object yields no descriptor.
+    std::function<bool()> isGameObjectNull;
+
+    /// Stands in for the component library where it is asked for as a service. Not owned.
+    ComponentLibrary* libraryService = nullptr;
+};
+
+} // namespace Kiln::TestSupport
