@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <thread>
 
 using namespace Kiln;
 using namespace Kiln::TestSupport;
@@ -114,6 +115,23 @@ TEST_F(Copying, moveAssignment_oldNodesGoBeforeTheSourceIsTaken) {
     EXPECT_EQ(sourceNodes, 2U);
 }
 
+TEST_F(Copying, clear_placesAreEmptyWhenTheirDescriptorsGo) {
+    bool isPlaceEmpty = false;
+    std::size_t nodes = 0;
+    SmartPointer<ComponentDescriptor<ReleaseProbe>> probe =
+        makeSmart<ComponentDescriptor<ReleaseProbe>>("ReleaseProbe", "Tests");
+    probe->config().onRelease = std::shared_ptr<void>(nullptr, [&](void*) {
+        isPlaceEmpty = !source.getGameObject(1);
+        nodes = source.nodesCount();
+    });
+    source.getGameObject(1)->addComponent(std::move(probe));
+
+    source.clear();
+    EXPECT_TRUE(isPlaceEmpty);
+    EXPECT_EQ(nodes, 2U);
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
 TEST_F(Copying, moveAssignment_toItself_changesNothing) {
     moveAssign(source, source);
     ASSERT_EQ(source.nodesCount(), 2U);
@@ -127,6 +145,19 @@ TEST_F(Copying, destruction_releasesOneReferencePerNode) {
         copy.addGameObject(root);
         ASSERT_EQ(root->refCount(), 4U);
     }
+    EXPECT_EQ(root->refCount(), 2U);
+}
+
+TEST_F(Copying, copiesOnSeveralThreads_leaveTheCountAsItWas) {
+    const auto copyAgainAndAgain = [this] {
+        for (int i = 0; i < 5000; ++i) {
+            const GameObjectPrefab copy(source);
+            EXPECT_EQ(copy.findRootGameObject(), root);
+        }
+    };
+    std::thread other(copyAgainAndAgain);
+    copyAgainAndAgain();
+    other.join();
     EXPECT_EQ(root->refCount(), 2U);
 }
 

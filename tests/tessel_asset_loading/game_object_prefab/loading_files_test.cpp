@@ -65,6 +65,16 @@ TEST_F(LoadingFiles, loadHierarchy_rootHasAPrefabComponent_itsResourceIsReplaced
     EXPECT_EQ(component.config().resource, PATH);
 }
 
+TEST_F(LoadingFiles, loadHierarchy_thePrefabComponentComesAfterTheStoredOnes) {
+    PrefabText document;
+    document.component("TagComponent", document.root(id(1), "Lamp"));
+    const std::unique_ptr<GameObjectPrefab> loaded = load(document);
+    const auto& components = loaded->getGameObject(0)->components();
+    ASSERT_EQ(components.size(), 2U);
+    EXPECT_EQ(components[0]->name(), "TagComponent");
+    EXPECT_EQ(components[1]->name(), "PrefabComponent");
+}
+
 TEST_F(LoadingFiles, loadHierarchy_onlyTheFirstRootIsStamped) {
     PrefabText document;
     document.root(id(1), "First");
@@ -106,6 +116,26 @@ TEST_F(LoadingFiles, loadHierarchy_missingFile_goesToTheHandlerAndTheLog) {
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found no/such.prefab"));
 }
 
+TEST_F(LoadingFiles, loadHierarchy_missingFile_theHandlerComesFirst) {
+    std::size_t loggedBefore = 99;
+    handler.callback = [&](const std::string& /*message*/) { loggedBefore = logged().size(); };
+    EXPECT_EQ(GameObjectPrefab::loadHierarchy("no/such.prefab", &handler), nullptr);
+    EXPECT_EQ(loggedBefore, 0U);
+    EXPECT_EQ(logged().size(), 1U);
+}
+
+TEST_F(LoadingFiles, loadHierarchy_missingFileAndEmptyCallback_failsAsAnEmptyFunctionDoes) {
+    handler.callback = nullptr;
+    EXPECT_THROW((void)GameObjectPrefab::loadHierarchy("no/such.prefab", &handler), std::bad_function_call);
+}
+
+TEST_F(LoadingFiles, loadHierarchy_missingFileWithPercentSigns_isNamedAsItIs) {
+    handler.context = "%s";
+    EXPECT_EQ(GameObjectPrefab::loadHierarchy("no/100%d.prefab", &handler), nullptr);
+    EXPECT_THAT(handled, ElementsAre("%s. Prefab not found: no/100%d.prefab"));
+    EXPECT_THAT(logged(), ElementsAre("5: Prefab not found no/100%d.prefab"));
+}
+
 TEST_F(LoadingFiles, loadHierarchy_missingFileWithoutHandler_goesToTheLog) {
     EXPECT_EQ(GameObjectPrefab::loadHierarchy("no/such.prefab", nullptr), nullptr);
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found no/such.prefab"));
@@ -126,6 +156,17 @@ TEST_F(LoadingFiles, loadHierarchy_problemsReachTheHandler) {
     document.component("NoSuchComponent", 0);
     (void)load(document);
     EXPECT_THAT(handled, ElementsAre("Checking harbour. Cannot found component: NoSuchComponent"));
+}
+
+TEST_F(LoadingFiles, loadHierarchy_problemsWithoutHandler_areLogged) {
+    PrefabText document;
+    document.root(id(1), "Lamp");
+    document.poolVersion("TagComponent", 2);
+    writePrefab(PATH, document);
+    ASSERT_NE(GameObjectPrefab::loadHierarchy(PATH, nullptr), nullptr);
+    EXPECT_THAT(logged(), ElementsAre("5: Component version mismatch. Component: 'TagComponent' Current version: 1. "
+                                      "Version in prefab: 2. Content conversion is required. Correct deserialization "
+                                      "isn't guaranteed."));
 }
 
 // validateHierarchy.

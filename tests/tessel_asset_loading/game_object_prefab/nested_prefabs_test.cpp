@@ -53,6 +53,41 @@ TEST_F(NestedPrefabs, ofADocument_areInItemOrderWithoutEmptyOnes) {
     EXPECT_THAT(GameObjectPrefab::getNestedPrefabs(document.section()), ElementsAre("a", "a"));
 }
 
+TEST_F(NestedPrefabs, ofADocument_areInNoOrderButThatOfTheItems) {
+    PrefabText document;
+    document.root(id(1), "Root");
+    document.root(id(2), "Other");
+    document.component("PrefabComponent", 1, element("resource", "b"));
+    document.component("PrefabComponent", 0, element("resource", "c"));
+    document.component("PrefabComponent", 0, element("resource", "a"));
+    EXPECT_THAT(GameObjectPrefab::getNestedPrefabs(document.section()), ElementsAre("b", "c", "a"));
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(NestedPrefabs, ofADocument_itemsThatReadingWouldSkip_countAsWell) {
+    PrefabText document;
+    document.root(id(1), "Root");
+    document.component("PrefabComponent", 0, element("resource", "a"), 0);
+    EXPECT_THAT(GameObjectPrefab::getNestedPrefabs(document.section()), ElementsAre("a"));
+}
+
+TEST_F(NestedPrefabs, ofADocument_areOneLevelDeep) {
+    PrefabText inner;
+    inner.root(id(1), "Inner");
+    inner.nested(id(2), "Deep", id(1), "deep.prefab");
+    writePrefab("inner.prefab", inner);
+    PrefabText document;
+    document.root(id(1), "Root");
+    document.nested(id(2), "Inner", id(1), "inner.prefab");
+    EXPECT_THAT(GameObjectPrefab::getNestedPrefabs(document.section()), ElementsAre("inner.prefab"));
+}
+
+TEST_F(NestedPrefabs, ofADocument_poolOfAnotherCase_doesNotCount) {
+    PrefabText document;
+    document.component("prefabcomponent", 0, element("resource", "a"));
+    EXPECT_THAT(GameObjectPrefab::getNestedPrefabs(document.section()), IsEmpty());
+}
+
 TEST_F(NestedPrefabs, ofADocument_itemsWithoutTheProperty_areLeftOut) {
     PrefabText document;
     document.component("PrefabComponent", 0, element("overridesData", "x"));
@@ -149,6 +184,20 @@ TEST_F(HasNestedPrefabs, poolWithoutType_isFalse) {
 TEST_F(HasNestedPrefabs, noComponentStorage_isFalseAndSilent) {
     EXPECT_FALSE(ask("<prefab/>"));
     EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(HasNestedPrefabs, storageBelowTheTopLevel_doesNotCount) {
+    EXPECT_FALSE(ask(element("prefab", poolOf("PrefabComponent"))));
+}
+
+TEST_F(HasNestedPrefabs, poolBelowAPool_doesNotCount) {
+    const std::string pool = element("pool", element("type", "PrefabComponent"));
+    EXPECT_FALSE(ask(element("prefab", element("components", element("pool", pool)))));
+}
+
+TEST_F(HasNestedPrefabs, poolAfterOthers_isTrue) {
+    EXPECT_TRUE(ask(element("prefab", element("components", "<pool/>" + element("pool", element("type", "Tag")) +
+                                                                element("pool", element("type", "PrefabComponent"))))));
 }
 
 TEST_F(HasNestedPrefabs, missingFile_isFalseAndSilent) {

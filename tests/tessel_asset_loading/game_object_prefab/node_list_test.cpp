@@ -40,6 +40,7 @@ TEST_F(NodeList, findRootGameObject_emptyPrefab_isNullAndSilent) {
 
 TEST_F(NodeList, countComponentsByType_emptyPrefab_isZero) {
     EXPECT_EQ(GameObjectPrefab().countComponentsByType(NativeComponent<HierarchyComponent>::getType()), 0U);
+    EXPECT_THAT(logged(), IsEmpty());
 }
 
 TEST_F(NodeList, getGameObject_emptyPrefab_isReportedWithBothZeros) {
@@ -123,6 +124,19 @@ TEST_F(NodeList, removeGameObject_equalUuidOnly_isNotFoundAndReported) {
                 ElementsAre("5: Cannot remove game object from hierarchy. Corresponding hierarchy node not found."));
 }
 
+TEST_F(NodeList, removeGameObject_notFound_dropsItsReference) {
+    const SmartPointer<GameObjectDescriptor> stranger = makeNode(id(4));
+    prefab.removeGameObject(stranger);
+    EXPECT_EQ(stranger->refCount(), 1U);
+}
+
+TEST_F(NodeList, removeGameObject_first_keepsTheOrderOfTheOthers) {
+    prefab.removeGameObject(prefab.getGameObject(0));
+    ASSERT_EQ(prefab.nodesCount(), 2U);
+    EXPECT_EQ(prefab.getGameObject(0)->name(), "First");
+    EXPECT_EQ(prefab.getGameObject(1)->name(), "Second");
+}
+
 TEST_F(NodeList, removeGameObject_nullWithoutNullNode_isReported) {
     prefab.removeGameObject(nullptr);
     EXPECT_EQ(prefab.nodesCount(), 3U);
@@ -168,6 +182,16 @@ TEST_F(NodeList, isRootNode_idEqualsCount_isReportedWithoutTheBracket) {
     EXPECT_THAT(logged(), ElementsAre("5: Invalid Game Object Hierarchy node index. [3 >= [3]"));
 }
 
+TEST_F(NodeList, isRootNode_outOfRange_namesTheIdThenTheCount) {
+    EXPECT_FALSE(prefab.isRootNode(7));
+    EXPECT_THAT(logged(), ElementsAre("5: Invalid Game Object Hierarchy node index. [7 >= [3]"));
+}
+
+TEST_F(NodeList, isRootNode_largestId_isReportedInFull) {
+    EXPECT_FALSE(prefab.isRootNode(NO_NODE));
+    EXPECT_THAT(logged(), ElementsAre("5: Invalid Game Object Hierarchy node index. [18446744073709551615 >= [3]"));
+}
+
 TEST_F(NodeList, isRootNode_twoRoots_isTrueForBoth) {
     prefab.addGameObject(makeNode(id(4)));
     EXPECT_TRUE(prefab.isRootNode(0));
@@ -196,6 +220,16 @@ TEST_F(NodeList, parentNodeId_root_isNoneAndSilent) {
 TEST_F(NodeList, parentNodeId_outOfRange_isReportedWithBothBrackets) {
     EXPECT_EQ(prefab.parentNodeId(3), NO_NODE);
     EXPECT_THAT(logged(), ElementsAre("5: Invalid Game Object Hierarchy node index. [3] >= [3]"));
+}
+
+TEST_F(NodeList, parentNodeId_farOutOfRange_namesTheIdThenTheCount) {
+    EXPECT_EQ(prefab.parentNodeId(7), NO_NODE);
+    EXPECT_THAT(logged(), ElementsAre("5: Invalid Game Object Hierarchy node index. [7] >= [3]"));
+}
+
+TEST_F(NodeList, parentNodeId_largestId_isReportedInFull) {
+    EXPECT_EQ(prefab.parentNodeId(NO_NODE), NO_NODE);
+    EXPECT_THAT(logged(), ElementsAre("5: Invalid Game Object Hierarchy node index. [18446744073709551615] >= [3]"));
 }
 
 TEST_F(NodeList, parentNodeId_unknownParent_isReported) {
@@ -233,6 +267,12 @@ TEST_F(NodeList, findRootGameObject_rootIsNotTheFirstNode_isFound) {
     const GameObjectPrefab reversed = PrefabBuilder().child(id(2), "Child", id(1)).root(id(1), "Root").build();
     ASSERT_NE(reversed.findRootGameObject(), nullptr);
     EXPECT_EQ(reversed.findRootGameObject()->name(), "Root");
+}
+
+TEST_F(NodeList, findRootGameObject_sharesTheDescriptor) {
+    const SmartPointer<GameObjectDescriptor> root = prefab.findRootGameObject();
+    EXPECT_EQ(root, prefab.getGameObject(0));
+    EXPECT_EQ(root->refCount(), 2U);
 }
 
 TEST_F(NodeList, findRootGameObject_twoRoots_isTheEarlierAndSilent) {

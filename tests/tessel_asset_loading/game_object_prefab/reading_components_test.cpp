@@ -102,6 +102,25 @@ TEST_F(ReadingComponents, unknownType_withoutHandler_isSilent) {
     EXPECT_EQ(prefab.nodesCount(), 2U);
 }
 
+TEST_F(ReadingComponents, unknownTypes_areReportedOncePerPoolInPoolOrder) {
+    document.component("Second", 0).component("First", 0).component("Second", 1);
+    read(&handler);
+    EXPECT_THAT(handled, ElementsAre("Checking harbour. Cannot found component: Second",
+                                     "Checking harbour. Cannot found component: First"));
+}
+
+TEST_F(ReadingComponents, unknownTypeWithoutItems_isReported) {
+    document.poolVersion("NoSuchComponent", 9);
+    read(&handler);
+    EXPECT_THAT(handled, ElementsAre("Checking harbour. Cannot found component: NoSuchComponent"));
+}
+
+TEST_F(ReadingComponents, emptyTypeName_isUnknown) {
+    document.component("", 0);
+    read(&handler);
+    EXPECT_THAT(handled, ElementsAre("Checking harbour. Cannot found component: "));
+}
+
 TEST_F(ReadingComponents, typeThatDiffersInCase_isUnknown) {
     document.component("tagcomponent", 0);
     read(&handler);
@@ -142,6 +161,22 @@ TEST_F(ReadingComponents, differentVersionOfAnEmptyPool_isReported) {
     EXPECT_EQ(handled.size(), 1U);
 }
 
+TEST_F(ReadingComponents, differentVersion_isReportedBeforeTheItems) {
+    document.poolVersion("TagComponent", 3).component("TagComponent", 99);
+    read();
+    EXPECT_THAT(logged(), ElementsAre(testing::StartsWith("5: Component version mismatch."),
+                                      testing::StartsWith("5: Error deserializing component")));
+}
+
+TEST_F(ReadingComponents, largestVersion_isPrintedAsASignedNumber) {
+    document.poolVersion("TagComponent", 4294967295U);
+    read(&handler);
+    EXPECT_THAT(handled,
+                ElementsAre("Checking harbour. Component version mismatch. Component: 'TagComponent' Current version: "
+                            "1. Version in prefab: -1. Content conversion is required. Correct deserialization isn't "
+                            "guaranteed."));
+}
+
 TEST_F(ReadingComponents, version_isComparedWithTheRecord) {
     document.poolVersion("AdvancedComponent", ADVANCED_VERSION).component("AdvancedComponent", 0);
     read(&handler);
@@ -173,6 +208,14 @@ TEST_F(ReadingComponents, largestIndex_isOutOfRange) {
     read();
     EXPECT_THAT(logged(), ElementsAre("5: Error deserializing component 'TagComponent'. Game Object index out of "
                                       "range."));
+}
+
+TEST_F(ReadingComponents, indexBeyond32Bits_isOutOfRange) {
+    document.component("TagComponent", std::size_t(1) << 32U);
+    read();
+    EXPECT_THAT(logged(), ElementsAre("5: Error deserializing component 'TagComponent'. Game Object index out of "
+                                      "range."));
+    EXPECT_THAT(componentNames(0), IsEmpty());
 }
 
 TEST_F(ReadingComponents, missingIndex_isOutOfRange) {

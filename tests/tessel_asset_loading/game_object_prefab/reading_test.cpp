@@ -35,6 +35,21 @@ TEST_F(Reading, deserialize_emptyGameObjectPool_isNoError) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
+TEST_F(Reading, deserialize_emptyGameObjectPool_componentsAreLookedAt) {
+    prefab.deserialize(PrefabText().component("TagComponent", 0).section(), &handler);
+    EXPECT_THAT(logged(), ElementsAre("5: Error deserializing component 'TagComponent'. Game Object index out of "
+                                      "range."));
+}
+
+TEST_F(Reading, deserialize_withoutComponentStorage_reportsNothingToTheHandler) {
+    PrefabText document;
+    document.root(id(1));
+    prefab.deserialize(document.section(), &handler);
+    EXPECT_EQ(prefab.nodesCount(), 1U);
+    EXPECT_THAT(handled, IsEmpty());
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
 TEST_F(Reading, deserialize_intoAFilledPrefab_appends) {
     PrefabText first;
     first.root(id(1), "One");
@@ -89,6 +104,24 @@ TEST_F(Reading, deserialize_missingFormatVersion_isAMismatch) {
                                       "Prefab version: 0. Content conversion is required."));
 }
 
+TEST_F(Reading, deserialize_largestFormatVersion_isPrintedAsASignedNumber) {
+    prefab.deserialize(PrefabText().formatVersion(4294967295U).section(), &handler);
+    EXPECT_THAT(handled, ElementsAre("Checking harbour. Format version mismatch. Current version: 1. Prefab version: "
+                                     "-1. Content conversion is required."));
+}
+
+TEST_F(Reading, deserialize_wrongFormatVersion_componentsAreNotLookedAt) {
+    prefab.deserialize(PrefabText().formatVersion(2).component("TagComponent", 9).section(), nullptr);
+    EXPECT_EQ(logged().size(), 1U);
+}
+
+TEST_F(Reading, deserialize_noGameObjectPool_leavesTheNodesThatWereThere) {
+    prefab.addGameObject(makeNode(id(9)));
+    prefab.deserialize(PrefabText().withoutGameObjectPool().component("TagComponent", 0).section(), &handler);
+    ASSERT_EQ(prefab.nodesCount(), 1U);
+    EXPECT_TRUE(prefab.getGameObject(0)->components().empty());
+}
+
 TEST_F(Reading, deserialize_wrongFormatVersion_leavesTheNodesThatWereThere) {
     prefab.addGameObject(makeNode(id(9)));
     PrefabText document;
@@ -135,6 +168,16 @@ TEST_F(Reading, deserialize_emptyCallback_failsAsAnEmptyFunctionDoes) {
     EXPECT_THROW(prefab.deserialize(PrefabText().formatVersion(2).section(), &handler), std::bad_function_call);
 }
 
+TEST_F(Reading, deserialize_percentSignsBeforeAVersionMismatch_areKept) {
+    PrefabText document;
+    document.component("TagComponent", 0).poolVersion("TagComponent", 2);
+    handler.context = "%d%n";
+    prefab.deserialize(document.section(), &handler);
+    EXPECT_THAT(handled,
+                ElementsAre("%d%n. Component version mismatch. Component: 'TagComponent' Current version: 1. Version "
+                            "in prefab: 2. Content conversion is required. Correct deserialization isn't guaranteed."));
+}
+
 // The overload from a section.
 
 TEST_F(Reading, loadHierarchy_section_readsIt) {
@@ -150,6 +193,14 @@ TEST_F(Reading, loadHierarchy_section_rootGetsNoPrefabComponent) {
     document.root(id(1), "Root");
     const std::unique_ptr<GameObjectPrefab> loaded = GameObjectPrefab::loadHierarchy(document.section(), nullptr);
     EXPECT_TRUE(loaded->getGameObject(0)->components().empty());
+}
+
+TEST_F(Reading, loadHierarchy_sectionWithFatalProblemAndNoHandler_isLogged) {
+    const std::unique_ptr<GameObjectPrefab> loaded =
+        GameObjectPrefab::loadHierarchy(PrefabText().withoutGameObjectPool().section(), nullptr);
+    ASSERT_NE(loaded, nullptr);
+    EXPECT_TRUE(loaded->isEmpty());
+    EXPECT_THAT(logged(), ElementsAre("5: Failed to deserialize prefab. Prefab doesn't contain game objects."));
 }
 
 TEST_F(Reading, loadHierarchy_sectionWithFatalProblem_yieldsAnEmptyPrefab) {

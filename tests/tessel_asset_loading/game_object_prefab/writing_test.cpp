@@ -38,6 +38,15 @@ protected:
         return "the type has a record";
     }
 
+    /// The texts that the children of a section have below a name.
+    [[nodiscard]] static std::vector<std::string> childTexts(const DataSection& parent, const std::string& name) {
+        std::vector<std::string> texts;
+        for (const SmartPointer<DataSection> child : parent) {
+            texts.push_back(child->readString(name));
+        }
+        return texts;
+    }
+
     SmartPointer<DataSection> section = DataSection::create("prefab");
 };
 
@@ -153,12 +162,15 @@ TEST_F(Writing, serialize_existingPools_areAppendedToAndKeepTheirVersion) {
     existing.poolVersion("TagComponent", 5).component("TagComponent", 0, element("tag", "present"));
     section = existing.section();
     PrefabBuilder().root(id(2), "Added").with<TagComponent>({"added", {}}).build().serialize(section);
-    EXPECT_EQ(section->openSection("gameObjects", false)->childrenCount(), 2U);
+    const SmartPointer<DataSection> gameObjects = section->openSection("gameObjects", false);
+    EXPECT_THAT(childTexts(*gameObjects, "name"), ElementsAre("Present", "Added"));
     const SmartPointer<DataSection> components = section->openSection("components", false);
     ASSERT_EQ(components->childrenCount(), 1U);
     const SmartPointer<DataSection> pool = *components->begin();
     EXPECT_EQ(pool->readUInt64("version"), 5U);
     EXPECT_EQ(pool->childrenCount(), 4U); // Type, version and two items.
+    // The new item names the node by its id, whatever the document held before.
+    EXPECT_THAT(childTexts(*pool, "gameObject"), ElementsAre("", "", "0", "0"));
 }
 
 TEST_F(Writing, serialize_existingFormatVersion_isReplaced) {
@@ -171,6 +183,33 @@ TEST_F(Writing, serialize_typeWithoutRecord_isLoggedAndTheLaterTypesAreWritten) 
     PrefabBuilder().root(id(1)).with<LastComponent>().build().serialize(section);
     EXPECT_THAT(logged(), ElementsAre(messageAboutTheUnrecordedType()));
     EXPECT_EQ(section->openSection("components", false)->childrenCount(), 1U);
+}
+
+TEST_F(Writing, serialize_nodeWithTwoOfAType_writesTheFirst) {
+    PrefabBuilder().root(id(1)).with<TagComponent>({"a", {}}).with<TagComponent>({"b", {}}).build().serialize(section);
+    const SmartPointer<DataSection> pool = *section->openSection("components", false)->begin();
+    EXPECT_EQ(pool->childrenCount(), 3U); // Type, version and one item.
+    EXPECT_EQ(pool->openSection("item", false)->openSection("properties", false)->readString("tag"), "a");
+}
+
+TEST_F(Writing, serialize_existingEmptyPool_keepsItsVersion) {
+    section = PrefabText().poolVersion("AdvancedComponent", 5).section();
+    PrefabBuilder().root(id(1)).with<AdvancedComponent>().build().serialize(section);
+    const SmartPointer<DataSection> pool = *section->openSection("components", false)->begin();
+    EXPECT_EQ(pool->readUInt64("version"), 5U);
+    EXPECT_EQ(pool->childrenCount(), 3U); // Type, version and one item.
+}
+
+TEST_F(Writing, serialize_changedConfigurations_ofAllNodesAreTaken) {
+    PrefabBuilder builder;
+    builder.root(id(1)).with<TagComponent>().child(id(2), "Child", id(1)).with<TagComponent>();
+    const GameObjectPrefab original = builder.build();
+    for (std::size_t node = 0; node < 2; ++node) {
+        findDescriptor<TagComponent>(*original.getGameObject(node)).config().tag = "changed";
+    }
+    original.serialize(section);
+    EXPECT_FALSE(findDescriptor<TagComponent>(*original.getGameObject(0)).isOffPrefabProperties());
+    EXPECT_FALSE(findDescriptor<TagComponent>(*original.getGameObject(1)).isOffPrefabProperties());
 }
 
 TEST_F(Writing, serialize_leavesThePrefabAsItWas) {
