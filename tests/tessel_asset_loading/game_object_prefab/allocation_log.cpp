@@ -32,11 +32,17 @@ void AllocationLog::record(std::size_t size) {
 
 } // namespace Kiln::TestSupport
 
-void* operator new(std::size_t size) {
+// All forms that allocate one object, so that each pair is consistent whoever else replaces operators (sanitizers do).
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
     if (Kiln::TestSupport::s_log) {
         Kiln::TestSupport::s_log->record(size);
     }
-    if (void* const block = std::malloc(size > 0 ? size : 1)) {
+    return std::malloc(size > 0 ? size : 1);
+}
+
+void* operator new(std::size_t size) {
+    if (void* const block = operator new(size, std::nothrow)) {
         return block;
     }
     throw std::bad_alloc();
@@ -47,5 +53,9 @@ void operator delete(void* block) noexcept {
 }
 
 void operator delete(void* block, std::size_t /*size*/) noexcept {
+    std::free(block);
+}
+
+void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept {
     std::free(block);
 }

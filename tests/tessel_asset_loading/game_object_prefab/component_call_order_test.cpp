@@ -31,9 +31,7 @@ public:
     [[nodiscard]] const std::string& libraryPath() const override { return m_name; }
     [[nodiscard]] const std::string& category() const override { return m_name; }
     [[nodiscard]] const mirra::BaseStaticMetaObject* metaType() const override { return nullptr; }
-    [[nodiscard]] Tessel::ComponentTypeId type() const override {
-        return NativeComponent<WitnessComponent>::getType();
-    }
+    [[nodiscard]] Tessel::ComponentTypeId type() const override { return NativeComponent<WitnessComponent>::getType(); }
     [[nodiscard]] bool isOffPrefabProperties() const override { return false; }
     [[nodiscard]] bool hasLinks() const override { return false; }
 
@@ -114,8 +112,8 @@ TEST_F(ComponentCallOrder, deserialize_setsOptionsThenReadsThenStoresThenAttache
 TEST_F(ComponentCallOrder, deserialize_itemsAreFinishedOneByOne) {
     PrefabText document;
     document.root(id(1));
-    document.component("WitnessComponent", 0, element("tag", "a")).component("WitnessComponent", 0,
-                                                                             element("tag", "b"));
+    document.component("WitnessComponent", 0, element("tag", "a"))
+        .component("WitnessComponent", 0, element("tag", "b"));
     prefab.deserialize(document.section(), nullptr);
     EXPECT_THAT(s_calls, ElementsAre("configuration: unread, options 35", "storePrefabProperties: a, options 35",
                                      "configuration: unread, options 35", "storePrefabProperties: b, options 35"));

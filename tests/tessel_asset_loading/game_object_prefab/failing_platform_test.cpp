@@ -40,6 +40,12 @@ TEST_F(OpeningFiles, loadHierarchy_nestedPrefabs_areNotOpened) {
     EXPECT_EQ(std::count(doubles.calls.begin(), doubles.calls.end(), "openXmlSection switch.prefab true"), 0);
 }
 
+TEST_F(OpeningFiles, hasNestedPrefabs_makesNoComponentStorage) {
+    directory.writeFile("bare.prefab", "<prefab/>");
+    EXPECT_FALSE(GameObjectPrefab::hasNestedPrefabs("bare.prefab"));
+    EXPECT_THAT(doubles.calls, ElementsAre("openXmlSection bare.prefab true"));
+}
+
 TEST_F(OpeningFiles, getNestedPrefabs_opensNothing) {
     PrefabText document;
     document.component("PrefabComponent", 0, element("resource", "a"));
@@ -74,6 +80,12 @@ TEST_F(StampingPaths, prefabComponentNotRegistered_isLoggedAndTheRootStaysWithou
     EXPECT_TRUE(loaded->getGameObject(0)->components().empty());
     EXPECT_THAT(logged(), ElementsAre("5: Component with provided type is not registered in the library"));
     EXPECT_THAT(handled, IsEmpty());
+}
+
+TEST_F(StampingPaths, prefabComponentNotRegistered_aNullDescriptorIsAdded) {
+    document.root(id(1), "Lamp");
+    (void)load();
+    EXPECT_THAT(doubles.calls, ElementsAre("openXmlSection lamp.prefab true", "addComponent null"));
 }
 
 TEST_F(StampingPaths, rootHasAPrefabComponent_theLibraryIsNotAsked) {
@@ -123,7 +135,7 @@ class NullNodes : public DocumentFixture {
 protected:
     /// Reads a null node, one named "Kept" and another null node.
     NullNodes() {
-        doubles.isGameObjectNull = [number = 0]() mutable { return number++ % 2 == 0; };
+        doubles.isGameObjectNull = [number = 0](const std::string& /*source*/) mutable { return number++ % 2 == 0; };
         PrefabText document;
         document.root(id(1));
         document.root(id(2), "Kept");

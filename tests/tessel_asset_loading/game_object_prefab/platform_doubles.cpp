@@ -8,6 +8,7 @@
 #include <dlfcn.h>
 
 #include <stdexcept>
+#include <utility>
 
 namespace Kiln {
 
@@ -40,9 +41,8 @@ PlatformDoubles::~PlatformDoubles() {
 } // namespace TestSupport
 
 const ComponentRecord& ComponentLibrary::componentMeta(std::size_t id) const {
-    static auto* const original =
-        libraryDefinition<const ComponentRecord&(const ComponentLibrary*, std::size_t)>(
-            "_ZNK4Kiln16ComponentLibrary13componentMetaEm");
+    static auto* const original = libraryDefinition<const ComponentRecord&(const ComponentLibrary*, std::size_t)>(
+        "_ZNK4Kiln16ComponentLibrary13componentMetaEm");
     if (s_doubles) {
         s_doubles->calls.push_back("componentMeta " + componentName(id));
         if (s_doubles->onComponentMeta) {
@@ -70,10 +70,29 @@ Tessel::IService* Tessel::EntryPoint::getService(std::type_index type) const {
     return original(this, type);
 }
 
+SmartPointer<DataSection> DataSection::openSection(std::string_view name, bool create) const {
+    static auto* const original =
+        libraryDefinition<SmartPointer<DataSection>(const DataSection*, std::string_view, bool)>(
+            "_ZNK4Kiln11DataSection11openSectionESt17basic_string_viewIcSt11char_traitsIcEEb");
+    if (s_doubles && create) {
+        s_doubles->calls.push_back("openSection " + std::string(name) + " created");
+    }
+    return original(this, name, create);
+}
+
+void GameObjectDescriptor::addComponent(SmartPointer<IComponentDescriptor> component) {
+    static auto* const original = libraryDefinition<void(GameObjectDescriptor*, SmartPointer<IComponentDescriptor>)>(
+        "_ZN4Kiln20GameObjectDescriptor12addComponentENS_12SmartPointerINS_20IComponentDescriptorEEE");
+    if (s_doubles && !component) {
+        s_doubles->calls.emplace_back("addComponent null");
+    }
+    original(this, std::move(component));
+}
+
 SmartPointer<GameObjectDescriptor> Tessel::GameObjectData::getDescriptor() const {
     static auto* const original = libraryDefinition<SmartPointer<GameObjectDescriptor>(const GameObjectData*)>(
         "_ZNK4Kiln6Tessel14GameObjectData13getDescriptorEv");
-    if (s_doubles && s_doubles->isGameObjectNull && s_doubles->isGameObjectNull()) {
+    if (s_doubles && s_doubles->isGameObjectNull && s_doubles->isGameObjectNull(m_document->source())) {
         return nullptr;
     }
     return original(this);

@@ -21,14 +21,15 @@ public:
     PlatformDoubles();
     ~PlatformDoubles();
 
-    /// What the module called, in order: "componentMeta <name>" and "openXmlSection <path> <flag>".
+    /// What was called, in order: "componentMeta <name>", "openXmlSection <path> <flag>" and, of the calls of these
+    /// operations, just "addComponent null" and "openSection <name> created".
     std::vector<std::string> calls;
 
     /// Called with the type's id before a record is given out; may throw.
     std::function<void(std::size_t id)> onComponentMeta;
 
-    /// Whether the next stored game object yields no descriptor.
-    std::function<bool()> isGameObjectNull;
+    /// Whether the next stored game object, of a document with that source, yields no descriptor.
+    std::function<bool(const std::string& source)> isGameObjectNull;
 
     /// Stands in for the component library where it is asked for as a service. Not owned.
     ComponentLibrary* libraryService = nullptr;
