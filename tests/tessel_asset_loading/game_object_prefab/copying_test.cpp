@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <latch>
 #include <memory>
 #include <thread>
 
@@ -149,10 +150,11 @@ TEST_F(Copying, destruction_releasesOneReferencePerNode) {
 }
 
 TEST_F(Copying, copiesOnSeveralThreads_leaveTheCountAsItWas) {
-    const auto copyAgainAndAgain = [this] {
-        for (int i = 0; i < 5000; ++i) {
+    std::latch start(2);
+    const auto copyAgainAndAgain = [&] {
+        start.arrive_and_wait();
+        for (int i = 0; i < 500000; ++i) {
             const GameObjectPrefab copy(source);
-            EXPECT_EQ(copy.findRootGameObject(), root);
         }
     };
     std::thread other(copyAgainAndAgain);
