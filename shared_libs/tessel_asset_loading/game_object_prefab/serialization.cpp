@@ -76,9 +76,9 @@ void readItem(const ComponentItem& item, std::size_t id, const RecordValues& rec
         Report::error("Error deserializing component '%s'. Game Object index out of range.", typeName.c_str());
         return;
     }
-    const ComponentOptions options = record.options.has(ComponentOption::USE_RECORD_OPTIONS)
-                                         ? record.options
-                                         : item.getInstanceOptions() & record.options;
+    const ComponentOptions stored = item.getInstanceOptions();
+    const ComponentOptions options =
+        record.options.has(ComponentOption::USE_RECORD_OPTIONS) ? record.options : stored & record.options;
     if (!record.options.has(ComponentOption::SKIP_ROLE_CHECK) && !IComponentDescriptor::needToDeserialize(options)) {
         return;
     }

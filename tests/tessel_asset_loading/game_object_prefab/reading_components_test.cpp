@@ -246,6 +246,27 @@ TEST_F(ReadingComponents, options_pinnedByTheRecord_areTheRecordsWhateverIsStore
     EXPECT_EQ(optionsAfterReading("PinnedComponent", 0x22), PINNED_OPTIONS);
 }
 
+TEST_F(ReadingComponents, options_pinnedByTheRecord_storedOnesThatDoNotReadAreReportedAllTheSame) {
+    document.item("PinnedComponent", element("gameObject", "0") + element("options", "many"));
+    read();
+    EXPECT_THAT(logged(), ElementsAre(testing::StartsWith("5: 'options' can't be read from 'many'")));
+    EXPECT_EQ(node(0).components().size(), 1U);
+}
+
+TEST_F(ReadingComponents, options_doNotRead_areReportedOnce) {
+    document.item("TagComponent", element("gameObject", "0") + element("options", "many"));
+    read();
+    EXPECT_THAT(logged(), ElementsAre(testing::StartsWith("5: 'options' can't be read from 'many'")));
+    EXPECT_EQ(node(0).components().size(), 1U);
+}
+
+TEST_F(ReadingComponents, options_ofAnItemOutOfRange_areNotLookedAt) {
+    document.item("TagComponent", element("gameObject", "9") + element("options", "many"));
+    read();
+    EXPECT_THAT(logged(), ElementsAre("5: Error deserializing component 'TagComponent'. Game Object index out of "
+                                      "range."));
+}
+
 TEST_F(ReadingComponents, options_withoutRoleInCommon_skipTheItemSilently) {
     EXPECT_EQ(optionsAfterReading("TagComponent", 0), std::nullopt);
     EXPECT_THAT(logged(), IsEmpty());
