@@ -18,16 +18,17 @@ namespace {
 /// The options that are kept in files.
 constexpr ComponentOptions STORED_OPTIONS = ALL_ROLES;
 
-/// The version and options of a component type's record; empty, with an error in the log, when there is none.
+/// What reading needs of a component type's record.
 struct RecordValues {
     std::uint32_t version;
     ComponentOptions options;
 };
 
-[[nodiscard]] std::optional<RecordValues> fetchRecord(std::size_t id) {
+/// What `fetch` yields from a record; empty, with an error in the log, when the record can't be had.
+template <class Fetch>
+[[nodiscard]] auto fetchFromRecord(Fetch fetch) -> std::optional<decltype(fetch())> {
     try {
-        const ComponentLibrary& library = ComponentLibrary::instance();
-        return RecordValues{library.componentMeta(id).version, library.componentMeta(id).options};
+        return fetch();
     } catch (const std::runtime_error& error) {
         Report::error("GameObjectPrefab: %s", error.what());
         return std::nullopt;
@@ -103,7 +104,10 @@ void readPool(const ComponentPool& pool, const std::vector<SmartPointer<GameObje
         }
         return;
     }
-    const std::optional<RecordValues> record = fetchRecord(id);
+    const std::optional<RecordValues> record = fetchFromRecord([id] {
+        const ComponentLibrary& library = ComponentLibrary::instance();
+        return RecordValues{library.componentMeta(id).version, library.componentMeta(id).options};
+    });
     if (!record) {
         return;
     }
@@ -116,8 +120,9 @@ void readPool(const ComponentPool& pool, const std::vector<SmartPointer<GameObje
 void writeComponents(ComponentPoolStorage& storage, std::size_t id,
                      const std::vector<SmartPointer<GameObjectDescriptor>>& nodes) {
     const std::string name = ComponentLibrary::instance().componentName(id);
-    const std::optional<RecordValues> record = fetchRecord(id);
-    if (!record) {
+    const std::optional<std::uint32_t> version =
+        fetchFromRecord([id] { return ComponentLibrary::instance().componentMeta(id).version; });
+    if (!version) {
         return;
     }
     ComponentPool* pool = storage.findComponentPool(name);
@@ -128,7 +133,7 @@ void writeComponents(ComponentPoolStorage& storage, std::size_t id,
         }
         if (!pool) {
             pool = &storage.createComponentPool(name);
-            pool->setComponentVersion(record->version);
+            pool->setComponentVersion(*version);
         }
         ComponentItem item = pool->addComponent(nodeId);
         item.setInstanceOptions(component->getInstanceOptions() & STORED_OPTIONS);
