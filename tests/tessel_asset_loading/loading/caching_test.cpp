@@ -50,6 +50,19 @@ TEST_F(LoadingCacheTest, loadDescriptorAsync_cachesWithoutPreloadingAndIsNotAnsw
     EXPECT_EQ(Loading::loadDescriptorSync("lamp.prefab")->getGameObject(0)->name(), "lamp");
 }
 
+TEST_F(LoadingCacheTest, loadDescriptorAsync_answeredRequest_callsTheFunctionOnce) {
+    std::vector<bool> answers;
+
+    // A task without a path parses no section: the one request that is answered, with a prefab without nodes.
+    Loading::loadDescriptorAsync(
+        "", [&answers](Tessel::GameObjectPrefab* prefab) { answers.push_back(prefab && prefab->isEmpty()); });
+    finishLoads();
+    finishLoads();
+
+    EXPECT_THAT(answers, ElementsAre(true));
+    EXPECT_EQ(requestsCount(), 0U);
+}
+
 TEST_F(LoadingCacheTest, cacheGameObjects_false_preloads) {
     Loading::cacheGameObjects({"b.prefab", "a.prefab"}, false);
 

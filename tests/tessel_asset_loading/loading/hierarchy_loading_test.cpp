@@ -60,6 +60,32 @@ TEST_F(HierarchyLoadingTest, withoutUuid_getsAFreshOne) {
     EXPECT_NE(first, service().loadingQueue().back().uuid);
 }
 
+TEST_F(HierarchyLoadingTest, load_hasNoOverridesAndGivesTheOnlyReferenceToTheService) {
+    Loading::loadGameObjectIntoHierarchy("none.prefab", parent, std::nullopt, {});
+
+    EXPECT_EQ(service().loadingQueue().back().overrides, nullptr);
+    EXPECT_EQ(service().loadingQueue().back().callback->refCount(), 1U);
+}
+
+TEST_F(HierarchyLoadingTest, functions_areDestroyedWithTheFrameOfTheLoad) {
+    const auto token = std::make_shared<int>(0);
+    loadUnderParent([token](auto, auto&, auto) { return true; }, std::nullopt, [token](auto, auto&) { return true; });
+    EXPECT_EQ(token.use_count(), 3);
+
+    tick();
+
+    EXPECT_EQ(token.use_count(), 1);
+}
+
+TEST_F(HierarchyLoadingTest, droppedRequest_destroysFunctions) {
+    const auto token = std::make_shared<int>(0);
+    Loading::loadGameObjectIntoHierarchy(
+        "", parent, std::nullopt, [token](auto, auto&) { return true; }, std::nullopt,
+        [token](auto, auto&, auto) { return true; });
+
+    EXPECT_EQ(token.use_count(), 1);
+}
+
 TEST_F(HierarchyLoadingTest, invalidParent_hasNoWorldAndIsIgnored) {
     Loading::loadGameObjectIntoHierarchy("lamp.prefab", GameObject::INVALID_GAME_OBJECT, std::nullopt, {});
 

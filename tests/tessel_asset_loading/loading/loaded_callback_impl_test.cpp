@@ -47,6 +47,11 @@ protected:
                                Tessel::NativeComponent<TransformComponent>::getType());
     }
 
+    void addHierarchy(GameObject object, GameObject parent) const {
+        manager().addComponent(object, world().getStorage<HierarchyComponent>().create(parent),
+                               Tessel::NativeComponent<HierarchyComponent>::getType());
+    }
+
     GameObject root = manager().createGameObject();
 };
 
@@ -73,6 +78,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_activeParent_attachesAndAgrees) {
     EXPECT_EQ(find<HierarchyComponent>(root)->parent(), parent);
     EXPECT_EQ(manager().getParent(root), parent);
     EXPECT_THAT(manager().componentTypes(root), ElementsAre(Tessel::NativeComponent<HierarchyComponent>::getType()));
+    EXPECT_FALSE(manager().isActive(root));
 }
 
 TEST_F(LoadedCallbackTest, onPreactivate_inactiveParent_attachesAndRefuses) {
@@ -81,6 +87,49 @@ TEST_F(LoadedCallbackTest, onPreactivate_inactiveParent_attachesAndRefuses) {
     EXPECT_FALSE(make(parent)->onPreactivate(root, manager()));
 
     EXPECT_EQ(manager().getParent(root), parent);
+}
+
+TEST_F(LoadedCallbackTest, onPreactivate_enabledParentBelowInactiveOne_attachesAndRefuses) {
+    const GameObject parent = makeParent(true);
+    addHierarchy(parent, makeParent(false));
+    ASSERT_TRUE(manager().isEnabled(parent));
+
+    EXPECT_FALSE(make(parent)->onPreactivate(root, manager()));
+
+    EXPECT_EQ(manager().getParent(root), parent);
+}
+
+TEST_F(LoadedCallbackTest, onPreactivate_parentOfAnotherWorld_componentIsMadeInTheManagersWorld) {
+    const Tessel::ComponentTypeId type = Tessel::NativeComponent<HierarchyComponent>::getType();
+    const int otherId = EntryPoint::instance().createWorld();
+    Tessel::World& other = *EntryPoint::instance().findValidWorld(otherId);
+    const GameObject otherRoot = other.manager().createGameObject();
+
+    EXPECT_FALSE(make(makeParent(true))->onPreactivate(otherRoot, other.manager()));
+
+    ASSERT_NE(other.findStorage(type), nullptr);
+    EXPECT_EQ(other.findStorage(type)->componentsCount(), 1U);
+    EXPECT_EQ(world().findStorage(type), nullptr);
+    EXPECT_TRUE(other.manager().hasComponent(otherRoot, type));
+    EntryPoint::instance().destroyWorld(otherId);
+}
+
+TEST_F(LoadedCallbackTest, onPreactivate_callsNoFunction) {
+    int calls = 0;
+    const auto callback = makeWith(
+        [&calls](auto, auto&) {
+            ++calls;
+            return true;
+        },
+        [&calls](auto, auto&, auto) {
+            ++calls;
+            return true;
+        },
+        makeParent(true));
+
+    EXPECT_TRUE(callback->onPreactivate(root, manager()));
+
+    EXPECT_EQ(calls, 0);
 }
 
 TEST_F(LoadedCallbackTest, onPreactivate_worldWithoutHierarchyStorage_makesOne) {
@@ -122,6 +171,16 @@ TEST_F(LoadedCallbackTest, onPreactivate_rootIsParent_throws) {
     }
     EXPECT_TRUE(manager().isGameObjectValid(root));
     EXPECT_EQ(find<HierarchyComponent>(root), nullptr);
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(LoadedCallbackTest, onPreactivate_rootIsParent_throwsBeforeItPlaces) {
+    addTransform(root);
+
+    EXPECT_THROW(make(root, Matrix::translation(1, 2, 3))->onPreactivate(root, manager()), std::runtime_error);
+
+    EXPECT_EQ(find<TransformComponent>(root)->local, Matrix());
+    EXPECT_EQ(find<TransformComponent>(root)->state, 0);
 }
 
 TEST_F(LoadedCallbackTest, onPreactivate_deadRootThatIsParent_refusesBeforeItThrows) {
@@ -150,6 +209,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_managerOfDestroyedWorld_isReported) {
 
 TEST_F(LoadedCallbackTest, onPreactivate_transform_isWrittenAndMarkedChanged) {
     addTransform(root);
+    manager().findComponent<TransformComponent>(root)->state = 0x84;
     const Matrix matrix = Matrix::translation(1, 2, 3);
 
     EXPECT_TRUE(make(GameObject::INVALID_GAME_OBJECT, matrix)->onPreactivate(root, manager()));
@@ -258,6 +318,18 @@ TEST_F(LoadedCallbackTest, releaseCallback_dropsFunctionAndNothingElse) {
     EXPECT_TRUE(manager().isGameObjectValid(root));
     callback->onObjectLoadedIntoHierarchy(root, manager());
     EXPECT_EQ(hierarchyCalls, 1);
+}
+
+TEST_F(LoadedCallbackTest, releaseCallback_keepsParentAndTransform) {
+    addTransform(root);
+    const GameObject parent = makeParent(true);
+    const auto callback = make(parent, Matrix::translation(1, 2, 3));
+
+    callback->releaseCallback();
+
+    EXPECT_TRUE(callback->onPreactivate(root, manager()));
+    EXPECT_EQ(manager().getParent(root), parent);
+    EXPECT_EQ(find<TransformComponent>(root)->local, Matrix::translation(1, 2, 3));
 }
 
 TEST_F(LoadedCallbackTest, releaseCallback_twice_isHarmless) {

@@ -146,6 +146,22 @@ TEST_F(ObjectLoadingTest, loadGameObject_serviceHoldsTheOnlyReferenceToTheCallba
     EXPECT_EQ(service().loadingQueue().back().callback->refCount(), 1U);
 }
 
+TEST_F(ObjectLoadingTest, section_serviceHoldsTheOnlyReferenceToTheCallback) {
+    Loading::loadGameObjectSection(section(), worldId, std::nullopt, nullptr, counting());
+
+    EXPECT_EQ(service().loadingQueue().back().callback->refCount(), 1U);
+}
+
+TEST_F(ObjectLoadingTest, function_isDestroyedWithTheFrameOfTheLoad) {
+    const auto token = std::make_shared<int>(0);
+    Loading::loadGameObject("lamp.prefab", worldId, std::nullopt, [token](auto, auto&) { return true; });
+    EXPECT_EQ(token.use_count(), 2);
+
+    tick();
+
+    EXPECT_EQ(token.use_count(), 1);
+}
+
 TEST_F(ObjectLoadingTest, transform_isWrittenToBothMatrices) {
     Loading::loadGameObject("lamp.prefab", worldId, translation(5), counting());
     tick();

@@ -1,3 +1,4 @@
+#include <tessel_asset_loading/support/virtual_slot.h>
 #include <tessel_asset_loading/support/world_fixture.h>
 
 #include <variant/variant_converter.h>
@@ -154,12 +155,51 @@ TEST_F(PrefabDescriptorTest, findPrefabDescriptor_findsItAmongComponents) {
 }
 
 TEST_F(PrefabDescriptorTest, sharedConfig_isOwnedOrJustReferredTo) {
-    const auto owned = vessa::Variant::share(std::make_shared<PrefabComponent::Config>());
-    PrefabComponent::Config elsewhere;
-    const auto referred = vessa::Variant::refer(&elsewhere);
+    auto config = std::make_shared<PrefabComponent::Config>();
+    const std::weak_ptr<PrefabComponent::Config> observed = config;
+    PrefabComponent::Config elsewhere{"lamp.prefab", "", false};
+    {
+        const auto owned = vessa::Variant::share(std::move(config));
+        const auto copy = owned;
+        const auto referred = vessa::Variant::refer(&elsewhere);
 
-    EXPECT_NE(owned.get<PrefabComponent::Config>(), nullptr);
-    EXPECT_EQ(referred.get<PrefabComponent::Config>(), &elsewhere);
+        EXPECT_EQ(owned.get<PrefabComponent::Config>(), observed.lock().get());
+        EXPECT_EQ(copy.get<PrefabComponent::Config>(), observed.lock().get());
+        EXPECT_EQ(referred.get<PrefabComponent::Config>(), &elsewhere);
+    }
+
+    EXPECT_TRUE(observed.expired());
+    EXPECT_EQ(elsewhere.resource, "lamp.prefab");
+}
+
+TEST_F(PrefabDescriptorTest, reapplyOnObject_deadObject_resolvesNoLinks) {
+    const SmartPointer<GameObjectDescriptor> node = makeNode(id(1));
+    LinksComponent::Config config;
+    config.target.setUuid(id(7));
+    auto& links = addComponent<LinksComponent>(*node, config);
+    const GameObject target = manager().createGameObject();
+    const UuidMap objects{{Uuid::combine(id(1), id(7)), target}};
+    manager().removeGameObject(object);
+
+    EXPECT_EQ(links.reapplyOnObject(object, id(1), objects), nullptr);
+    EXPECT_EQ(links.reapplyOnObject(object, id(1), {}), nullptr);
+
+    EXPECT_NE(std::as_const(links).config().target.target(), target);
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(PrefabDescriptorTest, virtualOperations_followTheOrderOfTheInterface) {
+    const std::size_t first = virtualSlot(&IComponentDescriptor::name);
+
+    EXPECT_GE(first, 2U); // Behind the two forms of the destructor.
+    EXPECT_EQ(virtualSlot(&IComponentDescriptor::libraryPath), first + 1);
+    EXPECT_EQ(virtualSlot(&IComponentDescriptor::category), first + 2);
+    EXPECT_EQ(virtualSlot(&IComponentDescriptor::removeFromObject), first + 3);
+    EXPECT_EQ(virtualSlot(&IComponentDescriptor::reflect), first + 4);
+    EXPECT_EQ(virtualSlot(&IComponentDescriptor::metaType), first + 5);
+    EXPECT_EQ(virtualSlot(&IComponentDescriptor::preload), first + 6);
+    EXPECT_EQ(virtualSlot(&IComponentDescriptor::createOnObject), first + 7);
+    EXPECT_EQ(virtualSlot(&IComponentDescriptor::reapplyOnObject), first + 8);
 }
 
 } // namespace

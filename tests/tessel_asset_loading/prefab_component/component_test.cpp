@@ -1,8 +1,11 @@
+#include <tessel_asset_loading/support/virtual_slot.h>
 #include <tessel_asset_loading/support/world_fixture.h>
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <sstream>
+#include <type_traits>
 
 namespace Kiln::TestSupport {
 namespace {
@@ -70,6 +73,29 @@ TEST(PrefabComponentTest, blockLink_outsideOfPool_isNullAndActivationHasNoEffect
     component.deactivate();
 
     EXPECT_EQ(component.block(), nullptr);
+}
+
+TEST(PrefabComponentTest, bases_areThoseOfAPooledComponent) {
+    EXPECT_TRUE((std::is_base_of_v<Tessel::PoolableComponent<PrefabComponent, Tessel::IComponent>, PrefabComponent>));
+    EXPECT_TRUE((std::is_base_of_v<Tessel::IComponent, PrefabComponent>));
+    EXPECT_TRUE((std::is_base_of_v<Tessel::NativeComponent<PrefabComponent>, PrefabComponent>));
+    EXPECT_TRUE((std::is_base_of_v<Tessel::BlockAllocable<PrefabComponent>, PrefabComponent>));
+}
+
+TEST(PrefabComponentTest, virtualOperations_areTypeDestructorActivateDeactivate) {
+    EXPECT_EQ(virtualSlot(&Tessel::IComponent::type), 0U);
+    EXPECT_EQ(virtualSlot(&Tessel::IComponent::activate), 3U); // Behind the two forms of the destructor.
+    EXPECT_EQ(virtualSlot(&Tessel::IComponent::deactivate), 4U);
+}
+
+TEST(PrefabComponentTest, fields_lieInOrderBehindTheBlockLink) {
+    const PrefabComponent component{PrefabComponent::Config()};
+    const std::less<const void*> isBefore;
+
+    EXPECT_TRUE(
+        isBefore(static_cast<const Tessel::BlockAllocable<PrefabComponent>*>(&component), &component.resource()));
+    EXPECT_TRUE(isBefore(&component.resource(), &component.overridesData()));
+    EXPECT_TRUE(isBefore(&component.overridesData(), &component.instanceUuid()));
 }
 
 TEST(PrefabComponentTest, pool_setsBlockLink) {

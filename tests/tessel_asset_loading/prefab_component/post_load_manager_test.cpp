@@ -1,3 +1,4 @@
+#include <tessel_asset_loading/support/virtual_slot.h>
 #include <tessel_asset_loading/support/world_fixture.h>
 
 #include <object_framework/hierarchy_component.h>
@@ -161,6 +162,7 @@ TEST_F(PostLoadManagerTest, parentDeactivatedBeforeReaction_takesTheRootWithIt) 
     tick();
 
     EXPECT_FALSE(manager().isActive(root));
+    EXPECT_TRUE(manager().isEnabled(root));
 }
 
 TEST_F(PostLoadManagerTest, objectWithoutPrefabComponent_isLeftAlone) {
@@ -215,8 +217,63 @@ TEST_F(PostLoadManagerTest, queryOfAnotherClass_isReportedAndWorkGoesOn) {
 
     EXPECT_THAT(logged(),
                 ElementsAre("5: Query with these arguments already exists! Try this one: Kiln::Tessel::QueryBase"));
-    EXPECT_EQ(managersOf(*EntryPoint::instance().findValidWorld(otherId)).size(), 1U);
+    Tessel::World& other = *EntryPoint::instance().findValidWorld(otherId);
+    EXPECT_EQ(managersOf(other).size(), 1U);
+    const GameObject root = other.manager().createGameObject();
+    other.manager().activateGameObject(root);
+    other.manager().addComponent(root, other.getStorage<PrefabComponent>().create(PrefabComponent::Config()),
+                                 Tessel::NativeComponent<PrefabComponent>::getType());
+    other.manager().addComponent(root, other.getStorage<HierarchyComponent>().create(GameObject::INVALID_GAME_OBJECT),
+                                 Tessel::NativeComponent<HierarchyComponent>::getType());
+    tick();
+    EXPECT_FALSE(other.manager().isActive(root));
     EntryPoint::instance().destroyWorld(otherId);
+}
+
+TEST_F(PostLoadManagerTest, query_isKeptFromInitOn) {
+    const Tessel::QueryConfig config = RootsQuery::makeConfig();
+    const auto query = world().manager().getQuery<RootsQuery>(config, [] { return std::make_unique<RootsQuery>(); });
+    const long holders = query.use_count();
+    PrefabPostLoadManager other;
+
+    other.init(world());
+    EXPECT_EQ(query.use_count(), holders + 1);
+
+    other.fini(world());
+}
+
+TEST_F(PostLoadManagerTest, factory_ignoresTheInitDataAndMakesAManagerEachTime) {
+    struct InitData final : Tessel::IManagerInitData {
+        explicit InitData(bool& flag) : isDestroyed(flag) {}
+        ~InitData() override { isDestroyed = true; }
+        bool& isDestroyed;
+    };
+    bool isDestroyed = false;
+
+    const auto first = PrefabPostLoadManager::create(std::make_unique<InitData>(isDestroyed));
+    const auto second = PrefabPostLoadManager::create(nullptr);
+
+    EXPECT_TRUE(isDestroyed);
+    EXPECT_NE(dynamic_cast<PrefabPostLoadManager*>(first.get()), nullptr);
+    EXPECT_NE(dynamic_cast<PrefabPostLoadManager*>(second.get()), nullptr);
+    EXPECT_NE(first, second);
+}
+
+TEST_F(PostLoadManagerTest, otherOperations_keepTheBehaviourOfTheBase) {
+    const std::vector<int> before = reactions();
+    Tessel::IReactiveManager& own = *managersOf(world())[0];
+
+    own.onMappingLoaded(world());
+    own.onMappingUnloaded(world());
+
+    EXPECT_EQ(own.getWatcher(), nullptr);
+    EXPECT_EQ(reactions(), before);
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(PostLoadManagerTest, virtualOperations_areDestructorInitFini) {
+    EXPECT_EQ(virtualSlot(&Tessel::IReactiveManager::init), 2U); // Behind the two forms of the destructor.
+    EXPECT_EQ(virtualSlot(&Tessel::IReactiveManager::fini), 3U);
 }
 
 TEST_F(PostLoadManagerTest, secondWorld_isNotReported) {

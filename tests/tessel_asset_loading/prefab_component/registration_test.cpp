@@ -84,7 +84,9 @@ TEST_F(RegistrationTest, metaObjectOfComponent_hasItsProperties) {
     EXPECT_EQ(metaObject, mirra::MetaObjectManager::instance().findType(typeid(PrefabComponent)));
     ASSERT_EQ(metaObject->properties().size(), 2U);
     EXPECT_EQ(metaObject->properties()[0].name, "resource");
+    EXPECT_TRUE(metaObject->properties()[0].annotations.isEmpty());
     EXPECT_EQ(metaObject->properties()[1].name, "overridesData");
+    EXPECT_TRUE(metaObject->properties()[1].annotations.isEmpty());
 }
 
 TEST_F(RegistrationTest, metaObjectOfComponent_reachesTheFields) {
@@ -110,9 +112,15 @@ TEST_F(RegistrationTest, service_isRegisteredUnderItsType) {
 TEST_F(RegistrationTest, secondService_isRefusedAndDestroyed) {
     Tessel::IService* const found = EntryPoint::instance().getService(typeid(Tessel::PrefabService));
 
-    EntryPoint::instance().registerService(typeid(Tessel::PrefabService), std::make_unique<Tessel::PrefabService>());
+    const SmartPointer<GameObjectDescriptor> node = makeNode(id(1));
+    auto second = std::make_unique<Tessel::PrefabService>();
+    second->cachePrefabData("lamp.prefab", PrefabBuilder().node(node).buildUnique());
+    EXPECT_GT(node->refCount(), 1U);
+
+    EntryPoint::instance().registerService(typeid(Tessel::PrefabService), std::move(second));
 
     EXPECT_EQ(EntryPoint::instance().getService(typeid(Tessel::PrefabService)), found);
+    EXPECT_EQ(node->refCount(), 1U);
 }
 
 TEST_F(RegistrationTest, postLoadManager_isRegisteredOnceWithAllRoles) {
