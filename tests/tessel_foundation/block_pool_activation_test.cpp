@@ -216,7 +216,51 @@ TEST_F(BlockPoolTest, deferredMode_inactiveElementActivatedAfterwards_staysActiv
     EXPECT_EQ(stateOf(item), AllocationState::ACTIVE);
 }
 
-TEST_F(BlockPoolTest, deferredMode_freedElement_dropsItsRequest) {
+TEST_F(BlockPoolTest, deferredMode_freedElementInUseAgain_isNotMetByTheOldRequest) {
+    RecordingListener<Item> listener;
+    Item* const item = allocateActive(0);
+    block.beginDeferredDeactivation();
+    block.deactivate(item);
+    block.deallocate(item);
+    EXPECT_EQ(allocateActive(1), item);
+    block.setListener(&listener);
+    block.endDeferredDeactivation();
+    EXPECT_THAT(listener.calls, IsEmpty());
+    EXPECT_EQ(stateOf(item), AllocationState::ACTIVE);
+    block.setListener(nullptr);
+}
+
+TEST_F(BlockPoolTest, deferredMode_freedElementInUseAgain_takesItsPlaceByTheNewRequest) {
+    RecordingListener<Item> listener;
+    Item* const zero = allocateActive(0);
+    Item* const one = allocateActive(1);
+    block.beginDeferredDeactivation();
+    block.deactivate(zero);
+    block.deactivate(one);
+    block.deallocate(zero);
+    block.deactivate(allocateActive(2));
+    block.setListener(&listener);
+    block.endDeferredDeactivation();
+    EXPECT_THAT(listener.calls, ElementsAre("-1@1", "-2@0"));
+    block.setListener(nullptr);
+}
+
+TEST_F(BlockPoolTest, deferredMode_freedElement_isDeactivatedAtOnceAndOnce) {
+    RecordingListener<Item> listener;
+    Item* const item = allocateActive(0);
+    block.setListener(&listener);
+    block.beginDeferredDeactivation();
+    block.deactivate(item);
+    block.deallocate(item);
+    EXPECT_THAT(listener.calls, ElementsAre("-0@0"));
+    EXPECT_EQ(block.firstAllocated(), -1);
+    block.endDeferredDeactivation();
+    EXPECT_THAT(listener.calls, ElementsAre("-0@0"));
+    EXPECT_EQ(block.state(0).allocationState, AllocationState::FREE);
+    block.setListener(nullptr);
+}
+
+TEST_F(BlockPoolTest, deferredMode_freedElementAllocatedAgain_staysInactive) {
     RecordingListener<Item> listener;
     Item* const item = allocateActive(0);
     block.beginDeferredDeactivation();

@@ -85,7 +85,6 @@ public:
             PoolAssertions::reportFreedTwice();
             return;
         }
-        m_deferred.drop(index);
         deactivateNow(index);
         // FREE, but in no chain yet: whatever the destructor does, the element is neither activated nor allocated.
         state.allocationState = AllocationState::FREE;
@@ -140,7 +139,8 @@ public:
     }
 
     /// Ends the deferred mode and deactivates, in the order of the requests, the elements for which one was kept. A
-    /// request is gone if the element was activated or freed after it.
+    /// request is gone if the element was activated after it, which also holds for an element that was freed: it is
+    /// ACTIVE again only after an activation.
     void endDeferredDeactivation() {
         m_isDeferring = false;
         m_deferred.applyAll([this](std::size_t index) { deactivateNow(index); });
