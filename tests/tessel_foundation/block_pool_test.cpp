@@ -9,6 +9,7 @@
 #include <cstring>
 #include <memory>
 #include <stdexcept>
+#include <type_traits>
 #include <vector>
 
 namespace Kiln::Tessel::PoolTests {
@@ -33,8 +34,15 @@ TEST_F(BlockPoolTest, newBlock_allElementsAreFreeInOneChain) {
 
 TEST_F(BlockPoolTest, newBlock_bufferIsZeroFilled) {
     const std::vector<std::byte> zeros(4 * sizeof(Item));
-    ASSERT_EQ(block.bufferSize(), zeros.size());
-    EXPECT_EQ(std::memcmp(block.buffer(), zeros.data(), zeros.size()), 0);
+    // A block that gets the memory of this one may not take over what is in it.
+    std::make_unique<std::vector<std::byte>>(zeros.size(), std::byte{0xFF}).reset();
+    const BlockPool<Item> fresh(4);
+    ASSERT_EQ(fresh.bufferSize(), zeros.size());
+    EXPECT_EQ(std::memcmp(fresh.buffer(), zeros.data(), zeros.size()), 0);
+}
+
+TEST(BlockPoolClass, destructor_isVirtual) {
+    EXPECT_TRUE(std::has_virtual_destructor_v<BlockPool<Item>>);
 }
 
 TEST_F(BlockPoolTest, zeroElements_areTakenAsOne) {
@@ -77,6 +85,20 @@ TEST_F(BlockPoolTest, allocate_takesHeadOfFreeChainAsInactive) {
     EXPECT_EQ(block.state(1).previousElement, -1);
     EXPECT_EQ(block.firstAllocated(), -1);
     EXPECT_FALSE(block.empty());
+}
+
+TEST(BlockPoolConstruction, allocate_constructorSeesItsElementTakenOffTheFreeChain) {
+    struct Watching {
+        explicit Watching(const BlockPool<Watching>& block)
+            : state(block.state(block.indexOf(this)).allocationState), nextFree(block.nextFree()) {}
+        AllocationState state;
+        std::int64_t nextFree;
+    };
+    BlockPool<Watching> block(2);
+    Watching* const watching = block.allocate(block);
+    EXPECT_EQ(watching->state, AllocationState::INACTIVE);
+    EXPECT_EQ(watching->nextFree, 1);
+    block.deallocate(watching);
 }
 
 TEST_F(BlockPoolTest, allocate_elementsLieNextToEachOther) {

@@ -3,9 +3,14 @@
 #include <support/log_capture.h>
 #include <tessel_foundation/component.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <latch>
 #include <thread>
+#include <tuple>
 #include <type_traits>
+#include <typeinfo>
+#include <utility>
 #include <vector>
 
 namespace Kiln::Tessel {
@@ -96,6 +101,37 @@ TEST(CheckComponentTypeId, anyOtherId_isSilent) {
     checkComponentTypeId(0);
     checkComponentTypeId(1023);
     EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+template <int>
+struct Filler {};
+
+template <int... NUMBERS>
+void fillTypesLibrary(std::integer_sequence<int, NUMBERS...>) {
+    (IComponent::types().registerType(typeid(Filler<NUMBERS>)), ...);
+}
+
+class Latecomer final : public IComponent, public NativeComponent<Latecomer> {
+public:
+    [[nodiscard]] ComponentTypeId type() const override { return getType(); }
+    void activate() override {}
+    void deactivate() override {}
+};
+
+TEST(Component, construction_fullTypesLibrary_logsEachTimeAndGoesOn) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // A full library would be in the way of all other tests.
+    EXPECT_EXIT(
+        {
+            std::ignore = NativeComponent<Plain>::getType();
+            fillTypesLibrary(std::make_integer_sequence<int, IComponent::MAX_TYPES>());
+            const Latecomer first;
+            const Latecomer second;
+            const Plain known;
+            std::fprintf(stderr, "type %d of %zu", static_cast<int>(second.type()), IComponent::types().typesCount());
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0),
+        "^\\[6\\] Too Many IComponent types!\n\\[6\\] Too Many IComponent types!\ntype 1024 of 1024$");
 }
 
 TEST(ComponentPointer, destruction_callsTheDeleter) {

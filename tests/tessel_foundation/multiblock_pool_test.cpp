@@ -93,6 +93,9 @@ TEST_F(MultiBlockPoolTest, createData_allBlocksFull_makesExactlyOneBlock) {
     EXPECT_EQ(pool.blocksCount(), 3U);
     EXPECT_EQ(item->block(), &pool.block(2));
     EXPECT_EQ(pool.block(2).indexOf(item), 0U);
+    EXPECT_EQ(pool.block(2).elementsCount(), 2U);
+    EXPECT_NE(pool.block(2).owner(), nullptr);
+    EXPECT_EQ(pool.block(2).owner(), pool.block(0).owner());
     deallocate(items);
     deallocate({item});
 }
