@@ -6,6 +6,10 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
+#include <utility>
+#include <vector>
+
 namespace Kiln::TestSupport {
 namespace {
 
@@ -18,6 +22,28 @@ using Tessel::QueryIsUniqueAsserter;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using RootsQuery = Tessel::Query<PrefabComponent, HierarchyComponent, GameObject>;
+
+/// Calls a function when it has been deactivated: in the middle of the deactivation of a whole tree.
+class TripwireComponent final : public Tessel::PoolableComponent<TripwireComponent, Tessel::IComponent> {
+public:
+    explicit TripwireComponent(std::function<void()> function) : m_function(std::move(function)) {}
+
+    void deactivate() override {
+        PoolableComponent::deactivate();
+        m_function();
+    }
+
+private:
+    std::function<void()> m_function;
+};
+
+/// Opens a private member to the tests: an explicit instantiation may name it.
+template <auto Member>
+struct Opened {
+    friend std::vector<int>& reactionIdsOf(PrefabPostLoadManager& manager) { return manager.*Member; }
+};
+std::vector<int>& reactionIdsOf(PrefabPostLoadManager& manager);
+template struct Opened<&PrefabPostLoadManager::m_reactionIds>;
 
 class PostLoadManagerTest : public WorldFixture {
 protected:
@@ -107,6 +133,22 @@ TEST_F(PostLoadManagerTest, fini_removesJustItsOwnReaction) {
     world().removeTickReaction(foreign);
 }
 
+TEST_F(PostLoadManagerTest, fini_removesReactionsOfBothKindsAndSkipsOthers) {
+    const std::vector<int> before = reactions();
+    PrefabPostLoadManager other;
+    other.init(world());
+    const std::vector<int> trigger = reactionsSince(before);
+    EXPECT_EQ(reactionIdsOf(other), trigger);
+    const int tickReaction = world().addTickReaction("SyncInit", "of both kinds", [] {});
+    const int kindTwo = static_cast<int>(0x8000'0001U);
+    const int kindThree = static_cast<int>(0xC000'0001U);
+    reactionIdsOf(other) = {kindTwo, tickReaction, kindThree, trigger[0]};
+
+    other.fini(world());
+
+    EXPECT_EQ(reactions(), before);
+}
+
 TEST_F(PostLoadManagerTest, finishedManager_reactsNoMore) {
     managersOf(world())[0]->fini(world());
     const GameObject object = makeObject(true);
@@ -163,6 +205,28 @@ TEST_F(PostLoadManagerTest, parentDeactivatedBeforeReaction_takesTheRootWithIt) 
 
     EXPECT_FALSE(manager().isActive(root));
     EXPECT_TRUE(manager().isEnabled(root));
+}
+
+TEST_F(PostLoadManagerTest, reactionWhileParentGoesInactive_deactivatesTheRootItself) {
+    const GameObject grandparent = makeObject(true);
+    const GameObject parent = makeObject(true);
+    addHierarchy(parent, grandparent);
+    const GameObject sibling = makeObject(false);
+    addHierarchy(sibling, parent);
+    manager().addComponent(sibling, world().getStorage<TripwireComponent>().create([this] { world().runReactions(); }),
+                           Tessel::NativeComponent<TripwireComponent>::getType());
+    manager().activateGameObject(sibling);
+    const GameObject root = makeObject(false);
+    addPrefab(root);
+    addHierarchy(root, parent);
+    manager().activateGameObject(root);
+
+    manager().deactivateGameObject(grandparent);
+
+    EXPECT_TRUE(manager().isEnabled(parent));
+    EXPECT_TRUE(manager().isEnabled(sibling));
+    EXPECT_FALSE(manager().isActive(root));
+    EXPECT_FALSE(manager().isEnabled(root));
 }
 
 TEST_F(PostLoadManagerTest, objectWithoutPrefabComponent_isLeftAlone) {
