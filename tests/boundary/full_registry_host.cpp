@@ -29,7 +29,9 @@ struct Filler {};
 
 template <int... NUMBERS>
 void fillTypesLibrary(std::integer_sequence<int, NUMBERS...>) {
-    (Tessel::IComponent::types().registerType(typeid(Filler<NUMBERS>)), ...);
+    for (const std::type_info* const type : {&typeid(Filler<NUMBERS>)...}) {
+        Tessel::IComponent::types().registerType(*type);
+    }
 }
 
 [[nodiscard]] std::string& textAt(const mirra::ReflectedObject& object, std::size_t property) {

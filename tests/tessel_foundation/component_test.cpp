@@ -108,7 +108,9 @@ struct Filler {};
 
 template <int... NUMBERS>
 void fillTypesLibrary(std::integer_sequence<int, NUMBERS...>) {
-    (IComponent::types().registerType(typeid(Filler<NUMBERS>)), ...);
+    for (const std::type_info* const type : {&typeid(Filler<NUMBERS>)...}) {
+        IComponent::types().registerType(*type);
+    }
 }
 
 class Latecomer final : public IComponent, public NativeComponent<Latecomer> {
