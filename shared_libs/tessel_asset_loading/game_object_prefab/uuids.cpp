@@ -35,9 +35,11 @@ Uuid GameObjectPrefab::generateNewInstanceUuid(std::vector<GameObjectCreationIte
         if (item.instanceUuid != oldInstanceUuid) {
             continue;
         }
+        const Uuid oldKey = Uuid::combine(oldInstanceUuid, item.descriptor->uuid());
+        const Uuid newKey = Uuid::combine(newInstanceUuid, item.descriptor->uuid());
         // Without an entry, the item has no object yet, or its entry has moved already: it is only re-labelled.
-        if (auto entry = objects.extract(Uuid::combine(oldInstanceUuid, item.descriptor->uuid()))) {
-            entry.key() = Uuid::combine(newInstanceUuid, item.descriptor->uuid());
+        if (auto entry = objects.extract(oldKey)) {
+            entry.key() = newKey;
             objects.insert(std::move(entry));
         }
         item.instanceUuid = newInstanceUuid;
