@@ -120,6 +120,20 @@ TEST_F(CreationFailure, otherObjectsOfTheWorldStay) {
     EXPECT_TRUE(manager().isGameObjectValid(present));
 }
 
+TEST_F(CreationFailure, objectsAreRemovedAfterTheLastMessage) {
+    std::vector<std::size_t> counts;
+    const ScopedLogSink sink([&](const LogMessage& /*message*/) { counts.push_back(manager().gameObjectsCount()); });
+    EXPECT_THAT(create(PrefabBuilder().root(id(1)).child(id(2), "Child", id(1)).root(id(3))), IsFailure());
+    EXPECT_THAT(counts, ElementsAre(3U, 3U));
+    EXPECT_EQ(manager().gameObjectsCount(), 0U);
+}
+
+TEST_F(CreationFailure, withoutRoot_theOtherObjectsAreRemovedToo) {
+    const GameObject present = manager().createGameObject();
+    EXPECT_THAT(create(PrefabBuilder().child(id(2), "Child", id(1)).child(id(3), "Other", id(1))), IsFailure());
+    EXPECT_THAT(manager().gameObjects(), ElementsAre(present));
+}
+
 TEST_F(CreationFailure, noComponentIsMade) {
     std::size_t components = 0;
     HookComponent::onConstruct = [&](const HookComponent::Config&) { ++components; };

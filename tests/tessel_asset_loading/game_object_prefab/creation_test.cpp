@@ -47,6 +47,13 @@ TEST_F(Creation, result_rootStandsInTheMiddle_isFirstInTheResult) {
     EXPECT_THAT(createdNames(builder), ElementsAre("Root", "First", "Second"));
 }
 
+// Growing step by step, room for five would have become room for eight.
+TEST_F(Creation, result_hasRoomForItsObjectsFromTheStart) {
+    PrefabBuilder builder = family();
+    builder.child(id(4), "Third", id(1)).child(id(5), "Fourth", id(1));
+    EXPECT_EQ(create(builder).capacity(), 5U);
+}
+
 TEST_F(Creation, objects_haveTheParentsOfTheirNodes) {
     create(family());
     EXPECT_EQ(parentOf("Root"), "");
@@ -107,6 +114,26 @@ TEST_F(Creation, stateFlags_areApplied) {
     EXPECT_EQ(manager().getGameObjectFlags(object("Off")).to_ulong(), 0x01U);
     EXPECT_FALSE(manager().isEnabled(object("Off")));
     EXPECT_TRUE(manager().isEnabled(object("Root")));
+}
+
+TEST_F(Creation, stateFlags_areAppliedAfterTheObjectsComponents) {
+    std::vector<unsigned long> flags;
+    HookComponent::onConstruct = [&](const HookComponent::Config&) {
+        flags.push_back(manager().getGameObjectFlags(object("Root")).to_ulong());
+    };
+    create(PrefabBuilder().root(id(1), "Root", 0x3E).with<HookComponent>());
+    EXPECT_THAT(flags, ElementsAre(0U));
+}
+
+TEST_F(Creation, stateFlags_areAppliedBeforeTheNextObjectsComponents) {
+    std::vector<unsigned long> flags;
+    HookComponent::onConstruct = [&](const HookComponent::Config&) {
+        flags.push_back(manager().getGameObjectFlags(object("Root")).to_ulong());
+    };
+    PrefabBuilder builder;
+    builder.root(id(1), "Root", 0x3E).child(id(2), "Child", id(1)).with<HookComponent>();
+    create(builder);
+    EXPECT_THAT(flags, ElementsAre(0x3EU));
 }
 
 TEST_F(Creation, objects_areNotActivated) {

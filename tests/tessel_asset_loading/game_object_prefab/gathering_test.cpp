@@ -258,4 +258,38 @@ TEST_F(HasOverrides, deeperInside_dependsOnTheRecordsOfTheNestedInstance) {
     EXPECT_FALSE(deep.prefabProperties().hasOverrides);
 }
 
+TEST_F(HasOverrides, deeperInside_isNotSetByTheOuterRecordOfTheIntegrationPoint) {
+    PrefabBuilder middle;
+    middle.root(id(1), "middle").nested(id(2), "inner", id(1), "inner.prefab");
+    auto& deep = findDescriptor<PrefabComponent>(middle.last());
+    cachePrefab("middle.prefab", middle);
+    PrefabBuilder outer;
+    outer.root(id(1), "Root").nested(id(2), "Middle", id(1), "elsewhere.prefab", "<overrides/>");
+    setOverrides(OverridesText().record(id(2), "PrefabComponent", element("resource", "middle.prefab")));
+    create(outer);
+    ASSERT_FALSE(object("inner").isInvalid());
+    EXPECT_FALSE(deep.prefabProperties().hasOverrides);
+}
+
+TEST_F(HasOverrides, ofAnIntegrationPointThatIsDropped_isAssignedToo) {
+    PrefabBuilder outer;
+    outer.root(id(1), "Root").nested(id(2), "Gone", id(1), "no/such.prefab");
+    config.overrides = some;
+    EXPECT_THAT(createdNames(outer), ElementsAre("Root"));
+    EXPECT_TRUE(findDescriptor<PrefabComponent>(outer.last()).prefabProperties().hasOverrides);
+}
+
+// The records themselves.
+
+TEST_F(HasOverrides, recordsInForce_areReleasedWhetherGatheringSucceedsOrNot) {
+    PrefabBuilder endless;
+    endless.root(id(1), "Endless").nested(id(2), "Again", id(1), "endless.prefab");
+    cachePrefab("endless.prefab", endless);
+    ASSERT_EQ(some->refCount(), 1U);
+    EXPECT_TRUE(afterCreation(false, some));
+    EXPECT_THAT(create(endless), IsFailure());
+    config.overrides = nullptr;
+    EXPECT_EQ(some->refCount(), 1U);
+}
+
 } // namespace

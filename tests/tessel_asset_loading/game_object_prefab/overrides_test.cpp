@@ -272,6 +272,14 @@ TEST_F(NestedOverrides, laterInstanceWithoutThem_nestsTheOwnPrefab) {
     EXPECT_EQ(find<PrefabComponent>(second[1])->resource(), "inner.prefab");
 }
 
+TEST_F(NestedOverrides, outerRecord_isInForceBesideAnUnusedRecordOfTheZeroUuid) {
+    outer.nested(id(2), "Point", id(1), "inner.prefab", tagRecord(Uuid::ZERO, "zero"));
+    overridePoint(element("overridesData", cdata(tagRecord(id(12), "outer"))));
+    create(outer);
+    EXPECT_EQ(livePrefabComponent("Point").overridesData(), tagRecord(id(12), "outer"));
+    EXPECT_EQ(tagOf("Point"), "own");
+}
+
 // The first item can be an integration point.
 
 TEST_F(NestedOverrides, zeroUuid_ofAnIntegrationPointThatStandsFirst_addressesIt) {
@@ -288,6 +296,20 @@ TEST_F(NestedOverrides, zeroUuid_ofAnIntegrationPointThatStandsFirst_addressesIt
     create(reversed);
     EXPECT_EQ(tagOf("inner child"), "outer");
     EXPECT_EQ(tagOf("Point"), "zero");
+    EXPECT_EQ(livePrefabComponent("Point").overridesData(), tagRecord(id(12), "outer"));
+}
+
+TEST_F(NestedOverrides, outerRecord_isInForceWhereTheFirstItemHasRecordsOfItsUuidAndOfTheZeroUuid) {
+    PrefabBuilder reversed;
+    reversed.nested(id(2), "Point", id(1), "inner.prefab",
+                    OverridesText()
+                        .record(Uuid::ZERO, "TagComponent", element("tag", "zero"))
+                        .record(id(11), "TagComponent", element("tag", "point"))
+                        .text());
+    reversed.root(id(1), "Outer");
+    overridePoint(element("overridesData", cdata(tagRecord(id(12), "outer"))));
+    create(reversed);
+    EXPECT_EQ(tagOf("Point"), "point");
     EXPECT_EQ(livePrefabComponent("Point").overridesData(), tagRecord(id(12), "outer"));
 }
 

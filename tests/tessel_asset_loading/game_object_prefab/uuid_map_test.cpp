@@ -8,11 +8,32 @@ using testing::IsEmpty;
 
 namespace {
 
+/// A component that tells when it goes.
+class FarewellComponent final : public Tessel::PoolableComponent<FarewellComponent, Tessel::IComponent> {
+public:
+    explicit FarewellComponent(std::string of) : m_of(std::move(of)) {}
+    ~FarewellComponent() override { farewells.push_back(m_of); }
+
+    static inline std::vector<std::string> farewells;
+
+private:
+    std::string m_of;
+};
+
 class UuidMapOfCreation : public CreationFixture {
 protected:
     UuidMapOfCreation() { builder.root(id(1), "Root").child(id(2), "First", id(1)).child(id(3), "Second", id(2)); }
 
     [[nodiscard]] static Uuid live(const Uuid& uuid) { return Uuid::combine(INSTANCE, uuid); }
+
+    /// An object in the map that says farewell when it is removed.
+    GameObject addExisting(const Uuid& uuid, const std::string& name) {
+        const GameObject existing = manager().createGameObject();
+        manager().addComponent(existing, world().getStorage<FarewellComponent>().create(name),
+                               Tessel::NativeComponent<FarewellComponent>::getType());
+        config.uuidMap[live(uuid)] = existing;
+        return existing;
+    }
 
     PrefabBuilder builder; // A root with a chain of two below it.
 };
@@ -92,6 +113,15 @@ TEST_F(UuidMapOfCreation, reusedRootOfANestedPrefab_isFoundByItsChildren) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
+TEST_F(UuidMapOfCreation, reusedObject_staysAsActiveAsItWas) {
+    const GameObject active = addExisting(id(1), "root");
+    manager().activateGameObject(active);
+    const GameObject inactive = addExisting(id(2), "first");
+    create(builder);
+    EXPECT_TRUE(manager().isActive(active));
+    EXPECT_FALSE(manager().isActive(inactive));
+}
+
 TEST_F(UuidMapOfCreation, descriptorUuidInTheMap_isNotTheObjectsUuid) {
     config.uuidMap[id(2)] = manager().createGameObject();
     create(builder);
@@ -141,6 +171,43 @@ TEST_F(UuidMapOfCreation, failureByConflict_leavesTheMapAsItWas) {
     create(builder);
     EXPECT_EQ(config.uuidMap, (std::unordered_map<Uuid, GameObject>{{live(id(3)), existing}}));
     EXPECT_THAT(logged(), ElementsAre(CONFLICT, CONFLICT_STAYS, FAILED));
+}
+
+TEST_F(UuidMapOfCreation, failureWhileInstancing_removesReusedObjectsRootFirst) {
+    FarewellComponent::farewells.clear();
+    addExisting(id(2), "first");
+    addExisting(id(1), "root");
+    addExisting(id(3), "second");
+    PrefabBuilder reversed;
+    reversed.child(id(3), "Second", id(2)).child(id(2), "First", id(1)).root(id(1), "Root").root(id(9), "Too many");
+    EXPECT_THAT(create(reversed), IsFailure());
+    EXPECT_THAT(FarewellComponent::farewells, ElementsAre("root", "second", "first"));
+    EXPECT_EQ(config.uuidMap.size(), 3U); // The map still names them.
+}
+
+TEST_F(UuidMapOfCreation, failureWhileInstancing_leavesObjectsOfTheMapThatWereNotReachedYet) {
+    const GameObject late = addExisting(id(5), "late");
+    builder.root(id(9), "Too many").child(id(5), "Late", id(1));
+    EXPECT_THAT(create(builder), IsFailure());
+    EXPECT_THAT(manager().gameObjects(), ElementsAre(late));
+}
+
+TEST_F(UuidMapOfCreation, failureWhileGathering_removesNothingOfTheMap) {
+    PrefabBuilder endless;
+    endless.root(id(1), "Endless").nested(id(2), "Again", id(1), "endless.prefab");
+    cachePrefab("endless.prefab", endless);
+    const GameObject existing = addExisting(id(1), "root");
+    EXPECT_THAT(create(endless), IsFailure());
+    EXPECT_THAT(logged(), ElementsAre(TOO_DEEP, FAILED));
+    EXPECT_THAT(manager().gameObjects(), ElementsAre(existing));
+    EXPECT_EQ(config.uuidMap, (std::unordered_map<Uuid, GameObject>{{live(id(1)), existing}}));
+}
+
+TEST_F(UuidMapOfCreation, rootThatIsTheInvalidObjectInTheMap_isNone) {
+    config.uuidMap[live(id(1))] = GameObject::INVALID_GAME_OBJECT;
+    EXPECT_THAT(create(builder), IsFailure());
+    EXPECT_THAT(logged(), ElementsAre(NO_ROOT, FAILED));
+    EXPECT_EQ(manager().gameObjectsCount(), 0U);
 }
 
 TEST_F(UuidMapOfCreation, linkOutOfThePrefab_isResolvedThroughTheMap) {
