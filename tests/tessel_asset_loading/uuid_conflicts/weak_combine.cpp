@@ -1,10 +1,50 @@
 #include "weak_combine.h"
 
-using Kiln::TestSupport::COLLIDING_INSTANCE;
+#include <atomic>
+#include <cstdint>
 
-// Stands in for the common library's definition in this whole program: the libraries' calls are bound to the
-// executable's symbol.
-Kiln::Uuid Kiln::Uuid::combine(const Uuid& first, const Uuid& second) noexcept {
-    const std::uint64_t low = first.high() == COLLIDING_INSTANCE.high() ? second.low() % 16 : second.low();
+namespace Kiln {
+
+namespace TestSupport {
+
+namespace {
+
+UuidScript* s_script = nullptr;
+
+} // namespace
+
+UuidScript::UuidScript(std::deque<Uuid> toGenerate) : m_toGenerate(std::move(toGenerate)) {
+    s_script = this;
+}
+
+UuidScript::~UuidScript() {
+    s_script = nullptr;
+}
+
+} // namespace TestSupport
+
+// Both stand in for the common library's definitions in this whole program: the libraries' calls are bound to the
+// executable's symbols.
+
+Uuid Uuid::combine(const Uuid& first, const Uuid& second) noexcept {
+    if (TestSupport::s_script) {
+        TestSupport::s_script->m_combined.emplace_back(first, second);
+    }
+    const std::uint64_t low = first.high() == TestSupport::COLLIDING_INSTANCE.high() ? second.low() % 16 : second.low();
     return {first.high(), low};
 }
+
+Uuid Uuid::generate() {
+    static std::atomic<std::uint64_t> s_count{0};
+    if (TestSupport::UuidScript* const script = TestSupport::s_script) {
+        ++script->m_generatedCount;
+        if (!script->m_toGenerate.empty()) {
+            const Uuid next = script->m_toGenerate.front();
+            script->m_toGenerate.pop_front();
+            return next;
+        }
+    }
+    return {0xF000000000000000ULL + ++s_count, 0};
+}
+
+} // namespace Kiln
