@@ -60,6 +60,15 @@ TEST_F(Merging, parent_isThatOfTheIntegrationPoint) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
+TEST_F(Merging, parentThatIsTheZeroUuid_isCombinedLikeAnyOther) {
+    cachePrefab("inner.prefab", inner);
+    PrefabBuilder builder;
+    builder.root(id(1), "Outer").nested(id(2), "Point", Uuid::ZERO, "inner.prefab");
+    create(builder);
+    EXPECT_EQ(parentOf("Point"), "");
+    EXPECT_THAT(logged(), ElementsAre(unresolved("Point", "HierarchyComponent", Uuid::combine(INSTANCE, Uuid::ZERO))));
+}
+
 TEST_F(Merging, integrationPointInsideANestedPrefab_hasItsParentThere) {
     PrefabBuilder middle;
     middle.root(id(1), "middle root").child(id(3), "middle child", id(1));

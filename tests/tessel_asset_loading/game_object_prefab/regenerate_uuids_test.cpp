@@ -22,6 +22,32 @@ namespace {
     return inverse;
 }
 
+/// A link of another class than the usual one.
+class PlainLink final : public Tessel::ILinkConfig {
+public:
+    [[nodiscard]] const Uuid& uuid() const override { return m_uuid; }
+    void setUuid(const Uuid& uuid) override { m_uuid = uuid; }
+    [[nodiscard]] bool isLiveUuid() const override { return false; }
+    [[nodiscard]] Tessel::GameObject target() const override { return m_target; }
+    void setTarget(Tessel::GameObject target) override { m_target = target; }
+
+private:
+    Uuid m_uuid;
+    Tessel::GameObject m_target;
+};
+
+class PlainLinkComponent final : public Tessel::PoolableComponent<PlainLinkComponent, Tessel::IComponent> {
+public:
+    struct Config {
+        PlainLink link;
+    };
+    explicit PlainLinkComponent(const Config& /*config*/) {}
+};
+
+const ComponentRegistration<PlainLinkComponent> s_plainLink("PlainLinkComponent", [](auto& config) {
+    config.template addProperty<&PlainLinkComponent::Config::link>("link");
+});
+
 class RegenerateUuids : public CreationFixture {
 protected:
     static constexpr Uuid SEED{0xABCD, 0xEF01};
@@ -129,6 +155,14 @@ TEST_F(RegenerateUuids, links_inEveryPlace_areRewritten) {
     ASSERT_EQ(rewritten.wires.size(), 2U);
     EXPECT_EQ(rewritten.wires[0].end.uuid(), uuidAt(1));
     EXPECT_EQ(rewritten.wires[1].end.uuid(), uuidAt(0));
+}
+
+TEST_F(RegenerateUuids, linksOfAnyClass_areRewritten) {
+    PlainLinkComponent::Config links;
+    links.link.setUuid(id(1));
+    const auto& descriptor = addComponent<PlainLinkComponent>(builder.last(), links);
+    prefab.regenerateHierarchyUuids(SEED);
+    EXPECT_EQ(descriptor.config().link.uuid(), uuidAt(0));
 }
 
 TEST_F(RegenerateUuids, linksOutOfThePrefab_keepTheirTargets) {

@@ -122,6 +122,17 @@ TEST_F(UuidMapOfCreation, reusedObject_staysAsActiveAsItWas) {
     EXPECT_FALSE(manager().isActive(inactive));
 }
 
+TEST_F(UuidMapOfCreation, reusedRootOfANestedPrefab_isFoundByItsCombinedUuid) {
+    cachePrefab("inner.prefab", PrefabBuilder().root(id(7), "Inner"));
+    builder.child(id(5), "Guest", Uuid::combine(id(4), id(7))).nested(id(4), "Nested", id(1), "inner.prefab");
+    config.uuidMap[Uuid::combine(live(id(4)), id(7))] = manager().createGameObject();
+    create(builder);
+    EXPECT_EQ(parentOf("Guest"), "Nested");
+    EXPECT_EQ(parentOf("Nested"), "Root");
+    EXPECT_EQ(manager().gameObjectsCount(), 5U);
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
 TEST_F(UuidMapOfCreation, descriptorUuidInTheMap_isNotTheObjectsUuid) {
     config.uuidMap[id(2)] = manager().createGameObject();
     create(builder);
