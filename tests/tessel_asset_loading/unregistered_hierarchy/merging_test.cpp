@@ -44,7 +44,8 @@ TEST_F(MergingWithoutHierarchy, typeIsNotRegistered_isReportedAndTheMergedNodeIs
     const ForgetfulLibrary library(Forgotten::HIERARCHY_TYPE);
     EXPECT_THAT(createdNames(builder), ElementsAre("Point", "inner child"));
     EXPECT_THAT(logged(), ElementsAre(NOT_REGISTERED));
-    EXPECT_FALSE(manager().hasComponent(object("Point"), Tessel::NativeComponent<Tessel::HierarchyComponent>::getType()));
+    EXPECT_FALSE(
+        manager().hasComponent(object("Point"), Tessel::NativeComponent<Tessel::HierarchyComponent>::getType()));
 }
 
 TEST_F(MergingWithoutHierarchy, typeIsNotRegistered_everythingElseIsMerged) {

@@ -66,8 +66,8 @@ TEST_F(RepairSteps, success_combinesTheInstanceFirstAndEachItemOnceMore) {
                                               {FIRST_NEW, id(0x12)},
                                               {COLLIDING_INSTANCE, id(3)},
                                               {FIRST_NEW, id(3)},
-                                              {FIRST_NEW, id(0x12)},    // Its second chance.
-                                              {FIRST_NEW, id(3)}}));    // The item after it.
+                                              {FIRST_NEW, id(0x12)}, // Its second chance.
+                                              {FIRST_NEW, id(3)}})); // The item after it.
     EXPECT_EQ(script.generatedCount(), 1U);
     EXPECT_EQ(uuidOf("Second"), Uuid(FIRST_NEW.high(), 0x12));
 }
@@ -224,8 +224,7 @@ TEST_F(RepairSteps, failureBesideAnObjectOfTheCallersMap_leavesTheMapAsItWas) {
     const UuidScript script({Uuid(COLLIDING_INSTANCE.high(), 7)});
     EXPECT_THAT(create(collidingChildren(), COLLIDING_INSTANCE), IsFailure());
     EXPECT_THAT(logged(), ElementsAre(CONFLICT, CONFLICT_STAYS, FAILED));
-    EXPECT_EQ(config.uuidMap,
-              (std::unordered_map<Uuid, GameObject>{{Uuid(COLLIDING_INSTANCE.high(), 1), existing}}));
+    EXPECT_EQ(config.uuidMap, (std::unordered_map<Uuid, GameObject>{{Uuid(COLLIDING_INSTANCE.high(), 1), existing}}));
     EXPECT_EQ(manager().gameObjectsCount(), 0U); // The reused root went with the others.
 }
 
