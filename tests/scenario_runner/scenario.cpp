@@ -152,6 +152,7 @@ private:
         } else if (kind == "validate") {
             validate(step.at(kind));
         } else if (kind == "cache") {
+            waitForWorkers();
             Loading::cacheGameObjects({step.at(kind)}, true);
         } else if (kind == "clearCache") {
             Loading::fullyClearCache();
@@ -208,6 +209,7 @@ private:
     }
 
     void validate(const std::string& path) {
+        waitForWorkers(); // Which report for themselves.
         Tessel::DeseriralizeErrorHandler handler{path + ": ",
                                                  [this](const std::string& message) { note("handler: " + message); }};
         const SmartPointer<DataSection> section = DataSection::create("validate");

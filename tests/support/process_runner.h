@@ -27,8 +27,8 @@ struct OutputTarget {
     std::string file; ///< For FILE.
 };
 
-/// Runs a program to its end, in a working directory, with this process's environment and stdin empty. Throws std::system_error when it can't be
-/// started.
+/// Runs a program to its end, in a working directory, with this process's environment and stdin empty. Throws
+/// std::system_error when it can't be started.
 [[nodiscard]] ProcessResult runProcess(const std::string& program, const std::vector<std::string>& arguments,
                                        const std::filesystem::path& workingDirectory = ".",
                                        const OutputTarget& target = {});
