@@ -75,6 +75,7 @@ public:
         for (const Json& step : description.at("steps")) {
             runStep(step);
         }
+        waitForWorkers();
         frame();
         return {hierarchy(), log()};
     }
@@ -149,10 +150,12 @@ private:
         const std::string kind = step.contains("load") ? "load" : step.items().begin().key();
         if (kind == "load") {
             load(step);
-        } else if (kind == "validate") {
+            return;
+        }
+        waitForWorkers(); // Loads meet the other steps finished, whatever the threads do.
+        if (kind == "validate") {
             validate(step.at(kind));
         } else if (kind == "cache") {
-            waitForWorkers();
             Loading::cacheGameObjects({step.at(kind)}, true);
         } else if (kind == "clearCache") {
             Loading::fullyClearCache();
@@ -209,7 +212,6 @@ private:
     }
 
     void validate(const std::string& path) {
-        waitForWorkers(); // Which report for themselves.
         Tessel::DeseriralizeErrorHandler handler{path + ": ",
                                                  [this](const std::string& message) { note("handler: " + message); }};
         const SmartPointer<DataSection> section = DataSection::create("validate");
@@ -218,7 +220,6 @@ private:
     }
 
     void frame() {
-        waitForWorkers();
         note("frame " + std::to_string(++m_frame));
         EntryPoint::instance().tick();
     }

@@ -27,8 +27,8 @@ struct Outcome {
 ///     }
 ///
 /// Of a load only "load" is needed; the instance's UUID is a fixed one by default, the world is "main", `section` has
-/// the file parsed as a section, and `activate` is what the callback answers. A frame starts when the workers are done;
-/// one is run at the end, too. Throws std::runtime_error for a description that is wrong.
+/// the file parsed as a section, and `activate` is what the callback answers. Every other step starts when the workers
+/// are done with the loads; a frame is run at the end, too. Throws std::runtime_error for a description that is wrong.
 [[nodiscard]] Outcome run(const std::filesystem::path& folder);
 
 } // namespace Kiln::ScenarioRunner
