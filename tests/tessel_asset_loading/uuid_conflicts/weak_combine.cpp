@@ -28,7 +28,7 @@ UuidScript::~UuidScript() {
 
 Uuid Uuid::combine(const Uuid& first, const Uuid& second) noexcept {
     if (TestSupport::s_script) {
-        TestSupport::s_script->m_combined.emplace_back(first, second);
+        TestSupport::s_script->m_combined.emplace(first, second);
     }
     const std::uint64_t low = first.high() == TestSupport::COLLIDING_INSTANCE.high() ? second.low() % 16 : second.low();
     return {first.high(), low};

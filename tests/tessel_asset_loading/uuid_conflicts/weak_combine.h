@@ -5,8 +5,8 @@
 
 #include <cstddef>
 #include <deque>
+#include <set>
 #include <utility>
-#include <vector>
 
 namespace Kiln::TestSupport {
 
@@ -19,7 +19,7 @@ inline constexpr Uuid COLLIDING_INSTANCE{0xC0, 0};
 /// An instance in which descriptors do not collide.
 inline constexpr Uuid PLAIN_INSTANCE{0xA0, 0};
 
-/// Decides what Uuid::generate() yields and notes the calls of Uuid::combine() while it exists; one at a time, on the
+/// Decides what Uuid::generate() yields and notes what Uuid::combine() combines while it exists; one at a time, on the
 /// thread that creates. What is generated beyond the given UUIDs, and without a script, was never generated before.
 class UuidScript : NonCopyable {
 public:
@@ -29,15 +29,15 @@ public:
     /// Number of calls of Uuid::generate().
     [[nodiscard]] std::size_t generatedCount() const { return m_generatedCount; }
 
-    /// Arguments of the calls of Uuid::combine(), in their order.
-    [[nodiscard]] const std::vector<std::pair<Uuid, Uuid>>& combined() const { return m_combined; }
+    /// What Uuid::combine() was asked to combine, first and second argument; how often and when is nobody's business.
+    [[nodiscard]] const std::set<std::pair<Uuid, Uuid>>& combined() const { return m_combined; }
 
 private:
     friend class Kiln::Uuid;
 
     std::deque<Uuid> m_toGenerate;
     std::size_t m_generatedCount = 0;
-    std::vector<std::pair<Uuid, Uuid>> m_combined;
+    std::set<std::pair<Uuid, Uuid>> m_combined;
 };
 
 } // namespace Kiln::TestSupport
