@@ -5,6 +5,7 @@ using namespace Kiln::TestSupport;
 using Kiln::Tessel::GameObject;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 namespace {
 
@@ -219,6 +220,22 @@ TEST_F(UuidMapOfCreation, rootThatIsTheInvalidObjectInTheMap_isNone) {
     EXPECT_THAT(create(builder), IsFailure());
     EXPECT_THAT(logged(), ElementsAre(NO_ROOT, FAILED));
     EXPECT_EQ(manager().gameObjectsCount(), 0U);
+}
+
+TEST_F(UuidMapOfCreation, objectOfAnotherWorld_getsItsComponentsThere) {
+    const int otherWorld = Tessel::EntryPoint::instance().createWorld();
+    Tessel::GameObjectManager& other = *Tessel::getGameObjectManager(otherWorld);
+    const GameObject existing = other.createGameObject();
+    config.uuidMap[live(id(3))] = existing;
+    builder.with<TagComponent>({"kept", {}});
+
+    EXPECT_THAT(create(builder), SizeIs(3));
+    EXPECT_EQ(manager().gameObjectsCount(), 2U);
+    EXPECT_EQ(other.getGameObjectName(existing), "Second");
+    EXPECT_EQ(other.getGameObjectUuid(existing), live(id(3)));
+    ASSERT_NE(other.findComponent<TagComponent>(existing), nullptr);
+    EXPECT_EQ(other.findComponent<TagComponent>(existing)->config.tag, "kept");
+    Tessel::EntryPoint::instance().destroyWorld(otherWorld);
 }
 
 TEST_F(UuidMapOfCreation, linkOutOfThePrefab_isResolvedThroughTheMap) {
