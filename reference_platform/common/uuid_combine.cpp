@@ -45,9 +45,18 @@ constexpr Halves gather(Halves halves) noexcept {
 // associative, and as odd factors can be undone, injective in either argument. Files hold combined UUIDs, so the result
 // never changes.
 Uuid Uuid::combine(const Uuid& first, const Uuid& second) noexcept {
-    const Halves a = scatter({first.m_high, first.m_low});
-    const Halves b = scatter({second.m_high, second.m_low});
-    const Halves combined = gather({a.high + b.high + 2 * a.high * b.high, a.low + (2 * a.high + 1) * b.low});
+    return UuidCombiner(first)(second);
+}
+
+UuidCombiner::UuidCombiner(const Uuid& first) noexcept : m_first(first) {
+    const Halves scattered = scatter({first.high(), first.low()});
+    m_high = scattered.high;
+    m_low = scattered.low;
+}
+
+Uuid UuidCombiner::operator()(const Uuid& second) const noexcept {
+    const Halves b = scatter({second.high(), second.low()});
+    const Halves combined = gather({m_high + b.high + 2 * m_high * b.high, m_low + (2 * m_high + 1) * b.low});
     return {combined.high, combined.low};
 }
 

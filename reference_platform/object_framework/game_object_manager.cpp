@@ -7,6 +7,7 @@
 #include <object_framework/world.h>
 
 #include <algorithm>
+#include <span>
 #include <unordered_map>
 #include <utility>
 
@@ -42,18 +43,19 @@ struct GameObjectManager::State {
     std::unordered_multimap<Uuid, ObjectIndex> index;
 
     [[nodiscard]] bool matches(GameObjectRecord& record, const QueryBase& query) const {
-        return std::all_of(query.config().types.begin(), query.config().types.end(),
-                           [&record](ComponentTypeId type) { return record.findComponent(type) != nullptr; });
+        return record.components.mayHaveAll(query.m_typeBits) &&
+               std::all_of(query.config().types.begin(), query.config().types.end(),
+                           [&record](ComponentTypeId type) { return record.components.find(type) != nullptr; });
     }
 
-    [[nodiscard]] const std::vector<QueryBase*>& queriesOf(ComponentTypeId type) const {
-        static const std::vector<QueryBase*> none;
-        return type < queriesByType.size() ? queriesByType[type] : none;
+    [[nodiscard]] std::span<QueryBase* const> queriesOf(ComponentTypeId type) const {
+        return type < queriesByType.size() ? std::span<QueryBase* const>(queriesByType[type])
+                                           : std::span<QueryBase* const>();
     }
 
     void enterQueries(ObjectIndex place, ComponentTypeId type) {
         for (QueryBase* query : queriesOf(type)) {
-            if (!query->contains(table.handle(place)) && matches(table[place], *query)) {
+            if (matches(table[place], *query) && !query->contains(table.handle(place))) {
                 query->addObject(table.handle(place));
             }
         }
@@ -70,20 +72,20 @@ struct GameObjectManager::State {
     void setActive(ObjectIndex place) {
         GameObjectRecord& record = table[place];
         record.isActive = true;
-        for (GameObjectRecord::Component& entry : record.components) {
+        for (ComponentList::Entry& entry : record.components) {
             entry.component->activate();
         }
-        for (const GameObjectRecord::Component& entry : record.components) {
+        for (const ComponentList::Entry& entry : record.components) {
             enterQueries(place, entry.type);
         }
     }
 
     void setInactive(ObjectIndex place) {
         GameObjectRecord& record = table[place];
-        for (const GameObjectRecord::Component& entry : record.components) {
+        for (const ComponentList::Entry& entry : record.components) {
             leaveQueries(place, entry.type);
         }
-        for (GameObjectRecord::Component& entry : record.components) {
+        for (ComponentList::Entry& entry : record.components) {
             entry.component->deactivate();
         }
         record.isActive = false;
@@ -179,9 +181,9 @@ struct GameObjectManager::State {
             setInactive(place);
         }
         detach(place);
-        std::vector<GameObjectRecord::Component>& components = table[place].components;
+        ComponentList& components = table[place].components;
         while (!components.empty()) {
-            components.pop_back();
+            components.removeLast();
         }
         removeFromIndex(place);
         table.free(place);
@@ -210,6 +212,9 @@ struct GameObjectManager::State {
     }
 
     void removeFromIndex(ObjectIndex place) {
+        if (!isIndexed) {
+            return;
+        }
         const auto [first, last] = index.equal_range(table[place].uuid);
         const auto entry = std::find_if(first, last, [place](const auto& other) { return other.second == place; });
         if (entry != last) {
@@ -292,14 +297,14 @@ void GameObjectManager::setGameObjectFlags(GameObject object, std::bitset<6> fla
 
 IComponent* GameObjectManager::addComponent(GameObject object, ComponentPointer component, ComponentTypeId type) {
     GameObjectRecord* const record = m_state->table.find(object);
-    if (!record || !component || record->findComponent(type)) {
+    if (!record || !component || record->components.find(type)) {
         logError(!record      ? "A component can't be added: its game object is not alive"
                  : !component ? "No component to add to game object '" + record->name + "'"
                               : "Game object '" + record->name + "' has a component of that type already");
         return nullptr;
     }
     IComponent* const added = component.get();
-    record->components.push_back({std::move(component), type});
+    record->components.add(std::move(component), type);
     if (record->isActive) {
         added->activate();
         m_state->enterQueries(object.index(), type);
@@ -315,7 +320,7 @@ IComponent* GameObjectManager::addComponent(GameObject object, ComponentPointer 
 
 void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type) {
     GameObjectRecord* const record = m_state->table.find(object);
-    GameObjectRecord::Component* const entry = record ? record->findComponent(type) : nullptr;
+    ComponentList::Entry* const entry = record ? record->components.find(type) : nullptr;
     if (!entry) {
         return;
     }
@@ -326,7 +331,7 @@ void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type)
     if (type == NativeComponent<HierarchyComponent>::getType()) {
         m_state->detach(object.index());
     }
-    record->components.erase(record->components.begin() + (entry - record->components.data()));
+    record->components.erase(entry);
 }
 
 bool GameObjectManager::hasComponent(GameObject object, ComponentTypeId type) const {
@@ -335,14 +340,14 @@ bool GameObjectManager::hasComponent(GameObject object, ComponentTypeId type) co
 
 IComponent* GameObjectManager::findComponent(GameObject object, ComponentTypeId type) const {
     GameObjectRecord* const record = m_state->table.find(object);
-    const GameObjectRecord::Component* const entry = record ? record->findComponent(type) : nullptr;
+    const ComponentList::Entry* const entry = record ? record->components.find(type) : nullptr;
     return entry ? entry->component.get() : nullptr;
 }
 
 std::vector<ComponentTypeId> GameObjectManager::componentTypes(GameObject object) const {
     std::vector<ComponentTypeId> types;
-    if (const GameObjectRecord* const record = m_state->table.find(object)) {
-        for (const GameObjectRecord::Component& entry : record->components) {
+    if (GameObjectRecord* const record = m_state->table.find(object)) {
+        for (const ComponentList::Entry& entry : record->components) {
             types.push_back(entry.type);
         }
     }
@@ -464,6 +469,18 @@ void GameObjectManagerInternal::clear() {
     for (ObjectIndex place = 0; place < m_state->table.size(); ++place) {
         removeGameObject(m_state->table.handle(place));
     }
+}
+
+bool GameObjectManagerInternal::describeGameObject(GameObject object, const Uuid& uuid, const std::string& name) {
+    GameObjectRecord* const record = m_state->table.find(object);
+    if (!record) {
+        return false;
+    }
+    m_state->removeFromIndex(object.index());
+    record->uuid = uuid;
+    m_state->addToIndex(object.index());
+    record->name = name;
+    return true;
 }
 
 void GameObjectManagerInternal::noteNestedRoot(const Uuid& descriptorUuid) {

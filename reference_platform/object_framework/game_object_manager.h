@@ -138,6 +138,9 @@ public:
     /// Removes every object.
     void clear();
 
+    /// Gives an object its UUID and name. False, and nothing done, when it is not alive.
+    bool describeGameObject(GameObject object, const Uuid& uuid, const std::string& name);
+
     /// UUIDs of the nested roots among the objects that the creation under way has made; resolving a link to the point
     /// where a prefab is nested needs them. Emptied when the first object of a further creation is made.
     void noteNestedRoot(const Uuid& descriptorUuid);

@@ -33,12 +33,4 @@ void GameObjectTable::free(ObjectIndex index) {
     }
 }
 
-GameObjectRecord* GameObjectTable::find(GameObject object) noexcept {
-    if (object.getWorldId() != m_worldId || object.index() >= m_size) {
-        return nullptr;
-    }
-    GameObjectRecord& record = (*this)[object.index()];
-    return record.isAlive && record.generation == object.generation() ? &record : nullptr;
-}
-
 } // namespace Kiln::Tessel

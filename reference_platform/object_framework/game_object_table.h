@@ -2,8 +2,8 @@
 
 #include <common/uuid.h>
 #include <core/non_copyable.h>
+#include <object_framework/component_list.h>
 #include <object_framework/game_object.h>
-#include <tessel_foundation/component.h>
 
 #include <bitset>
 #include <cstdint>
@@ -20,11 +20,6 @@ inline constexpr ObjectIndex NO_OBJECT = 0xFFFFFFFF;
 
 /// All that the manager keeps about one game object.
 struct GameObjectRecord {
-    struct Component {
-        ComponentPointer component;
-        ComponentTypeId type;
-    };
-
     std::uint32_t generation = 0;
     bool isAlive = false;
     bool isEnabled = false; ///< Wants to be active.
@@ -41,16 +36,7 @@ struct GameObjectRecord {
     std::uint64_t serial = 0; ///< Grows with every object that the table creates.
     Uuid uuid;
     std::string name;
-    std::vector<Component> components; ///< In the order in which they were added; few, so searched linearly.
-
-    [[nodiscard]] Component* findComponent(ComponentTypeId type) noexcept {
-        for (Component& component : components) {
-            if (component.type == type) {
-                return &component;
-            }
-        }
-        return nullptr;
-    }
+    ComponentList components;
 };
 
 /// The table of a world's game objects. Records never move. A place that becomes free is used again, for another
@@ -69,7 +55,13 @@ public:
     }
 
     /// Null when the handle is of another world, or its object is gone.
-    [[nodiscard]] GameObjectRecord* find(GameObject object) noexcept;
+    [[nodiscard]] GameObjectRecord* find(GameObject object) noexcept {
+        if (object.getWorldId() != m_worldId || object.index() >= m_size) {
+            return nullptr;
+        }
+        GameObjectRecord& record = (*this)[object.index()];
+        return record.isAlive && record.generation == object.generation() ? &record : nullptr;
+    }
 
     [[nodiscard]] GameObject handle(ObjectIndex index) noexcept {
         return {m_worldId, index, (*this)[index].generation};

@@ -1,6 +1,7 @@
 #include <object_framework/query.h>
 
 #include <core/log.h>
+#include <object_framework/component_list.h>
 #include <object_framework/game_object_manager.h>
 
 #include <cstdlib>
@@ -29,7 +30,11 @@ std::string readableTypeName(std::type_index type) {
     return status == 0 ? name.get() : type.name();
 }
 
-QueryBase::QueryBase(QueryConfig config) : m_config(std::move(config)) {}
+QueryBase::QueryBase(QueryConfig config) : m_config(std::move(config)) {
+    for (const ComponentTypeId type : m_config.types) {
+        m_typeBits |= ComponentList::bitOf(type);
+    }
+}
 
 QueryBase::~QueryBase() {
     if (m_manager) {

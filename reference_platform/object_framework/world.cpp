@@ -13,10 +13,6 @@ World::~World() {
     fini();
 }
 
-GenericComponentStorage* World::findStorage(ComponentTypeId type) const noexcept {
-    return type < m_storages.size() ? m_storages[type].get() : nullptr;
-}
-
 void World::addStorage(ComponentTypeId type, std::unique_ptr<GenericComponentStorage> storage) {
     if (type >= m_storages.size()) {
         m_storages.resize(type + std::size_t{1});

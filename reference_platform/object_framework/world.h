@@ -27,7 +27,9 @@ public:
     [[nodiscard]] GameObjectManagerInternal& manager() noexcept { return m_manager; }
 
     /// The storage of a component type; null while the world has none.
-    [[nodiscard]] GenericComponentStorage* findStorage(ComponentTypeId type) const noexcept;
+    [[nodiscard]] GenericComponentStorage* findStorage(ComponentTypeId type) const noexcept {
+        return type < m_storages.size() ? m_storages[type].get() : nullptr;
+    }
 
     /// Enters a storage for a type that has none yet.
     void addStorage(ComponentTypeId type, std::unique_ptr<GenericComponentStorage> storage);
@@ -36,10 +38,12 @@ public:
     template <class T>
     [[nodiscard]] ComponentStorage<T>& getStorage() {
         const ComponentTypeId type = NativeComponent<T>::getType();
-        if (!findStorage(type)) {
+        GenericComponentStorage* storage = findStorage(type);
+        if (!storage) {
             addStorage(type, std::make_unique<ComponentStorage<T>>());
+            storage = findStorage(type);
         }
-        return static_cast<ComponentStorage<T>&>(*findStorage(type));
+        return static_cast<ComponentStorage<T>&>(*storage);
     }
 
     /// The storages of the world, by ascending component type.

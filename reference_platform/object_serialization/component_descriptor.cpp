@@ -1,5 +1,6 @@
 #include <object_serialization/component_descriptor.h>
 
+#include <object_framework/entry_point.h>
 #include <object_serialization/link_resolution.h>
 
 namespace Kiln {
@@ -8,10 +9,30 @@ const char* const IComponentDescriptor::DEFAULT_CATEGORY = "General";
 
 IComponentDescriptor::~IComponentDescriptor() = default;
 
-void IComponentDescriptor::resolveLinks(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap) {
-    if (hasLinks()) {
-        LinkResolver(object, name(), instanceUuid, uuidMap).resolve(viewConfiguration());
+void IComponentDescriptor::instantiate(ObjectCreation& creation, Tessel::GameObject object,
+                                       const ComponentOverrideRecords* overrides) {
+    if (overrides) {
+        setupOverrides(overrides);
     }
+    resolveLinks(object, creation.instance().first(), creation.uuidMap());
+    createOnObject(object);
+    if (isOffPrefabProperties()) {
+        setupOverrides(nullptr);
+    }
+}
+
+void IComponentDescriptor::resolveLinks(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap) {
+    Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId());
+    if (world && hasLinks()) {
+        ObjectCreation creation(*world, uuidMap, instanceUuid);
+        const mirra::ReflectedObject config = viewConfiguration();
+        resolveLinks(creation, object, *config.metaObject(), config.object());
+    }
+}
+
+void IComponentDescriptor::resolveLinks(ObjectCreation& creation, Tessel::GameObject object,
+                                        const mirra::BaseStaticMetaObject& meta, void* config) const {
+    LinkResolver(creation, object, name()).resolve(meta, config);
 }
 
 bool IComponentDescriptor::needToDeserialize(Tessel::ComponentOptions options) {

@@ -5,19 +5,16 @@
 #include <object_framework/component_option.h>
 #include <object_framework/game_object.h>
 #include <object_serialization/export.h>
+#include <object_serialization/object_creation.h>
 #include <reflection/reflected_object.h>
 #include <tessel_foundation/component.h>
 #include <variant/variant.h>
 
 #include <string>
-#include <unordered_map>
 
 namespace Kiln {
 
 class ComponentOverrideRecords;
-
-/// The live objects of an instance by UUID, among which links are resolved.
-using UuidMap = std::unordered_map<Uuid, Tessel::GameObject>;
 
 /// The serialised description of one component: its type and its configuration.
 ///
@@ -83,6 +80,11 @@ public:
     /// Whether the configuration's type holds links.
     [[nodiscard]] virtual bool hasLinks() const = 0;
 
+    /// Adds a component to an object of a creation: with the overrides (null for none) applied and the links resolved.
+    /// Afterwards the configuration is back at the prefab's own values.
+    virtual void instantiate(ObjectCreation& creation, Tessel::GameObject object,
+                             const ComponentOverrideRecords* overrides);
+
     /// Gives every link of the configuration its target: the object that `uuidMap` has under combine(instance UUID,
     /// link UUID), or under the link UUID itself when that is live. A link to the point where a prefab is nested means
     /// the object that the nested root became. A link that resolves to nothing gets the invalid object and a warning
@@ -94,6 +96,11 @@ public:
 
     /// Whether a component with these options is wanted in this process.
     [[nodiscard]] static bool needToDeserialize(Tessel::ComponentOptions options);
+
+protected:
+    /// resolveLinks() for a configuration of that description, as part of a creation.
+    void resolveLinks(ObjectCreation& creation, Tessel::GameObject object, const mirra::BaseStaticMetaObject& meta,
+                      void* config) const;
 
 private:
     Tessel::ComponentOptions m_instanceOptions = Tessel::ALL_ROLES;

@@ -16,9 +16,9 @@ bool GameObjectDescriptor::isInactiveByDefault() const noexcept {
 }
 
 IComponentDescriptor* GameObjectDescriptor::findComponent(Tessel::ComponentTypeId type) const noexcept {
-    for (const SmartPointer<IComponentDescriptor>& component : m_components) {
-        if (component->type() == type) {
-            return component.get();
+    for (std::size_t i = 0; i < m_components.size(); ++i) {
+        if ((i < m_firstTypes.size() ? m_firstTypes[i] : m_components[i]->type()) == type) {
+            return m_components[i].get();
         }
     }
     return nullptr;
@@ -34,20 +34,25 @@ IComponentDescriptor* GameObjectDescriptor::findComponent(std::string_view name)
 }
 
 void GameObjectDescriptor::addComponent(SmartPointer<IComponentDescriptor> component) {
-    if (component) {
-        m_components.push_back(std::move(component));
+    if (!component) {
+        return;
     }
+    if (m_components.size() < m_firstTypes.size()) {
+        m_firstTypes[m_components.size()] = component->type();
+    }
+    m_components.push_back(std::move(component));
 }
 
 Tessel::GameObject GameObjectDescriptor::createGameObject(int worldId) const {
     Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(worldId);
-    if (!world) {
-        return Tessel::GameObject::INVALID_GAME_OBJECT;
-    }
+    return world ? createGameObject(*world) : Tessel::GameObject::INVALID_GAME_OBJECT;
+}
+
+Tessel::GameObject GameObjectDescriptor::createGameObject(Tessel::World& world) const {
     if (isNestedRoot()) {
-        world->manager().noteNestedRoot(m_uuid);
+        world.manager().noteNestedRoot(m_uuid);
     }
-    return world->manager().createGameObject();
+    return world.manager().createGameObject();
 }
 
 // The descriptor that stands for a nested prefab's root is the only one whose parent is given as a live UUID.
@@ -60,30 +65,32 @@ bool GameObjectDescriptor::isNestedRoot() const noexcept {
 
 void GameObjectDescriptor::createComponents(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap,
                                             const GameObjectOverrideRecords* overrides) const {
-    Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId());
-    if (!world || !world->manager().isGameObjectValid(object)) {
+    if (Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId())) {
+        ObjectCreation creation(*world, uuidMap, instanceUuid);
+        createComponents(creation, object, creation.instance()(m_uuid), overrides);
+    }
+}
+
+void GameObjectDescriptor::createComponents(ObjectCreation& creation, Tessel::GameObject object, const Uuid& objectUuid,
+                                            const GameObjectOverrideRecords* overrides) const {
+    Tessel::GameObjectManagerInternal& manager = creation.world().manager();
+    if (!manager.describeGameObject(object, objectUuid, m_name)) {
         return;
     }
-    world->manager().setGameObjectUuid(object, Uuid::combine(instanceUuid, m_uuid));
-    world->manager().setGameObjectName(object, m_name);
-    world->manager().beginComponents();
+    manager.beginComponents();
     for (const SmartPointer<IComponentDescriptor>& component : m_components) {
-        const ComponentOverrideRecords* const records = overrides ? overrides->find(component->name()) : nullptr;
-        if (records) {
-            component->setupOverrides(records);
-        }
-        component->resolveLinks(object, instanceUuid, uuidMap);
-        component->createOnObject(object);
-        if (component->isOffPrefabProperties()) {
-            component->setupOverrides(nullptr);
-        }
+        component->instantiate(creation, object, overrides ? overrides->find(component->name()) : nullptr);
     }
 }
 
 void GameObjectDescriptor::updateStateFlags(Tessel::GameObject object) const {
-    if (Tessel::GameObjectManager* const manager = Tessel::getGameObjectManager(object)) {
-        manager->setGameObjectFlags(object, m_flags);
+    if (Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId())) {
+        updateStateFlags(*world, object);
     }
+}
+
+void GameObjectDescriptor::updateStateFlags(Tessel::World& world, Tessel::GameObject object) const {
+    world.manager().setGameObjectFlags(object, m_flags);
 }
 
 } // namespace Kiln

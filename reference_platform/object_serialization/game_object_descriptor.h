@@ -6,6 +6,7 @@
 #include <object_serialization/component_descriptor.h>
 #include <object_serialization/export.h>
 
+#include <array>
 #include <bitset>
 #include <string>
 #include <string_view>
@@ -49,6 +50,7 @@ public:
 
     /// Makes an empty game object in the world; the invalid object when the world is not valid. Main thread.
     [[nodiscard]] Tessel::GameObject createGameObject(int worldId) const;
+    [[nodiscard]] Tessel::GameObject createGameObject(Tessel::World& world) const;
 
     /// Gives the object its UUID (combine of the instance UUID and the descriptor's) and name, then creates its
     /// components in order: with their overrides, if any, and their links resolved through `uuidMap`. Afterwards the
@@ -56,8 +58,13 @@ public:
     void createComponents(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap,
                           const GameObjectOverrideRecords* overrides) const;
 
+    /// The same as part of a creation, for a caller that has the object's UUID.
+    void createComponents(ObjectCreation& creation, Tessel::GameObject object, const Uuid& objectUuid,
+                          const GameObjectOverrideRecords* overrides) const;
+
     /// Applies the state flags to the object. Main thread.
     void updateStateFlags(Tessel::GameObject object) const;
+    void updateStateFlags(Tessel::World& world, Tessel::GameObject object) const;
 
 private:
     [[nodiscard]] bool isNestedRoot() const noexcept;
@@ -65,6 +72,7 @@ private:
     Uuid m_uuid;
     std::string m_name;
     std::bitset<6> m_flags;
+    std::array<Tessel::ComponentTypeId, 8> m_firstTypes{}; ///< Of the first components, so that a search stays here.
     std::vector<SmartPointer<IComponentDescriptor>> m_components;
 };
 

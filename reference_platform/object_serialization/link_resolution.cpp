@@ -1,28 +1,43 @@
 #include <object_serialization/link_resolution.h>
 
 #include <core/log.h>
-#include <object_framework/entry_point.h>
 #include <object_framework/world.h>
 
 namespace Kiln {
 
-void LinkResolver::resolve(const mirra::ReflectedObject& object) const {
-    for (std::size_t i = 0; i < object.properties(); ++i) {
-        const mirra::BoundProperty property = object.propertyAt(i);
-        if (property.type().kind() == mirra::ValueKind::LINK) {
-            Tessel::ILinkConfig& link =
-                static_cast<const Tessel::LinkValueType&>(property.type()).link(property.value());
-            link.setTarget(findTarget(link));
-        } else if (property.type().containsLinks()) {
-            resolve(mirra::ReflectedObject(property));
+void LinkResolver::resolve(const mirra::BaseStaticMetaObject& meta, void* object) const {
+    for (const mirra::Property& property : meta.properties()) {
+        resolve(*property.type, property.address(object));
+    }
+}
+
+void LinkResolver::resolve(const mirra::ValueType& type, void* value) const {
+    if (type.kind() == mirra::ValueKind::LINK) {
+        Tessel::ILinkConfig& link = static_cast<const Tessel::LinkValueType&>(type).link(value);
+        link.setTarget(findTarget(link));
+    } else if (type.kind() == mirra::ValueKind::SCALAR || !type.containsLinks()) {
+        return;
+    } else if (const mirra::BaseStaticMetaObject* const meta = type.metaObject()) {
+        resolve(*meta, value);
+    } else {
+        for (std::size_t i = 0; i < type.elementsCount(value); ++i) {
+            resolve(*type.elementType(), type.elementAt(value, i));
         }
     }
 }
 
 Tessel::GameObject LinkResolver::findTarget(const Tessel::ILinkConfig& link) const {
-    const Uuid key = link.isLiveUuid() ? link.uuid() : Uuid::combine(m_instanceUuid, link.uuid());
-    const auto found = m_uuidMap.find(key);
-    if (found != m_uuidMap.end()) {
+    if (!link.isLiveUuid()) {
+        if (const Tessel::GameObject* const known = m_creation.lastTarget(link.uuid())) {
+            return *known;
+        }
+    }
+    const Uuid key = link.isLiveUuid() ? link.uuid() : m_creation.instance()(link.uuid());
+    const auto found = m_creation.uuidMap().find(key);
+    if (found != m_creation.uuidMap().end()) {
+        if (!link.isLiveUuid()) {
+            m_creation.noteTarget(link.uuid(), found->second);
+        }
         return found->second;
     }
     if (link.uuid() == Uuid::ZERO) {
@@ -30,10 +45,9 @@ Tessel::GameObject LinkResolver::findTarget(const Tessel::ILinkConfig& link) con
     }
     const Tessel::GameObject nestedRoot = findNestedRoot(key);
     if (nestedRoot.isInvalid()) {
-        const Tessel::GameObjectManager* const manager = Tessel::getGameObjectManager(m_object);
         DebugMessageHelper(0, LogSeverity::WARNING, "", "object_serialization/link_resolution")
             .message("Game object '%s', component '%s': the link to %s resolves to nothing",
-                     manager ? manager->getGameObjectName(m_object).c_str() : "", m_componentName.c_str(),
+                     m_creation.world().manager().getGameObjectName(m_object).c_str(), m_componentName.c_str(),
                      link.uuid().toString().c_str());
     }
     return nestedRoot;
@@ -41,12 +55,10 @@ Tessel::GameObject LinkResolver::findTarget(const Tessel::ILinkConfig& link) con
 
 // The object that a nested root became has the UUID combine(nested instance UUID, UUID of the nested root).
 Tessel::GameObject LinkResolver::findNestedRoot(const Uuid& nestedInstanceUuid) const {
-    if (Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(m_object.getWorldId())) {
-        for (const Uuid& rootUuid : world->manager().nestedRoots()) {
-            const auto found = m_uuidMap.find(Uuid::combine(nestedInstanceUuid, rootUuid));
-            if (found != m_uuidMap.end()) {
-                return found->second;
-            }
+    for (const Uuid& rootUuid : m_creation.world().manager().nestedRoots()) {
+        const auto found = m_creation.uuidMap().find(Uuid::combine(nestedInstanceUuid, rootUuid));
+        if (found != m_creation.uuidMap().end()) {
+            return found->second;
         }
     }
     return Tessel::GameObject::INVALID_GAME_OBJECT;

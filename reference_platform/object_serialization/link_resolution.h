@@ -11,21 +11,20 @@ namespace Kiln {
 /// Resolves the links of one component's configuration (see IComponentDescriptor::resolveLinks).
 class LinkResolver {
 public:
-    LinkResolver(Tessel::GameObject object, const std::string& componentName, const Uuid& instanceUuid,
-                 const UuidMap& uuidMap)
-        : m_object(object), m_componentName(componentName), m_instanceUuid(instanceUuid), m_uuidMap(uuidMap) {}
+    LinkResolver(ObjectCreation& creation, Tessel::GameObject object, const std::string& componentName)
+        : m_creation(creation), m_object(object), m_componentName(componentName) {}
 
-    /// Walks the object, into structures and vectors, and gives each link its target.
-    void resolve(const mirra::ReflectedObject& object) const;
+    /// Walks an object of that description, into structures and vectors, and gives each link its target.
+    void resolve(const mirra::BaseStaticMetaObject& meta, void* object) const;
 
 private:
+    void resolve(const mirra::ValueType& type, void* value) const;
     [[nodiscard]] Tessel::GameObject findTarget(const Tessel::ILinkConfig& link) const;
     [[nodiscard]] Tessel::GameObject findNestedRoot(const Uuid& nestedInstanceUuid) const;
 
+    ObjectCreation& m_creation;
     Tessel::GameObject m_object;
     const std::string& m_componentName;
-    const Uuid& m_instanceUuid;
-    const UuidMap& m_uuidMap;
 };
 
 } // namespace Kiln

@@ -49,11 +49,23 @@ public:
 
     Tessel::IComponent* createOnObject(Tessel::GameObject object) override {
         Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId());
-        if (!world) {
-            return nullptr;
+        return world ? addTo(*world, object) : nullptr;
+    }
+
+    void instantiate(ObjectCreation& creation, Tessel::GameObject object,
+                     const ComponentOverrideRecords* overrides) override {
+        if (overrides) {
+            setupOverrides(overrides);
         }
-        return world->manager().addComponent(object, world->getStorage<T>().create(std::as_const(*this).config()),
-                                             type());
+        const mirra::BaseStaticMetaObject* const meta = configMeta();
+        if (meta && meta->containsLinks()) {
+            IComponentDescriptor::resolveLinks(creation, object, *meta,
+                                               m_changed ? m_changed.get() : &m_prefabProperties);
+        }
+        addTo(creation.world(), object);
+        if (m_changed) {
+            setupOverrides(nullptr);
+        }
     }
 
     Tessel::IComponent* reapplyOnObject(Tessel::GameObject object, const Uuid& instanceUuid,
@@ -123,6 +135,11 @@ public:
     }
 
 private:
+    Tessel::IComponent* addTo(Tessel::World& world, Tessel::GameObject object) {
+        return world.manager().addComponent(object, world.getStorage<T>().create(std::as_const(*this).config()),
+                                            Tessel::NativeComponent<T>::getType());
+    }
+
     [[nodiscard]] static const mirra::BaseStaticMetaObject* configMeta() {
         static const mirra::BaseStaticMetaObject* const metaObject =
             mirra::MetaObjectManager::instance().findType(typeid(Config));

@@ -29,12 +29,7 @@ const Property* BaseStaticMetaObject::findProperty(std::string_view name) const 
     return found == m_properties.end() ? nullptr : &*found;
 }
 
-bool BaseStaticMetaObject::containsLinks() const {
-    const LinkState known = m_linkState.load(std::memory_order_relaxed);
-    if (known != LinkState::UNKNOWN) {
-        return known == LinkState::LINKS;
-    }
-
+bool BaseStaticMetaObject::findLinks() const {
     // Each description is looked at once: a structure may hold itself, in a vector.
     std::vector<const BaseStaticMetaObject*> reached{this};
     bool isEveryTypeDescribed = true;

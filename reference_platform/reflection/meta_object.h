@@ -47,11 +47,16 @@ public:
 
     /// Whether an object of the type holds a link at any depth. A structure in it counts once it has been described;
     /// the answer is remembered when all of them are.
-    [[nodiscard]] bool containsLinks() const;
+    [[nodiscard]] bool containsLinks() const {
+        const LinkState known = m_linkState.load(std::memory_order_relaxed);
+        return known == LinkState::UNKNOWN ? findLinks() : known == LinkState::LINKS;
+    }
 
     void addProperty(Property property);
 
 private:
+    [[nodiscard]] bool findLinks() const;
+
     std::type_index m_type;
     std::string m_name;
     Annotations m_annotations;

@@ -141,15 +141,25 @@ public:
 private:
     using ObjectsByUuid = std::unordered_map<Uuid, GameObject>;
 
+    /// What an item became.
+    struct CreatedObject {
+        Uuid uuid;
+        GameObject object;
+    };
+
     [[nodiscard]] bool gatherGameObjectsRecursively(std::vector<GameObjectCreationItem>& items,
                                                     const Uuid& instanceUuid, SmartPointer<OverrideRecords> overrides,
                                                     bool skipRoots, int depth) const;
     [[nodiscard]] SmartPointer<GameObjectDescriptor>
     mergePrefabIntoIntegrationPoint(const GameObjectPrefab* nested,
                                     SmartPointer<GameObjectDescriptor> integrationPoint) const;
+    /// The UUIDs that the items' objects have in their instances, without the objects.
+    [[nodiscard]] static std::vector<CreatedObject> deriveUuids(const std::vector<GameObjectCreationItem>& items);
     [[nodiscard]] bool createGoInstances(std::vector<GameObjectCreationItem>& items, int worldId,
-                                         std::vector<GameObject>& created, ObjectsByUuid& uuidMap) const;
+                                         std::vector<GameObject>& created, ObjectsByUuid& uuidMap,
+                                         std::vector<CreatedObject>& createdItems) const;
     void createComponentsAndUpdateFlags(const std::vector<GameObjectCreationItem>& items,
+                                        const std::vector<CreatedObject>& createdItems, int worldId,
                                         const ObjectsByUuid& uuidMap) const;
     [[nodiscard]] Uuid generateNewInstanceUuid(std::vector<GameObjectCreationItem>& items, ObjectsByUuid& objects,
                                                Uuid oldInstanceUuid) const;

@@ -1,9 +1,13 @@
 #include <tessel_asset_loading/game_object_prefab.h>
 
 #include <core/stack_tracker.h>
-#include <object_framework/game_object_manager.h>
+#include <object_framework/entry_point.h>
 #include <object_framework/hierarchy_component.h>
+#include <object_framework/world.h>
+#include <object_serialization/object_creation.h>
 #include <tessel_asset_loading/detail/reporting.h>
+
+#include <optional>
 
 namespace Kiln::Tessel {
 
@@ -43,29 +47,50 @@ std::vector<GameObject> GameObjectPrefab::createGameObjects(CreateConfig& config
         return failedCreation();
     }
     std::vector<GameObject> created;
-    if (!createGoInstances(items, config.worldId, created, config.uuidMap)) {
+    std::vector<CreatedObject> createdItems = deriveUuids(items);
+    if (!createGoInstances(items, config.worldId, created, config.uuidMap, createdItems)) {
         std::vector<GameObject> result = failedCreation();
         removeAll(config.worldId, created);
         return result;
     }
-    createComponentsAndUpdateFlags(items, config.uuidMap);
+    createComponentsAndUpdateFlags(items, createdItems, config.worldId, config.uuidMap);
     return created;
 }
 
+std::vector<GameObjectPrefab::CreatedObject>
+GameObjectPrefab::deriveUuids(const std::vector<GameObjectCreationItem>& items) {
+    std::vector<CreatedObject> objects;
+    objects.reserve(items.size());
+    std::optional<UuidCombiner> instance;
+    for (const GameObjectCreationItem& item : items) {
+        if (!instance || instance->first() != item.instanceUuid) {
+            instance.emplace(item.instanceUuid);
+        }
+        objects.push_back({(*instance)(item.descriptor->uuid()), {}});
+    }
+    return objects;
+}
+
 bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& items, int worldId,
-                                         std::vector<GameObject>& created, ObjectsByUuid& uuidMap) const {
+                                         std::vector<GameObject>& created, ObjectsByUuid& uuidMap,
+                                         std::vector<CreatedObject>& createdItems) const {
     const StackTrackerScope tracker("Kiln::Tessel::GameObjectPrefab::createGoInstances",
                                     Report::GAME_OBJECT_PREFAB_SOURCE, 716);
     const ComponentTypeId hierarchyType = NativeComponent<HierarchyComponent>::getType();
+    World* const world = EntryPoint::instance().findValidWorld(worldId);
     created.reserve(items.size());
     created.push_back(GameObject::INVALID_GAME_OBJECT); // Place of the root.
 
     ObjectsByUuid objects(8); // UUIDs used by this creation.
-    for (const GameObjectCreationItem& item : items) {
-        const Uuid uuid = Uuid::combine(item.instanceUuid, item.descriptor->uuid());
-        const auto external = uuidMap.find(uuid);
+    bool isRepaired = false;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        const GameObjectCreationItem& item = items[i];
+        const Uuid uuid = createdItems[i].uuid;
+        const auto external = uuidMap.empty() ? uuidMap.end() : uuidMap.find(uuid);
         const bool isExternal = external != uuidMap.end();
-        const GameObject object = isExternal ? external->second : item.descriptor->createGameObject(worldId);
+        const GameObject object = isExternal ? external->second
+                                  : world    ? item.descriptor->createGameObject(*world)
+                                             : GameObject::INVALID_GAME_OBJECT;
         const auto fail = [&created, object, isExternal] {
             if (!isExternal) {
                 created.push_back(object); // To be removed with the others.
@@ -73,13 +98,16 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
             return false;
         };
 
+        createdItems[i].object = object;
         if (!objects.try_emplace(uuid, object).second) {
             Report::error("UUID conflict detected. Trying to generate new instance UUID.");
             if (isExternal) {
                 Report::error("This conflict can't be resolved because of external uuid map");
                 return false;
             }
+            isRepaired = true;
             const Uuid newInstanceUuid = generateNewInstanceUuid(items, objects, item.instanceUuid);
+            createdItems = deriveUuids(items);
             if (!objects.try_emplace(Uuid::combine(newInstanceUuid, item.descriptor->uuid()), object).second) {
                 Report::error("Failed to workaround UUID conflict. Check content for Game Objects with duplicate "
                               "UUIDs.");
@@ -100,17 +128,41 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
         Report::error("Game Objects hierarchy doesn't have root.");
         return false;
     }
-    uuidMap.insert(objects.begin(), objects.end());
+    // The nodes change hands; a UUID that the map has already keeps its object.
+    if (uuidMap.empty()) {
+        uuidMap.swap(objects);
+    } else {
+        uuidMap.merge(objects);
+    }
+    if (isRepaired) { // Entries have moved to other UUIDs.
+        for (CreatedObject& item : createdItems) {
+            item.object = uuidMap.at(item.uuid);
+        }
+    }
     return true;
 }
 
 void GameObjectPrefab::createComponentsAndUpdateFlags(const std::vector<GameObjectCreationItem>& items,
+                                                      const std::vector<CreatedObject>& createdItems, int worldId,
                                                       const ObjectsByUuid& uuidMap) const {
-    for (const GameObjectCreationItem& item : items) {
-        const GameObjectOverrideRecords* const overrides = findOverrides(item, &item == &items.front());
-        const GameObject object = uuidMap.at(Uuid::combine(item.instanceUuid, item.descriptor->uuid()));
-        item.descriptor->createComponents(object, item.instanceUuid, uuidMap, overrides);
-        item.descriptor->updateStateFlags(object);
+    const EntryPoint& entryPoint = EntryPoint::instance();
+    World* const world = entryPoint.findValidWorld(worldId);
+    std::optional<ObjectCreation> creation;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        const GameObjectCreationItem& item = items[i];
+        const auto& [uuid, object] = createdItems[i];
+        const GameObjectOverrideRecords* const overrides = findOverrides(item, i == 0);
+        // A component may destroy the world; an object of the caller's map may be of another one.
+        if (!world || object.getWorldId() != worldId || !entryPoint.isWorldValid(worldId)) {
+            item.descriptor->createComponents(object, item.instanceUuid, uuidMap, overrides);
+            item.descriptor->updateStateFlags(object);
+            continue;
+        }
+        if (!creation || creation->instance().first() != item.instanceUuid) {
+            creation.emplace(*world, uuidMap, item.instanceUuid);
+        }
+        item.descriptor->createComponents(*creation, object, uuid, overrides);
+        item.descriptor->updateStateFlags(*world, object);
     }
 }
 

@@ -96,6 +96,9 @@ bool GameObjectPrefab::gatherGameObjectsRecursively(std::vector<GameObjectCreati
         Report::nestingTooDeep();
         return false;
     }
+    if (depth == 0) {
+        items.reserve(m_nodes.size());
+    }
     for (const SmartPointer<GameObjectDescriptor>& node : m_nodes) {
         const bool isRoot = !findHierarchy(*node);
         if (skipRoots && isRoot) {

@@ -23,7 +23,7 @@ UuidScript::~UuidScript() {
 
 } // namespace TestSupport
 
-// Both stand in for the common library's definitions in this whole program: the libraries' calls are bound to the
+// All stand in for the common library's definitions in this whole program: the libraries' calls are bound to the
 // executable's symbols.
 
 Uuid Uuid::combine(const Uuid& first, const Uuid& second) noexcept {
@@ -32,6 +32,12 @@ Uuid Uuid::combine(const Uuid& first, const Uuid& second) noexcept {
     }
     const std::uint64_t low = first.high() == TestSupport::COLLIDING_INSTANCE.high() ? second.low() % 16 : second.low();
     return {first.high(), low};
+}
+
+UuidCombiner::UuidCombiner(const Uuid& first) noexcept : m_first(first), m_high(0), m_low(0) {}
+
+Uuid UuidCombiner::operator()(const Uuid& second) const noexcept {
+    return Uuid::combine(m_first, second);
 }
 
 Uuid Uuid::generate() {
