@@ -31,6 +31,9 @@ function(kiln_set_shared_object_options target)
     if(NOT KILN_SANITIZE)
         target_link_options(${target} PRIVATE LINKER:-z,defs)
     endif()
+    # Lets g++ inline a library's own exported functions, as clang does. Calls between libraries can still be bound to
+    # another definition.
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
     kiln_enable_warnings(${target})
 endfunction()
 

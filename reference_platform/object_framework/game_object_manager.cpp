@@ -43,8 +43,7 @@ struct GameObjectManager::State {
     std::unordered_multimap<Uuid, ObjectIndex> index;
 
     [[nodiscard]] bool matches(GameObjectRecord& record, const QueryBase& query) const {
-        return record.components.mayHaveAll(query.m_typeBits) &&
-               std::all_of(query.config().types.begin(), query.config().types.end(),
+        return std::all_of(query.config().types.begin(), query.config().types.end(),
                            [&record](ComponentTypeId type) { return record.components.find(type) != nullptr; });
     }
 
@@ -55,7 +54,8 @@ struct GameObjectManager::State {
 
     void enterQueries(ObjectIndex place, ComponentTypeId type) {
         for (QueryBase* query : queriesOf(type)) {
-            if (matches(table[place], *query) && !query->contains(table.handle(place))) {
+            if (table[place].components.mayHaveAll(query->m_typeBits) && matches(table[place], *query) &&
+                !query->contains(table.handle(place))) {
                 query->addObject(table.handle(place));
             }
         }
@@ -76,7 +76,9 @@ struct GameObjectManager::State {
             entry.component->activate();
         }
         for (const ComponentList::Entry& entry : record.components) {
-            enterQueries(place, entry.type);
+            if (!queriesOf(entry.type).empty()) {
+                enterQueries(place, entry.type);
+            }
         }
     }
 
@@ -174,6 +176,34 @@ struct GameObjectManager::State {
             deactivateTree(place);
         }
         return true;
+    }
+
+    /// `record` is null when the object is not alive.
+    IComponent* addComponent(GameObjectRecord* record, ObjectIndex place, ComponentPointer&& component,
+                             ComponentTypeId type) {
+        if (!record || !component || record->components.find(type)) {
+            reportRefused(record, component.get());
+            return nullptr;
+        }
+        IComponent* const added = component.get();
+        record->components.add(std::move(component), type);
+        if (record->isActive) {
+            added->activate();
+            enterQueries(place, type);
+        }
+        if (type == NativeComponent<HierarchyComponent>::getType()) {
+            auto& hierarchy = static_cast<HierarchyComponent&>(*added);
+            if (!attachToParent(place, hierarchy.parent())) {
+                hierarchy.m_parent = GameObject::INVALID_GAME_OBJECT;
+            }
+        }
+        return added;
+    }
+
+    static void reportRefused(const GameObjectRecord* record, const IComponent* component) {
+        logError(!record      ? "A component can't be added: its game object is not alive"
+                 : !component ? "No component to add to game object '" + record->name + "'"
+                              : "Game object '" + record->name + "' has a component of that type already");
     }
 
     void removeOne(ObjectIndex place) {
@@ -296,26 +326,7 @@ void GameObjectManager::setGameObjectFlags(GameObject object, std::bitset<6> fla
 }
 
 IComponent* GameObjectManager::addComponent(GameObject object, ComponentPointer component, ComponentTypeId type) {
-    GameObjectRecord* const record = m_state->table.find(object);
-    if (!record || !component || record->components.find(type)) {
-        logError(!record      ? "A component can't be added: its game object is not alive"
-                 : !component ? "No component to add to game object '" + record->name + "'"
-                              : "Game object '" + record->name + "' has a component of that type already");
-        return nullptr;
-    }
-    IComponent* const added = component.get();
-    record->components.add(std::move(component), type);
-    if (record->isActive) {
-        added->activate();
-        m_state->enterQueries(object.index(), type);
-    }
-    if (type == NativeComponent<HierarchyComponent>::getType()) {
-        auto& hierarchy = static_cast<HierarchyComponent&>(*added);
-        if (!m_state->attachToParent(object.index(), hierarchy.parent())) {
-            hierarchy.m_parent = GameObject::INVALID_GAME_OBJECT;
-        }
-    }
-    return added;
+    return m_state->addComponent(m_state->table.find(object), object.index(), std::move(component), type);
 }
 
 void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type) {
@@ -471,16 +482,23 @@ void GameObjectManagerInternal::clear() {
     }
 }
 
-bool GameObjectManagerInternal::describeGameObject(GameObject object, const Uuid& uuid, const std::string& name) {
+GameObjectRecord* GameObjectManagerInternal::describeGameObject(GameObject object, const Uuid& uuid,
+                                                                const std::string& name) {
     GameObjectRecord* const record = m_state->table.find(object);
     if (!record) {
-        return false;
+        return nullptr;
     }
     m_state->removeFromIndex(object.index());
     record->uuid = uuid;
     m_state->addToIndex(object.index());
     record->name = name;
-    return true;
+    return record;
+}
+
+IComponent* GameObjectManagerInternal::addComponent(GameObjectRecord& record, GameObject object,
+                                                    ComponentPointer component, ComponentTypeId type) {
+    GameObjectRecord* const alive = record.isOf(object) ? &record : nullptr;
+    return m_state->addComponent(alive, object.index(), std::move(component), type);
 }
 
 void GameObjectManagerInternal::noteNestedRoot(const Uuid& descriptorUuid) {

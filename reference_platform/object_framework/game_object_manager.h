@@ -19,6 +19,8 @@
 
 namespace Kiln::Tessel {
 
+struct GameObjectRecord;
+
 /// The state flags of a game object.
 namespace GameObjectFlag {
 inline constexpr std::bitset<6> INACTIVE_BY_DEFAULT{0x01};
@@ -138,8 +140,14 @@ public:
     /// Removes every object.
     void clear();
 
-    /// Gives an object its UUID and name. False, and nothing done, when it is not alive.
-    bool describeGameObject(GameObject object, const Uuid& uuid, const std::string& name);
+    /// Gives an object its UUID and name and returns its record for addComponent(); null when it is not alive. Records
+    /// stay where they are as long as the manager does.
+    GameObjectRecord* describeGameObject(GameObject object, const Uuid& uuid, const std::string& name);
+
+    using GameObjectManager::addComponent;
+    /// The same for an object whose record is at hand; the object may be gone from it.
+    IComponent* addComponent(GameObjectRecord& record, GameObject object, ComponentPointer component,
+                             ComponentTypeId type);
 
     /// UUIDs of the nested roots among the objects that the creation under way has made; resolving a link to the point
     /// where a prefab is nested needs them. Emptied when the first object of a further creation is made.

@@ -37,6 +37,9 @@ struct GameObjectRecord {
     Uuid uuid;
     std::string name;
     ComponentList components;
+
+    /// Whether the object is alive, and this is its record and no later one's.
+    [[nodiscard]] bool isOf(GameObject object) const noexcept { return isAlive && generation == object.generation(); }
 };
 
 /// The table of a world's game objects. Records never move. A place that becomes free is used again, for another
@@ -60,7 +63,7 @@ public:
             return nullptr;
         }
         GameObjectRecord& record = (*this)[object.index()];
-        return record.isAlive && record.generation == object.generation() ? &record : nullptr;
+        return record.isOf(object) ? &record : nullptr;
     }
 
     [[nodiscard]] GameObject handle(ObjectIndex index) noexcept {

@@ -9,13 +9,12 @@ const char* const IComponentDescriptor::DEFAULT_CATEGORY = "General";
 
 IComponentDescriptor::~IComponentDescriptor() = default;
 
-void IComponentDescriptor::instantiate(ObjectCreation& creation, Tessel::GameObject object,
-                                       const ComponentOverrideRecords* overrides) {
+void IComponentDescriptor::instantiate(ObjectCreation& creation, const ComponentOverrideRecords* overrides) {
     if (overrides) {
         setupOverrides(overrides);
     }
-    resolveLinks(object, creation.instance().first(), creation.uuidMap());
-    createOnObject(object);
+    resolveLinks(creation.object(), creation.instance().first(), creation.uuidMap());
+    createOnObject(creation.object());
     if (isOffPrefabProperties()) {
         setupOverrides(nullptr);
     }
@@ -26,13 +25,13 @@ void IComponentDescriptor::resolveLinks(Tessel::GameObject object, const Uuid& i
     if (world && hasLinks()) {
         ObjectCreation creation(*world, uuidMap, instanceUuid);
         const mirra::ReflectedObject config = viewConfiguration();
-        resolveLinks(creation, object, *config.metaObject(), config.object());
+        LinkResolver(creation, object, name()).resolve(*config.metaObject(), config.object());
     }
 }
 
-void IComponentDescriptor::resolveLinks(ObjectCreation& creation, Tessel::GameObject object,
-                                        const mirra::BaseStaticMetaObject& meta, void* config) const {
-    LinkResolver(creation, object, name()).resolve(meta, config);
+void IComponentDescriptor::resolveLinks(ObjectCreation& creation, const mirra::BaseStaticMetaObject& meta,
+                                        void* config) const {
+    LinkResolver(creation, creation.object(), name()).resolve(meta, config);
 }
 
 bool IComponentDescriptor::needToDeserialize(Tessel::ComponentOptions options) {

@@ -80,10 +80,9 @@ public:
     /// Whether the configuration's type holds links.
     [[nodiscard]] virtual bool hasLinks() const = 0;
 
-    /// Adds a component to an object of a creation: with the overrides (null for none) applied and the links resolved.
-    /// Afterwards the configuration is back at the prefab's own values.
-    virtual void instantiate(ObjectCreation& creation, Tessel::GameObject object,
-                             const ComponentOverrideRecords* overrides);
+    /// Adds a component to the object that a creation is at: with the overrides (null for none) applied and the links
+    /// resolved. Afterwards the configuration is back at the prefab's own values.
+    virtual void instantiate(ObjectCreation& creation, const ComponentOverrideRecords* overrides);
 
     /// Gives every link of the configuration its target: the object that `uuidMap` has under combine(instance UUID,
     /// link UUID), or under the link UUID itself when that is live. A link to the point where a prefab is nested means
@@ -98,9 +97,8 @@ public:
     [[nodiscard]] static bool needToDeserialize(Tessel::ComponentOptions options);
 
 protected:
-    /// resolveLinks() for a configuration of that description, as part of a creation.
-    void resolveLinks(ObjectCreation& creation, Tessel::GameObject object, const mirra::BaseStaticMetaObject& meta,
-                      void* config) const;
+    /// resolveLinks() for a configuration of that description, for the object that the creation is at.
+    void resolveLinks(ObjectCreation& creation, const mirra::BaseStaticMetaObject& meta, void* config) const;
 
 private:
     Tessel::ComponentOptions m_instanceOptions = Tessel::ALL_ROLES;

@@ -15,9 +15,9 @@ bool GameObjectDescriptor::isInactiveByDefault() const noexcept {
     return (m_flags & Tessel::GameObjectFlag::INACTIVE_BY_DEFAULT).any();
 }
 
-IComponentDescriptor* GameObjectDescriptor::findComponent(Tessel::ComponentTypeId type) const noexcept {
-    for (std::size_t i = 0; i < m_components.size(); ++i) {
-        if ((i < m_firstTypes.size() ? m_firstTypes[i] : m_components[i]->type()) == type) {
+IComponentDescriptor* GameObjectDescriptor::findFurtherComponent(Tessel::ComponentTypeId type) const noexcept {
+    for (std::size_t i = m_firstTypes.size(); i < m_components.size(); ++i) {
+        if (m_components[i]->type() == type) {
             return m_components[i].get();
         }
     }
@@ -74,12 +74,14 @@ void GameObjectDescriptor::createComponents(Tessel::GameObject object, const Uui
 void GameObjectDescriptor::createComponents(ObjectCreation& creation, Tessel::GameObject object, const Uuid& objectUuid,
                                             const GameObjectOverrideRecords* overrides) const {
     Tessel::GameObjectManagerInternal& manager = creation.world().manager();
-    if (!manager.describeGameObject(object, objectUuid, m_name)) {
+    Tessel::GameObjectRecord* const record = manager.describeGameObject(object, objectUuid, m_name);
+    if (!record) {
         return;
     }
+    creation.enterObject(object, *record);
     manager.beginComponents();
     for (const SmartPointer<IComponentDescriptor>& component : m_components) {
-        component->instantiate(creation, object, overrides ? overrides->find(component->name()) : nullptr);
+        component->instantiate(creation, overrides ? overrides->find(component->name()) : nullptr);
     }
 }
 

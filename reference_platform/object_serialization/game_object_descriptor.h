@@ -6,6 +6,7 @@
 #include <object_serialization/component_descriptor.h>
 #include <object_serialization/export.h>
 
+#include <algorithm>
 #include <array>
 #include <bitset>
 #include <string>
@@ -41,7 +42,15 @@ public:
     }
 
     /// The first component of that type or registered name; null when there is none.
-    [[nodiscard]] IComponentDescriptor* findComponent(Tessel::ComponentTypeId type) const noexcept;
+    [[nodiscard]] IComponentDescriptor* findComponent(Tessel::ComponentTypeId type) const noexcept {
+        const std::size_t known = std::min(m_components.size(), m_firstTypes.size());
+        for (std::size_t i = 0; i < known; ++i) {
+            if (m_firstTypes[i] == type) {
+                return m_components[i].get();
+            }
+        }
+        return known == m_components.size() ? nullptr : findFurtherComponent(type);
+    }
     [[nodiscard]] IComponentDescriptor* findComponent(std::string_view name) const noexcept;
     [[nodiscard]] bool hasComponent(Tessel::ComponentTypeId type) const noexcept { return findComponent(type); }
 
@@ -67,6 +76,7 @@ public:
     void updateStateFlags(Tessel::World& world, Tessel::GameObject object) const;
 
 private:
+    [[nodiscard]] IComponentDescriptor* findFurtherComponent(Tessel::ComponentTypeId type) const noexcept;
     [[nodiscard]] bool isNestedRoot() const noexcept;
 
     Uuid m_uuid;

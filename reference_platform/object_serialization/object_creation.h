@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <unordered_map>
+#include <utility>
 
 namespace Kiln {
 
@@ -25,6 +26,18 @@ public:
     /// Gives the UUID that an object, or the target of a link, has in the instance.
     [[nodiscard]] const UuidCombiner& instance() const noexcept { return m_instance; }
 
+    /// Goes on to the components of an object.
+    void enterObject(Tessel::GameObject object, Tessel::GameObjectRecord& record) noexcept {
+        m_object = object;
+        m_record = &record;
+    }
+    [[nodiscard]] Tessel::GameObject object() const noexcept { return m_object; }
+
+    /// Adds a component to the object, see GameObjectManager::addComponent.
+    Tessel::IComponent* addComponent(Tessel::ComponentPointer component, Tessel::ComponentTypeId type) const {
+        return m_world.manager().addComponent(*m_record, m_object, std::move(component), type);
+    }
+
     /// The object that the link resolved last means, if this link of the same instance has the same UUID; null
     /// otherwise. Neighbours in a document often have one parent.
     [[nodiscard]] const Tessel::GameObject* lastTarget(const Uuid& link) const noexcept {
@@ -39,6 +52,8 @@ private:
     Tessel::World& m_world;
     const UuidMap& m_uuidMap;
     UuidCombiner m_instance;
+    Tessel::GameObject m_object;
+    Tessel::GameObjectRecord* m_record = nullptr;
     Uuid m_lastLink;
     std::optional<Tessel::GameObject> m_lastTarget;
 };

@@ -49,20 +49,18 @@ public:
 
     Tessel::IComponent* createOnObject(Tessel::GameObject object) override {
         Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId());
-        return world ? addTo(*world, object) : nullptr;
+        return world ? world->manager().addComponent(object, make(*world), type()) : nullptr;
     }
 
-    void instantiate(ObjectCreation& creation, Tessel::GameObject object,
-                     const ComponentOverrideRecords* overrides) override {
+    void instantiate(ObjectCreation& creation, const ComponentOverrideRecords* overrides) override {
         if (overrides) {
             setupOverrides(overrides);
         }
         const mirra::BaseStaticMetaObject* const meta = configMeta();
         if (meta && meta->containsLinks()) {
-            IComponentDescriptor::resolveLinks(creation, object, *meta,
-                                               m_changed ? m_changed.get() : &m_prefabProperties);
+            IComponentDescriptor::resolveLinks(creation, *meta, m_changed ? m_changed.get() : &m_prefabProperties);
         }
-        addTo(creation.world(), object);
+        creation.addComponent(make(creation.world()), Tessel::NativeComponent<T>::getType());
         if (m_changed) {
             setupOverrides(nullptr);
         }
@@ -135,9 +133,8 @@ public:
     }
 
 private:
-    Tessel::IComponent* addTo(Tessel::World& world, Tessel::GameObject object) {
-        return world.manager().addComponent(object, world.getStorage<T>().create(std::as_const(*this).config()),
-                                            Tessel::NativeComponent<T>::getType());
+    [[nodiscard]] Tessel::ComponentPointer make(Tessel::World& world) const {
+        return world.getStorage<T>().create(config());
     }
 
     [[nodiscard]] static const mirra::BaseStaticMetaObject* configMeta() {
