@@ -16,6 +16,8 @@ namespace Kiln {
 
 namespace {
 
+constinit thread_local const BackgroundTaskThread* currentWorker = nullptr;
+
 struct QueuedTask {
     SmartPointer<BackgroundTask> task;
     int priority;
@@ -115,7 +117,12 @@ SmartPointer<BackgroundTask> TaskManager::State::takeFirst() {
     return task;
 }
 
+const BackgroundTaskThread* BackgroundTaskThread::current() noexcept {
+    return currentWorker;
+}
+
 void TaskManager::State::runWorker(Worker& worker) {
+    currentWorker = &worker.self;
     nameThisThread(name, worker.self.index());
     std::unique_lock lock(mutex);
     while (true) {

@@ -63,6 +63,9 @@ public:
     /// Position among the manager's workers, from 0.
     [[nodiscard]] std::size_t index() const noexcept { return m_index; }
 
+    /// The worker, of whichever task manager, on whose thread the caller runs; null on any other thread.
+    [[nodiscard]] static const BackgroundTaskThread* current() noexcept;
+
 private:
     std::size_t m_index;
 };

@@ -1,9 +1,11 @@
+#include <support/assertion_capture.h>
 #include <tessel_asset_loading/support/world_fixture.h>
 
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <iostream>
+#include <memory>
 #include <random>
 #include <thread>
 
@@ -59,6 +61,7 @@ protected:
 
     ~LoadStressTest() override {
         waitForWorkers();
+        EXPECT_EQ(m_assertions.count(), 0U);
         FileIOTaskManager::instance().setThreadCount(2);
         for (const int other : m_worlds) {
             EntryPoint::instance().destroyWorld(other);
@@ -90,7 +93,7 @@ protected:
     /// Loads a kind of prefab, by path or from a section, and then `furtherLoads` more, each asked for by a callback of
     /// the one before, into the next world and of the next kind.
     void load(std::size_t world, int kind, bool fromSection, int furtherLoads = 0) {
-        ++m_counts.issued;
+        ++m_counts->issued;
         const int into = m_worlds[world % m_worlds.size()];
         const auto callback = makeSmart<ChainCallback>(*this, world, kind, furtherLoads);
         if (fromSection) {
@@ -112,39 +115,40 @@ protected:
     }
 
     void expectNothingWaits() const {
-        EXPECT_EQ(m_counts,
-                  (Counts{m_counts.issued, m_counts.issued, m_counts.issued, m_counts.issued, m_counts.issued}));
+        const std::size_t issued = m_counts->issued;
+        EXPECT_EQ(*m_counts, (Counts{issued, issued, issued, issued, issued}));
         EXPECT_EQ(waiting(), 0U);
         EXPECT_GT(m_preloads, 0U);
     }
 
     /// Tells what the run was like; with threads, it is not the same every time.
-    void report() const { std::cout << m_counts << ", " << waiting() << " waiting, " << m_preloads << " preloads\n"; }
+    void report() const { std::cout << *m_counts << ", " << waiting() << " waiting, " << m_preloads << " preloads\n"; }
 
     std::vector<int> m_worlds;
-    Counts m_counts;
+    std::shared_ptr<Counts> m_counts = std::make_shared<Counts>();
+    AssertionCapture m_assertions; ///< The order of the service's locks, above all.
     std::atomic<std::size_t> m_preloads = 0;
 
 private:
     class ChainCallback final : public IObjectLoadedCallback {
     public:
         ChainCallback(LoadStressTest& test, std::size_t world, int kind, int furtherLoads)
-            : m_test(test), m_world(world), m_kind(kind), m_furtherLoads(furtherLoads) {}
-        ~ChainCallback() override { ++m_test.m_counts.released; }
+            : m_test(test), m_counts(test.m_counts), m_world(world), m_kind(kind), m_furtherLoads(furtherLoads) {}
+        ~ChainCallback() override { ++m_counts->released; }
 
         bool onPreactivate(GameObject root, GameObjectManager& itsManager) override {
-            ++m_test.m_counts.preactivated;
+            ++m_counts->preactivated;
             check(root, itsManager, m_kind);
             continueChainIn(0);
             return true;
         }
         void onObjectLoaded(GameObject root, GameObjectManager& itsManager) override {
-            ++m_test.m_counts.loaded;
+            ++m_counts->loaded;
             EXPECT_TRUE(itsManager.isActive(root));
             continueChainIn(1);
         }
         void onObjectLoadedIntoHierarchy(GameObject root, GameObjectManager& itsManager) override {
-            ++m_test.m_counts.loadedIntoHierarchy;
+            ++m_counts->loadedIntoHierarchy;
             EXPECT_TRUE(itsManager.isGameObjectValid(root));
             continueChainIn(2);
         }
@@ -157,7 +161,8 @@ private:
             }
         }
 
-        LoadStressTest& m_test;
+        LoadStressTest& m_test; ///< Gone when loaders that still wait are destroyed.
+        std::shared_ptr<Counts> m_counts;
         std::size_t m_world;
         int m_kind;
         int m_furtherLoads;
@@ -199,7 +204,7 @@ TEST_F(LoadStressTest, steadyLoads_allArriveIntact) {
     waitForWorkers();
     tick();
 
-    EXPECT_EQ(m_counts.issued, 150U);
+    EXPECT_EQ(m_counts->issued, 150U);
     expectNothingWaits();
     EXPECT_EQ(objectsCount(), 150U * OBJECTS);
     report();
@@ -215,7 +220,7 @@ TEST_F(LoadStressTest, callbacksThatLoad_everyChainRunsToItsEnd) {
         tick();
     }
 
-    EXPECT_EQ(m_counts.issued, 16U * 12);
+    EXPECT_EQ(m_counts->issued, 16U * 12);
     expectNothingWaits();
     EXPECT_EQ(objectsCount(), 16U * 12 * OBJECTS);
     report();
@@ -264,11 +269,11 @@ TEST_F(LoadStressTest, clearedCacheAndDestroyedWorlds_whatArrivesIsIntactAndTheR
         waitForWorkers();
         tick();
     }
-    EXPECT_EQ(m_counts.preactivated + waiting(), m_counts.issued);
-    EXPECT_EQ(m_counts.loaded, m_counts.preactivated);
-    EXPECT_EQ(m_counts.loadedIntoHierarchy, m_counts.preactivated);
-    EXPECT_EQ(m_counts.released, m_counts.preactivated);
-    EXPECT_GT(m_counts.preactivated, 0U);
+    EXPECT_EQ(m_counts->preactivated + waiting(), m_counts->issued);
+    EXPECT_EQ(m_counts->loaded, m_counts->preactivated);
+    EXPECT_EQ(m_counts->loadedIntoHierarchy, m_counts->preactivated);
+    EXPECT_EQ(m_counts->released, m_counts->preactivated);
+    EXPECT_GT(m_counts->preactivated, 0U);
     EXPECT_GT(requests, 0U);
     EXPECT_EQ(answers, 0U);
     EXPECT_EQ(service().descriptorRequestsCount(), requestsBefore + requests);
@@ -276,14 +281,14 @@ TEST_F(LoadStressTest, clearedCacheAndDestroyedWorlds_whatArrivesIsIntactAndTheR
 
     // Nothing is left in a state that would keep further loads from arriving.
     Loading::fullyClearCache();
-    const std::size_t arrivedBefore = m_counts.preactivated;
+    const std::size_t arrivedBefore = m_counts->preactivated;
     createWorlds(8);
     for (std::size_t into = 0; into < m_worlds.size(); ++into) {
         load(into, 0, false);
     }
     waitForWorkers();
     tick();
-    EXPECT_EQ(m_counts.preactivated, arrivedBefore + m_worlds.size());
+    EXPECT_EQ(m_counts->preactivated, arrivedBefore + m_worlds.size());
 }
 
 } // namespace

@@ -71,6 +71,27 @@ TEST_F(BackgroundTaskTest, formWithAThread_isWhatTheWorkerCalls) {
     EXPECT_THAT(indices.values(), ElementsAre(0U));
 }
 
+TEST_F(BackgroundTaskTest, current_isTheWorkerThatRunsTheTask) {
+    class CurrentTask : public BackgroundTask {
+    public:
+        explicit CurrentTask(Record<bool>& matches) : BackgroundTask("CurrentTask"), m_matches(matches) {}
+        void doBackgroundTask(TaskManager&) override {}
+        void doBackgroundTask(TaskManager&, BackgroundTaskThread* thread) override {
+            m_matches.add(BackgroundTaskThread::current() == thread);
+        }
+
+    private:
+        Record<bool>& m_matches;
+    };
+    Record<bool> matches;
+
+    manager.addBackgroundTask(makeSmart<CurrentTask>(matches), 0);
+
+    ASSERT_TRUE(manager.waitForIdle(LONG_TIME));
+    EXPECT_THAT(matches.values(), ElementsAre(true));
+    EXPECT_EQ(BackgroundTaskThread::current(), nullptr);
+}
+
 TEST_F(BackgroundTaskTest, withoutARequest_mainThreadPartIsNotRun) {
     manager.addBackgroundTask(makeSmart<FunctionTask>(counts), 0);
     ASSERT_TRUE(manager.waitForIdle(LONG_TIME));

@@ -3,6 +3,7 @@
 #include <core/stack_tracker.h>
 #include <tessel_asset_loading/detail/prefab_cache.h>
 #include <tessel_asset_loading/detail/reporting.h>
+#include <tessel_asset_loading/detail/service_locks.h>
 #include <tessel_asset_loading/prefab_component.h>
 
 #include <memory>
@@ -32,7 +33,7 @@ GameObjectPrefab* PrefabService::loadPrefabData(const std::string& path) {
 SmartPointer<DescriptorCacheData> PrefabService::loadSharedPrefab(const std::string& path) {
     const StackTrackerScope tracker("Kiln::Tessel::PrefabService::loadPrefabData", Report::PREFAB_COMPONENT_SOURCE,
                                     __LINE__);
-    const std::scoped_lock lock(m_cacheMutex);
+    const CacheLock lock(m_cacheMutex);
     SmartPointer<DescriptorCacheData> entry = m_prefabCache->find(path);
     if (!entry) {
         entry = m_prefabCache->insert(path, makeSmart<DescriptorCacheData>()).first;
@@ -49,7 +50,7 @@ SmartPointer<DescriptorCacheData> PrefabService::loadSharedPrefab(const std::str
 void PrefabService::cachePrefabData(const std::string& path, std::unique_ptr<GameObjectPrefab> prefab) {
     const StackTrackerScope tracker("Kiln::Tessel::PrefabService::cachePrefabData", Report::PREFAB_COMPONENT_SOURCE,
                                     __LINE__);
-    const std::scoped_lock lock(m_cacheMutex);
+    const CacheLock lock(m_cacheMutex);
     const SmartPointer<DescriptorCacheData> entry = makeSmart<DescriptorCacheData>();
     entry->prefab.publish(std::move(prefab));
     m_prefabCache->insert(path, entry);
@@ -91,21 +92,21 @@ void PrefabService::cachePrefabDataInternal(const std::string& path, bool backgr
 void PrefabService::clearCache() {
     const StackTrackerScope tracker("Kiln::Tessel::PrefabService::clearCache", Report::PREFAB_COMPONENT_SOURCE,
                                     __LINE__);
-    const std::scoped_lock lock(m_cacheMutex);
+    const CacheLock lock(m_cacheMutex);
     m_prefabCache->clear();
 }
 
 void PrefabService::clearCached(const std::string& path) {
     const StackTrackerScope tracker("Kiln::Tessel::PrefabService::clearCached", Report::PREFAB_COMPONENT_SOURCE,
                                     __LINE__);
-    const std::scoped_lock lock(m_cacheMutex);
+    const CacheLock lock(m_cacheMutex);
     m_prefabCache->erase(path);
 }
 
 void PrefabService::clearCached(const std::vector<std::string>& paths) {
     const StackTrackerScope tracker("Kiln::Tessel::PrefabService::clearCached", Report::PREFAB_COMPONENT_SOURCE,
                                     __LINE__);
-    const std::scoped_lock lock(m_cacheMutex);
+    const CacheLock lock(m_cacheMutex);
     for (const std::string& path : paths) {
         m_prefabCache->erase(path);
     }

@@ -4,6 +4,7 @@
 #include <object_framework/entry_point.h>
 #include <tessel_asset_loading/detail/prefab_cache.h>
 #include <tessel_asset_loading/detail/reporting.h>
+#include <tessel_asset_loading/detail/service_locks.h>
 #include <tessel_asset_loading/prefab_component/prefab_load_task.h>
 
 #include <utility>
@@ -46,8 +47,8 @@ void PrefabService::loadGameObject(const std::string& path, int worldId, const U
     }
     // The queue's lock, which queueLoader takes again under the cache's, comes first here as it does in tick: so there
     // is one order of the two.
-    const std::scoped_lock queueLock(m_loadingQueueMutex);
-    const std::scoped_lock lock(m_cacheMutex);
+    const QueueLock queueLock(m_loadingQueueMutex);
+    const CacheLock lock(m_cacheMutex);
     const auto [entry, isNew] = m_prefabCache->insert(path, makeSmart<DescriptorCacheData>());
     if (isNew) {
         entry->pendingWorlds.insert(worldId);
@@ -59,7 +60,7 @@ void PrefabService::loadGameObject(const std::string& path, int worldId, const U
 }
 
 void PrefabService::queueLoader(GameObjectLoader loader) {
-    const std::scoped_lock lock(m_loadingQueueMutex);
+    const QueueLock lock(m_loadingQueueMutex);
     m_loadingQueue.push_back(std::move(loader));
 }
 

@@ -7,6 +7,7 @@
 #include <object_serialization/component_library.h>
 #include <tessel_asset_loading/detail/prefab_cache.h>
 #include <tessel_asset_loading/detail/reporting.h>
+#include <tessel_asset_loading/detail/service_locks.h>
 #include <tessel_asset_loading/prefab_component.h>
 
 #include <utility>
@@ -34,9 +35,9 @@ void removeBySwap(std::vector<Element>& elements, std::size_t place) {
     elements.pop_back();
 }
 
-/// Lets the component library's listener, if there is one that wants to, process the new instance.
-[[nodiscard]] bool isAcceptedByListener(const GameObjectPrefab& prefab, GameObjectPrefab::CreateConfig& config) {
-    ICreationListener* const listener = EntryPoint::instance().getService<ComponentLibrary>()->creationListener();
+/// Lets the listener, if there is one that wants to, process the new instance.
+[[nodiscard]] bool isAcceptedBy(ICreationListener* listener, const GameObjectPrefab& prefab,
+                                GameObjectPrefab::CreateConfig& config) {
     return !listener || !listener->acceptsPrefab(prefab) ||
            listener->processInstance(config.worldId, {config.instanceUuid, std::move(config.uuidMap)});
 }
@@ -74,7 +75,7 @@ void offerActivation(IObjectLoadedCallback& callback, GameObject root, GameObjec
 
 void PrefabService::tick() {
     const StackTrackerScope tracker("Kiln::Tessel::PrefabService::tick", Report::PREFAB_COMPONENT_SOURCE, __LINE__);
-    const std::scoped_lock lock(m_loadingQueueMutex);
+    const QueueLock lock(m_loadingQueueMutex);
     if (m_isTicking) {
         return; // A callback runs a frame of its own, in the middle of the list that this works on.
     }
@@ -126,13 +127,15 @@ GameObject PrefabService::createFromLoader(const GameObjectLoader& loader) {
     if (prefab->isEmpty()) {
         return GameObject::INVALID_GAME_OBJECT;
     }
+    // The one of now, whatever the components that are created do.
+    ICreationListener* const listener = EntryPoint::instance().getService<ComponentLibrary>()->creationListener();
     GameObjectPrefab::CreateConfig config{loader.worldId, loader.uuid, loader.overrides,
                                           std::unordered_map<Uuid, GameObject>(8)};
     const GameObject root = prefab->createGameObjects(config).front();
     if (root.isInvalid()) {
         return GameObject::INVALID_GAME_OBJECT;
     }
-    if (!isAcceptedByListener(*prefab, config)) {
+    if (!isAcceptedBy(listener, *prefab, config)) {
         removeGameObject(root);
         return GameObject::INVALID_GAME_OBJECT;
     }

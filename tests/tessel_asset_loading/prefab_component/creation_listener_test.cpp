@@ -119,6 +119,19 @@ TEST_F(CreationListenerTest, refusing_isOfferedANewHierarchyEveryTick) {
                                       "lamp: onObjectLoadedIntoHierarchy", "lamp: destroyed"));
 }
 
+TEST_F(CreationListenerTest, listenerTakenAwayDuringTheCreation_isStillAsked) {
+    PrefabBuilder prefab;
+    prefab.root(id(1), "Root").with<HookComponent>();
+    cachePrefab("hook.prefab", prefab);
+    HookComponent::onConstruct = [](const HookComponent::Config&) {
+        ComponentLibrary::instance().setCreationListener(nullptr);
+    };
+    load("hook.prefab");
+    tick();
+
+    EXPECT_THAT(listener.calls, ElementsAre("acceptsPrefab", "processInstance"));
+}
+
 TEST_F(CreationListenerTest, failingCreation_isNotOffered) {
     cachePrefab("bad.prefab", PrefabBuilder().root(id(1)).root(id(2)));
     load("bad.prefab");

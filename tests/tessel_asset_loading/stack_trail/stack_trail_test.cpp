@@ -1,0 +1,175 @@
+#include <core/stack_tracker.h>
+#include <tessel_asset_loading/support/world_fixture.h>
+
+#include <gmock/gmock.h>
+
+#include <mutex>
+#include <string_view>
+
+namespace Kiln {
+
+namespace {
+
+/// What the main thread enters and leaves while this exists.
+class Trail : NonCopyable {
+public:
+    Trail() { s_current = this; }
+    ~Trail() { s_current = nullptr; }
+
+    static void push(const char* function, std::string_view file) {
+        if (s_current && std::this_thread::get_id() == s_current->m_thread) {
+            ++s_current->m_depth;
+            std::string_view name(function);
+            constexpr std::string_view SERVICE = "Kiln::Tessel::PrefabService::";
+            if (name.starts_with(SERVICE)) {
+                EXPECT_EQ(file, "shared_libs\\tessel_asset_loading\\prefab_component") << name;
+                s_current->entered.emplace_back(name.substr(SERVICE.size()));
+            }
+        }
+    }
+
+    static void pop() {
+        if (s_current && std::this_thread::get_id() == s_current->m_thread) {
+            --s_current->m_depth;
+        }
+    }
+
+    /// 0 when everything that was entered has been left.
+    [[nodiscard]] int depth() const { return m_depth; }
+
+    std::vector<std::string> entered; ///< Operations of the prefab service, in their order.
+
+private:
+    static inline Trail* s_current = nullptr;
+
+    int m_depth = 0;
+    std::thread::id m_thread = std::this_thread::get_id();
+};
+
+} // namespace
+
+// These stand in for the core library's definitions in this whole program: the libraries' calls are bound to the
+// executable's symbols.
+
+void StackTracker::push(const char* function, const char* file, unsigned /*line*/) {
+    Trail::push(function, file);
+}
+
+void StackTracker::pop() {
+    Trail::pop();
+}
+
+namespace TestSupport {
+namespace {
+
+using testing::ElementsAre;
+
+/// Every public operation of the prefab service enters the stack tracker's trail under its name and leaves it again.
+class StackTrailTest : public WorldFixture {
+protected:
+    StackTrailTest() {
+        PrefabText prefab;
+        prefab.root(id(1), "Root");
+        writePrefab("lamp.prefab", prefab);
+    }
+
+    /// Runs an operation and expects that nothing of it is left in the trail.
+    template <class Operation>
+    std::vector<std::string> entered(const Operation& operation) {
+        const Trail trail;
+        try {
+            operation();
+        } catch (const std::exception&) {
+            m_isThrown = true;
+        }
+        EXPECT_EQ(trail.depth(), 0);
+        return trail.entered;
+    }
+
+    bool m_isThrown = false;
+};
+
+TEST_F(StackTrailTest, loadPrefabData_isEntered) {
+    EXPECT_THAT(entered([] { service().loadPrefabData("lamp.prefab"); }), ElementsAre("loadPrefabData"));
+    EXPECT_THAT(entered([] { service().loadPrefabData("lamp.prefab"); }), ElementsAre("loadPrefabData"));
+    EXPECT_THAT(entered([] { service().loadPrefabData("missing.prefab"); }), ElementsAre("loadPrefabData"));
+}
+
+TEST_F(StackTrailTest, cachePrefabData_ofADocument_isEntered) {
+    EXPECT_THAT(entered([] { service().cachePrefabData("lamp.prefab", PrefabBuilder().root(id(1)).buildUnique()); }),
+                ElementsAre("cachePrefabData"));
+}
+
+TEST_F(StackTrailTest, cachePrefabData_ofAFile_isEnteredWithItsWalk) {
+    EXPECT_THAT(entered([] { service().cachePrefabData("missing.prefab", true); }),
+                ElementsAre("cachePrefabData", "cachePrefabDataInternal", "loadPrefabData"));
+}
+
+TEST_F(StackTrailTest, cachePrefabData_beyondTheDepth_isLeftAtEachLevel) {
+    EXPECT_THAT(entered([] { service().cachePrefabData("lamp.prefab", false); }),
+                ElementsAre("cachePrefabData", "cachePrefabDataInternal", "loadPrefabData", "cachePrefabDataInternal",
+                            "loadPrefabData", "cachePrefabDataInternal", "loadPrefabData", "cachePrefabDataInternal",
+                            "loadPrefabData", "cachePrefabDataInternal", "loadPrefabData", "cachePrefabDataInternal",
+                            "loadPrefabData", "cachePrefabDataInternal"));
+}
+
+TEST_F(StackTrailTest, clearing_isEntered) {
+    EXPECT_THAT(entered([] { service().clearCache(); }), ElementsAre("clearCache"));
+    EXPECT_THAT(entered([] { service().clearCached(std::string("lamp.prefab")); }), ElementsAre("clearCached"));
+    EXPECT_THAT(entered([] { service().clearCached(std::vector<std::string>{"lamp.prefab"}); }),
+                ElementsAre("clearCached"));
+    EXPECT_THAT(entered([] { service().fini(); }), ElementsAre("fini"));
+}
+
+TEST_F(StackTrailTest, onWorldDestroyed_isEnteredWithTheClearing) {
+    EXPECT_THAT(entered([this] { service().onWorldDestroyed(worldId); }),
+                ElementsAre("onWorldDestroyed", "clearCached"));
+}
+
+TEST_F(StackTrailTest, loadDescriptor_isEntered) {
+    EXPECT_THAT(entered([] {
+                    service().loadDescriptor(
+                        "lamp.prefab", [](Tessel::GameObjectPrefab*) {}, false);
+                }),
+                ElementsAre("loadDescriptor"));
+    waitForWorkers();
+}
+
+TEST_F(StackTrailTest, loadGameObject_ofAFile_isEntered) {
+    const auto load = [](int into) { service().loadGameObject("lamp.prefab", into, id(1), nullptr, nullptr); };
+    EXPECT_THAT(entered([&] { load(worldId); }), ElementsAre("loadGameObject"));
+    EXPECT_THAT(entered([&] { load(-1); }), ElementsAre("loadGameObject"));
+    waitForWorkers();
+}
+
+TEST_F(StackTrailTest, loadGameObject_ofASection_isEntered) {
+    const auto load = [this](const SmartPointer<DataSection>& section) {
+        service().loadGameObject(section, worldId, id(1), nullptr, nullptr);
+    };
+    EXPECT_THAT(entered([&] { load(PrefabText().section()); }), ElementsAre("loadGameObject"));
+    EXPECT_THAT(entered([&] { load(nullptr); }), ElementsAre("loadGameObject"));
+    waitForWorkers();
+}
+
+TEST_F(StackTrailTest, tickAndPostTick_areEntered) {
+    EXPECT_THAT(entered([] { service().tick(); }), ElementsAre("tick"));
+    EXPECT_THAT(entered([] { service().postTick(); }), ElementsAre("postTick"));
+}
+
+TEST_F(StackTrailTest, tickThatThrows_isLeft) {
+    class Throwing final : public IObjectLoadedCallback {
+        bool onPreactivate(Tessel::GameObject, Tessel::GameObjectManager&) override { throw std::runtime_error("no"); }
+        void onObjectLoaded(Tessel::GameObject, Tessel::GameObjectManager&) override {}
+        void onObjectLoadedIntoHierarchy(Tessel::GameObject, Tessel::GameObjectManager&) override {}
+        void releaseCallback() override {}
+    };
+    service().loadGameObject("lamp.prefab", worldId, id(1), makeSmart<Throwing>(), nullptr);
+    waitForWorkers();
+
+    EXPECT_THAT(entered([] { service().tick(); }), ElementsAre("tick"));
+    EXPECT_TRUE(m_isThrown);
+}
+
+} // namespace
+} // namespace TestSupport
+} // namespace Kiln
