@@ -65,7 +65,7 @@ void rebaseParent(const GameObjectDescriptor& merged, const Uuid& enclosingInsta
         return records;
     }
     SmartPointer<OverrideRecords> withOuter = records ? records->clone() : makeSmart<OverrideRecords>();
-    const bool isFoundByZero = isFirstItem && !withOuter->getRecord(mergedUuid) && withOuter->getRecord(Uuid::ZERO);
+    const bool isFoundByZero = isFirstItem && !withOuter->getRecord(mergedUuid);
     withOuter->addBefore(isFoundByZero ? Uuid::ZERO : mergedUuid, *outer);
     return withOuter;
 }
