@@ -42,6 +42,16 @@ protected:
         return makeSmart<LoadedCallbackImpl>(std::move(function), std::move(hierarchyFunction), parent, std::nullopt);
     }
 
+    /// Both functions count their calls and agree.
+    [[nodiscard]] static SmartPointer<LoadedCallbackImpl>
+    makeCounting(int& calls, GameObject parent = GameObject::INVALID_GAME_OBJECT) {
+        const auto count = [&calls](auto&&...) {
+            ++calls;
+            return true;
+        };
+        return makeWith(count, count, parent);
+    }
+
     void addTransform(GameObject object) const {
         manager().addComponent(object, world().getStorage<TransformComponent>().create(TransformComponent::Config()),
                                Tessel::NativeComponent<TransformComponent>::getType());
@@ -116,16 +126,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_parentOfAnotherWorld_componentIsMadeInT
 
 TEST_F(LoadedCallbackTest, onPreactivate_callsNoFunction) {
     int calls = 0;
-    const auto callback = makeWith(
-        [&calls](auto, auto&) {
-            ++calls;
-            return true;
-        },
-        [&calls](auto, auto&, auto) {
-            ++calls;
-            return true;
-        },
-        makeParent(true));
+    const auto callback = makeCounting(calls, makeParent(true));
 
     EXPECT_TRUE(callback->onPreactivate(root, manager()));
 
@@ -251,15 +252,7 @@ TEST_F(LoadedCallbackTest, onObjectLoaded_answerDecidesAboutRoot) {
 
 TEST_F(LoadedCallbackTest, onObjectLoaded_deadRoot_callsNothing) {
     int calls = 0;
-    const auto callback = makeWith(
-        [&calls](auto, auto&) {
-            ++calls;
-            return true;
-        },
-        [&calls](auto, auto&, auto) {
-            ++calls;
-            return true;
-        });
+    const auto callback = makeCounting(calls);
     manager().removeGameObject(root);
 
     callback->onObjectLoaded(root, manager());

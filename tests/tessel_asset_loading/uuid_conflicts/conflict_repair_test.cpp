@@ -1,6 +1,4 @@
-#include "weak_combine.h"
-
-#include <tessel_asset_loading/support/creation_fixture.h>
+#include "conflict_fixture.h"
 
 namespace Kiln::TestSupport {
 namespace {
@@ -10,25 +8,11 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class ConflictRepairTest : public CreationFixture {
+class ConflictRepairTest : public ConflictFixture {
 protected:
-    std::vector<GameObject> create(const PrefabBuilder& builder, const Uuid& instance) {
-        config.instanceUuid = instance;
-        return CreationFixture::create(builder);
-    }
-
-    /// A root and two children, of which the second collides with the first in COLLIDING_INSTANCE; then one more.
+    /// With one more below the second.
     [[nodiscard]] static PrefabBuilder collidingChildren() {
-        PrefabBuilder builder;
-        builder.root(id(1), "Root").child(id(2), "First", id(1)).child(id(0x12), "Second", id(1));
-        builder.child(id(3), "Third", id(0x12));
-        return builder;
-    }
-
-    void expectNothingIsLeft(const std::vector<GameObject>& created) const {
-        EXPECT_THAT(created, IsFailure());
-        EXPECT_EQ(manager().gameObjectsCount(), 0U);
-        EXPECT_THAT(config.uuidMap, IsEmpty());
+        return ConflictFixture::collidingChildren().child(id(3), "Third", id(0x12));
     }
 };
 

@@ -1,6 +1,4 @@
-#include "weak_combine.h"
-
-#include <tessel_asset_loading/support/creation_fixture.h>
+#include "conflict_fixture.h"
 
 namespace Kiln::TestSupport {
 namespace {
@@ -16,32 +14,14 @@ constexpr Uuid SECOND_NEW{0xE2, 0};
 using Combined = std::set<std::pair<Uuid, Uuid>>;
 
 /// Which UUIDs a repair chooses, from what, and what it leaves where it is.
-class RepairSteps : public CreationFixture {
+class RepairSteps : public ConflictFixture {
 protected:
-    std::vector<GameObject> create(const PrefabBuilder& builder, const Uuid& instance) {
-        config.instanceUuid = instance;
-        return CreationFixture::create(builder);
-    }
-
-    /// A root and two children that collide in COLLIDING_INSTANCE.
-    [[nodiscard]] static PrefabBuilder collidingChildren() {
-        PrefabBuilder builder;
-        builder.root(id(1), "Root").child(id(2), "First", id(1)).child(id(0x12), "Second", id(1));
-        return builder;
-    }
-
-    /// The same as a nested prefab, with a child between.
+    /// The colliding children as a nested prefab, with a child between.
     static void cacheInner(const Uuid& between) {
         PrefabBuilder inner;
         inner.root(id(9), "inner root").child(between, "Between", id(9));
         inner.child(id(3), "Third", id(9)).child(id(0x13), "Fourth", id(9));
         cachePrefab("inner.prefab", inner);
-    }
-
-    void expectNothingIsLeft(const std::vector<GameObject>& created) const {
-        EXPECT_THAT(created, IsFailure());
-        EXPECT_EQ(manager().gameObjectsCount(), 0U);
-        EXPECT_THAT(config.uuidMap, IsEmpty());
     }
 };
 
