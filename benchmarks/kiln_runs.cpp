@@ -52,16 +52,24 @@ GameObjectManager& KilnWorld::manager() const {
 Seconds KilnWorld::create(const std::string& path, std::size_t instances) {
     const auto callback = makeSmart<RootsCallback>(m_roots);
     m_roots.reserve(m_roots.size() + instances);
-    const std::size_t before = m_roots.size();
     for (std::size_t i = 0; i < instances; ++i) {
         prefabService().loadGameObject(path, m_id, Uuid::generate(), callback, nullptr);
     }
+    return tick(m_roots.size() + instances);
+}
+
+Seconds KilnWorld::create(const std::string& path, const Uuid& instanceUuid) {
+    prefabService().loadGameObject(path, m_id, instanceUuid, makeSmart<RootsCallback>(m_roots), nullptr);
+    return tick(m_roots.size() + 1);
+}
+
+Seconds KilnWorld::tick(std::size_t expectedRoots) {
     const Clock::time_point start = Clock::now();
     prefabService().tick();
     const Seconds duration = Clock::now() - start;
     prefabService().postTick();
-    if (m_roots.size() != before + instances) {
-        throw std::runtime_error(path + " was not created");
+    if (m_roots.size() != expectedRoots) {
+        throw std::runtime_error("not every prefab was created");
     }
     return duration;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <common/uuid.h>
 #include <core/non_copyable.h>
 #include <object_framework/game_object.h>
 #include <object_framework/game_object_manager.h>
@@ -27,6 +28,9 @@ public:
     /// to activated objects.
     Seconds create(const std::string& path, std::size_t instances);
 
+    /// The same for one instance of a given UUID.
+    Seconds create(const std::string& path, const Uuid& instanceUuid);
+
     /// Removes the roots that were created; the time that it takes.
     Seconds removeAll();
 
@@ -39,6 +43,9 @@ public:
     [[nodiscard]] Tessel::GameObjectManager& manager() const;
 
 private:
+    /// Runs the tick that creates what is queued.
+    Seconds tick(std::size_t expectedRoots);
+
     int m_id;
     std::vector<Tessel::GameObject> m_roots;
 };

@@ -2,6 +2,7 @@
 // status 1 when a ratio is above what it must be.
 
 #include "benchmarks.h"
+#include "same_hierarchy.h"
 
 #include <core/log.h>
 
@@ -25,6 +26,10 @@ int main(int argumentsCount, char** arguments) {
         return 2;
     }
     const ScopedLogSink silence([](const LogMessage&) {}); // Caching reports its depth limit for every file.
+
+    for (const int number : {1, 2, 4}) {
+        expectSameHierarchy(workload(number));
+    }
 
     std::vector<Comparison> comparisons = registerCreation();
     for (const Comparison& comparison : registerDocuments()) {

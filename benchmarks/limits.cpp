@@ -1,0 +1,165 @@
+// Measures what is not a ratio of two creations: memory, ticks while workers read or loads wait, and how far two
+// workers help. Prints a line for each; exit status 1 when a limit is exceeded.
+
+#include "kiln_runs.h"
+#include "workload_files.h"
+
+#include <core/log.h>
+#include <core/task_manager.h>
+#include <object_framework/entry_point.h>
+#include <tessel_asset_loading/loading.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <thread>
+
+#include <malloc.h>
+
+using namespace Kiln;
+using namespace Kiln::Benchmarks;
+using Tessel::EntryPoint;
+namespace Loading = Tessel::Loading;
+
+namespace {
+
+bool isAnyExceeded = false;
+
+void report(const char* what, double value, double limit, bool isMost = true) {
+    const bool isExceeded = isMost ? value > limit : value < limit;
+    std::printf("%-64s %10.2f  %s %.2f%s\n", what, value, isMost ? "at most" : "at least", limit,
+                isExceeded ? "  EXCEEDED" : "");
+    isAnyExceeded = isAnyExceeded || isExceeded;
+}
+
+/// Bytes that are allocated now, in the heap and in mappings of their own.
+[[nodiscard]] double allocatedBytes() {
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<double>(info.uordblks + info.hblkhd);
+}
+
+void measureMemory() {
+    const Workload& workload = Benchmarks::workload(3);
+    Loading::fullyClearCache();
+    const double before = allocatedBytes();
+    cache(workload.path);
+    const double withDocument = allocatedBytes();
+    KilnWorld world;
+    world.create(workload.path, 1);
+    const double withObjects = allocatedBytes();
+    report("memory of a document, per byte of its file",
+           (withDocument - before) / static_cast<double>(std::filesystem::file_size(filePath(workload.path))), 0.7);
+    // The UUID map is gone after the creation; it is counted as the node and the bucket of each object.
+    constexpr double MAP_BYTES = 48 + 8;
+    report("bytes per live object, with its part of the UUID map",
+           (withObjects - withDocument) / static_cast<double>(workload.objectsCount()) + MAP_BYTES, 460);
+}
+
+void measureGrowth() {
+    const Workload& workload = Benchmarks::workload(1);
+    KilnWorld world;
+    const auto cycle = [&] {
+        world.read(workload.path);
+        world.removeAll();
+        Loading::fullyClearCache();
+    };
+    for (int i = 0; i < 50; ++i) {
+        cycle();
+    }
+    const double before = allocatedBytes();
+    for (int i = 0; i < 1000; ++i) {
+        cycle();
+    }
+    report("kilobytes more after 1000 cycles of load, remove and clear", (allocatedBytes() - before) / 1000, 16);
+}
+
+constexpr int FILES = 1000;
+
+[[nodiscard]] std::string fileNumber(int number) {
+    return "file" + std::to_string(number) + ".prefab";
+}
+
+void writeFiles() {
+    for (int number = 0; number < FILES; ++number) {
+        writePrefab(makeTree(100, static_cast<std::uint32_t>(number)), filePath(fileNumber(number)));
+    }
+}
+
+void loadFiles(int worldId) {
+    for (int number = 0; number < FILES; ++number) {
+        prefabService().loadGameObject(fileNumber(number), worldId, Uuid::generate(), nullptr, nullptr);
+    }
+}
+
+void measureTicks() {
+    const int worldId = EntryPoint::instance().createWorld();
+    const int doomedWorld = EntryPoint::instance().createWorld();
+    Loading::fullyClearCache();
+    std::vector<double> microseconds;
+    loadFiles(doomedWorld);
+    EntryPoint::instance().destroyWorld(doomedWorld); // So that there is nothing to create.
+    while (FileIOTaskManager::instance().unfinishedTasks() > 0) {
+        const Clock::time_point start = Clock::now();
+        EntryPoint::instance().tick();
+        microseconds.push_back(Seconds(Clock::now() - start).count() * 1e6);
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
+    }
+    std::sort(microseconds.begin(), microseconds.end());
+    report("ms of the 99.9th percentile of ticks while 1000 files load",
+           microseconds[static_cast<std::size_t>(0.999 * static_cast<double>(microseconds.size() - 1))] / 1000, 0.2);
+    EntryPoint::instance().destroyWorld(worldId);
+}
+
+[[nodiscard]] double secondsToReadFiles(std::size_t workers) {
+    FileIOTaskManager::instance().setThreadCount(workers);
+    Loading::fullyClearCache();
+    const int worldId = EntryPoint::instance().createWorld();
+    const Clock::time_point start = Clock::now();
+    loadFiles(worldId);
+    waitForWorkers();
+    const double seconds = Seconds(Clock::now() - start).count();
+    EntryPoint::instance().tick();
+    EntryPoint::instance().destroyWorld(worldId);
+    return seconds;
+}
+
+void measureWorkers() {
+    std::vector<double> ratios;
+    for (int i = 0; i < 5; ++i) {
+        const double one = secondsToReadFiles(1);
+        ratios.push_back(one / secondsToReadFiles(2));
+    }
+    std::sort(ratios.begin(), ratios.end());
+    report("two workers read 1000 files as many times as fast as one", ratios[2], 1.7, false);
+}
+
+/// The loads stay for ever, so this is the last.
+void measureWaitingLoads() {
+    constexpr int LOADS = 100'000;
+    KilnWorld world;
+    for (int i = 0; i < LOADS; ++i) {
+        prefabService().loadGameObject("missing.prefab", world.id(), Uuid::generate(), nullptr, nullptr);
+    }
+    waitForWorkers();
+    std::vector<double> nanoseconds;
+    for (int i = 0; i < 101; ++i) {
+        const Clock::time_point start = Clock::now();
+        prefabService().tick();
+        nanoseconds.push_back(Seconds(Clock::now() - start).count() * 1e9 / LOADS);
+    }
+    std::sort(nanoseconds.begin(), nanoseconds.end());
+    report("ns per waiting load and tick, at 100000", nanoseconds[50], 10);
+}
+
+} // namespace
+
+int main() {
+    const ScopedLogSink silence([](const LogMessage&) {});
+    measureMemory();
+    measureGrowth();
+    writeFiles();
+    measureWorkers();
+    measureTicks();
+    measureWaitingLoads();
+    return isAnyExceeded ? 1 : 0;
+}

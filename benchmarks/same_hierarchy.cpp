@@ -1,0 +1,89 @@
+#include "same_hierarchy.h"
+
+#include "cargo_component.h"
+#include "floor.h"
+#include "kiln_runs.h"
+
+#include <generic_components/transform_component.h>
+
+#include <map>
+#include <stdexcept>
+
+namespace Kiln::Benchmarks {
+
+namespace {
+
+/// What has to be the same of an object.
+struct Described {
+    std::string name;
+    Uuid parent; ///< Zero for the root.
+    bool isActive = false;
+    Matrix local;
+    std::string label;
+    float mass = 0;
+    float volume = 0;
+
+    bool operator==(const Described&) const = default;
+};
+
+using Hierarchy = std::map<Uuid, Described>;
+
+[[nodiscard]] Hierarchy describe(const KilnWorld& world) {
+    const Tessel::GameObjectManager& manager = world.manager();
+    Hierarchy hierarchy;
+    for (const Tessel::GameObject object : manager.gameObjects()) {
+        Described& described = hierarchy[manager.getGameObjectUuid(object)];
+        described.name = manager.getGameObjectName(object);
+        described.parent = manager.getGameObjectUuid(manager.getParent(object));
+        described.isActive = manager.isActive(object);
+        described.local = manager.findComponent<Tessel::TransformComponent>(object)->local;
+        if (const auto* const cargo = manager.findComponent<CargoComponent>(object)) {
+            described.label = cargo->config.label;
+            described.mass = cargo->config.mass;
+            described.volume = cargo->config.volume;
+        }
+    }
+    return hierarchy;
+}
+
+[[nodiscard]] Hierarchy describe(FloorWorld& world) {
+    Hierarchy hierarchy;
+    for (std::size_t i = 0; i < world.objects().size(); ++i) {
+        const FloorObject& object = world.objects().at(i);
+        Described& described = hierarchy[object.uuid];
+        described.name = object.name;
+        described.parent = object.parent == FloorObject::NONE ? Uuid::ZERO : world.objects().at(object.parent).uuid;
+        described.isActive = object.isActive;
+        for (std::size_t place = 0; place < object.componentsCount; ++place) {
+            described.isActive = described.isActive && object.components[place]->isActive();
+            if (const auto* const transform = dynamic_cast<const FloorTransform*>(object.components[place])) {
+                described.local = transform->local;
+            } else if (const auto* const cargo = dynamic_cast<const FloorCargo*>(object.components[place])) {
+                described.label = cargo->label;
+                described.mass = cargo->mass;
+                described.volume = cargo->volume;
+            }
+        }
+    }
+    return hierarchy;
+}
+
+} // namespace
+
+void expectSameHierarchy(const Workload& workload) {
+    cache(workload.path);
+    KilnWorld world;
+    const Uuid instance = Uuid::generate();
+    world.create(workload.path, instance);
+    const Hierarchy expected = describe(world);
+
+    for (const auto create : {&FloorWorld::createPlain, &FloorWorld::createBest}) {
+        FloorWorld floor;
+        (floor.*create)(workload.nodes, &workload.nested, instance);
+        if (describe(floor) != expected) {
+            throw std::runtime_error(workload.name + ": the floor makes another hierarchy than the library");
+        }
+    }
+}
+
+} // namespace Kiln::Benchmarks
