@@ -43,6 +43,7 @@ std::vector<GameObject> GameObjectPrefab::createGameObjects(CreateConfig& config
         return {GameObject::INVALID_GAME_OBJECT};
     }
     std::vector<GameObjectCreationItem> items;
+    items.reserve(m_nodes.size());
     if (!gatherGameObjectsRecursively(items, config.instanceUuid, config.overrides, false, 0)) {
         return failedCreation();
     }

@@ -96,9 +96,6 @@ bool GameObjectPrefab::gatherGameObjectsRecursively(std::vector<GameObjectCreati
         Report::nestingTooDeep();
         return false;
     }
-    if (depth == 0) {
-        items.reserve(m_nodes.size());
-    }
     for (const SmartPointer<GameObjectDescriptor>& node : m_nodes) {
         const bool isRoot = !findHierarchy(*node);
         if (skipRoots && isRoot) {
