@@ -22,6 +22,14 @@ protected:
     }
 };
 
+TEST_F(Creation, defaultConfig_namesNoWorldAndNothingElse) {
+    const GameObjectPrefab::CreateConfig defaults;
+    EXPECT_EQ(defaults.worldId, -1);
+    EXPECT_EQ(defaults.instanceUuid, Uuid::ZERO);
+    EXPECT_EQ(defaults.overrides, nullptr);
+    EXPECT_THAT(defaults.uuidMap, IsEmpty());
+}
+
 TEST_F(Creation, emptyPrefab_failsSilently) {
     EXPECT_THAT(create(GameObjectPrefab()), IsFailure());
     EXPECT_THAT(logged(), IsEmpty());
