@@ -6,6 +6,8 @@
 #include <resource/data_section.h>
 #include <tessel_asset_loading/loading.h>
 
+#include <thread>
+
 #include <pugixml.hpp>
 
 namespace Kiln::Benchmarks {
@@ -31,10 +33,15 @@ void readWithKiln(benchmark::State& state) {
 void readWithPugixml(benchmark::State& state) {
     const std::string file = filePath(workload(NUMBER).path);
     for (auto iteration : state) {
-        pugi::xml_document document;
-        const Clock::time_point start = Clock::now();
-        const bool isRead = static_cast<bool>(document.load_file(file.c_str()));
-        state.SetIterationTime(Seconds(Clock::now() - start).count());
+        bool isRead = false;
+        // A thread of its own, as workers have: what the allocator keeps for the main thread, which has just held other
+        // workloads, would be to the advantage of the one that runs there.
+        std::thread([&] {
+            pugi::xml_document document;
+            const Clock::time_point start = Clock::now();
+            isRead = static_cast<bool>(document.load_file(file.c_str()));
+            state.SetIterationTime(Seconds(Clock::now() - start).count());
+        }).join();
         if (!isRead) {
             state.SkipWithError("the file is not read");
         }

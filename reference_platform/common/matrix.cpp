@@ -1,5 +1,7 @@
 #include <common/matrix.h>
 
+#include <common/white_space.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -9,14 +11,19 @@ namespace Kiln {
 
 namespace {
 
-constexpr std::string_view WHITE_SPACE = " \t\r\n";
-
 /// Cuts the first word off the text; empty when there is none.
 std::string_view takeWord(std::string_view& text) noexcept {
-    text.remove_prefix(std::min(text.find_first_not_of(WHITE_SPACE), text.size()));
-    const std::string_view word = text.substr(0, text.find_first_of(WHITE_SPACE));
-    text.remove_prefix(word.size());
-    return word;
+    const char* begin = text.data();
+    const char* const end = begin + text.size();
+    while (begin != end && isWhiteSpace(*begin)) {
+        ++begin;
+    }
+    const char* wordEnd = begin;
+    while (wordEnd != end && !isWhiteSpace(*wordEnd)) {
+        ++wordEnd;
+    }
+    text = {wordEnd, end};
+    return {begin, wordEnd};
 }
 
 bool parseFloat(std::string_view word, float& value) noexcept {

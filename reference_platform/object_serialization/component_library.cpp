@@ -3,25 +3,73 @@
 #include <core/log.h>
 #include <object_framework/entry_point.h>
 
+#include <algorithm>
+#include <atomic>
 #include <mutex>
 #include <shared_mutex>
 #include <stdexcept>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace Kiln {
 
+namespace {
+
+/// Records by id, which stay for good, for readers that take no lock: workers ask for every component that they read.
+class RecordTable {
+public:
+    RecordTable() { grow(64); }
+
+    /// Null when there is none.
+    [[nodiscard]] const ComponentRecord* find(std::size_t id) const noexcept {
+        // Acquire, paired with the releases below: whoever sees a table or a record sees what is in it.
+        const Slots& slots = *m_slots.load(std::memory_order_acquire);
+        return id < slots.size() ? slots[id].load(std::memory_order_acquire) : nullptr;
+    }
+
+    /// Ids are below this number.
+    [[nodiscard]] std::size_t count() const noexcept { return m_count.load(std::memory_order_acquire); }
+
+    /// One thread at a time; the id must be free.
+    void insert(std::size_t id, ComponentRecord record) {
+        grow(id + 1);
+        m_records.push_back(std::make_unique<const ComponentRecord>(std::move(record)));
+        (*m_slots.load(std::memory_order_relaxed))[id].store(m_records.back().get(), std::memory_order_release);
+        m_count.store(std::max(count(), id + 1), std::memory_order_release);
+    }
+
+private:
+    using Slots = std::vector<std::atomic<const ComponentRecord*>>;
+
+    void grow(std::size_t size) {
+        const Slots* const old = m_slots.load(std::memory_order_relaxed);
+        if (old && size <= old->size()) {
+            return;
+        }
+        auto larger = std::make_unique<Slots>(std::max(size, old ? 2 * old->size() : 0));
+        for (std::size_t id = 0; old && id < old->size(); ++id) {
+            (*larger)[id].store((*old)[id].load(std::memory_order_relaxed), std::memory_order_relaxed);
+        }
+        m_allSlots.push_back(std::move(larger));
+        m_slots.store(m_allSlots.back().get(), std::memory_order_release);
+    }
+
+    std::atomic<Slots*> m_slots{nullptr};
+    std::atomic<std::size_t> m_count{0};
+    std::vector<std::unique_ptr<Slots>> m_allSlots; ///< The outgrown ones, too: readers may still be in them.
+    std::vector<std::unique_ptr<const ComponentRecord>> m_records;
+};
+
+} // namespace
+
 struct ComponentLibrary::State {
+    RecordTable records; ///< Written under the mutex.
+
     /// Guards the members below; innermost lock.
     mutable std::shared_mutex mutex;
-    std::vector<std::unique_ptr<const ComponentRecord>> records; ///< By id; null where there is none.
     std::unordered_map<std::string, std::size_t> idsByName;
     std::unordered_map<std::type_index, std::size_t> idsByType;
-
-    [[nodiscard]] const ComponentRecord* find(std::size_t id) const {
-        const std::shared_lock lock(mutex);
-        return id < records.size() ? records[id].get() : nullptr;
-    }
 };
 
 ComponentLibrary& ComponentLibrary::instance() {
@@ -39,26 +87,22 @@ ComponentLibrary::~ComponentLibrary() = default;
 void ComponentLibrary::append(ComponentRecord record) {
     const std::unique_lock lock(m_state->mutex);
     const std::size_t id = record.typeId;
-    if (id >= m_state->records.size()) {
-        m_state->records.resize(id + 1);
-    }
-    if (m_state->records[id] || m_state->idsByName.contains(record.name)) {
+    if (m_state->records.find(id) || m_state->idsByName.contains(record.name)) {
         DebugMessageHelper(0, LogSeverity::ERROR, "", "object_serialization/component_library")
             .message("Component '%s' is registered twice; the first registration stays", record.name.c_str());
         return;
     }
     m_state->idsByName.emplace(record.name, id);
     m_state->idsByType.emplace(record.type, id);
-    m_state->records[id] = std::make_unique<const ComponentRecord>(std::move(record));
+    m_state->records.insert(id, std::move(record));
 }
 
 std::size_t ComponentLibrary::componentsCount() const {
-    const std::shared_lock lock(m_state->mutex);
-    return m_state->records.size();
+    return m_state->records.count();
 }
 
 std::string ComponentLibrary::componentName(std::size_t id) const {
-    const ComponentRecord* const record = m_state->find(id);
+    const ComponentRecord* const record = m_state->records.find(id);
     return record ? record->name : std::string();
 }
 
@@ -75,7 +119,7 @@ std::size_t ComponentLibrary::findComponent(const std::type_info& type) const {
 }
 
 const ComponentRecord& ComponentLibrary::componentMeta(std::size_t id) const {
-    const ComponentRecord* const record = m_state->find(id);
+    const ComponentRecord* const record = m_state->records.find(id);
     if (!record) {
         throw std::runtime_error("there is no record of component type " + std::to_string(id));
     }
@@ -83,7 +127,7 @@ const ComponentRecord& ComponentLibrary::componentMeta(std::size_t id) const {
 }
 
 SmartPointer<IComponentDescriptor> ComponentLibrary::createDescriptor(std::size_t id) const {
-    const ComponentRecord* const record = m_state->find(id);
+    const ComponentRecord* const record = m_state->records.find(id);
     return record && record->factory ? record->factory() : nullptr;
 }
 

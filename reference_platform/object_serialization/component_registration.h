@@ -20,8 +20,9 @@ template <class T>
     record.displayName = record.name = name;
     record.category = IComponentDescriptor::DEFAULT_CATEGORY;
     record.version = Tessel::PrefabFormat::DEFAULT_COMPONENT_VERSION;
-    record.factory = [name]() -> SmartPointer<IComponentDescriptor> {
-        return makeSmart<ComponentDescriptor<T>>(name, IComponentDescriptor::DEFAULT_CATEGORY);
+    record.factory = [&texts =
+                          ComponentTexts::of(record.name, record.category)]() -> SmartPointer<IComponentDescriptor> {
+        return makeSmart<ComponentDescriptor<T>>(texts);
     };
     return record;
 }

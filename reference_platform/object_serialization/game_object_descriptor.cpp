@@ -8,11 +8,16 @@
 
 namespace Kiln {
 
+namespace {
+/// Room that is made for a start: a place, what shows, and one thing that the object does.
+constexpr std::size_t TYPICAL_COMPONENTS = 3;
+} // namespace
+
 GameObjectDescriptor::GameObjectDescriptor() = default;
 GameObjectDescriptor::~GameObjectDescriptor() = default;
 
 bool GameObjectDescriptor::isInactiveByDefault() const noexcept {
-    return (m_flags & Tessel::GameObjectFlag::INACTIVE_BY_DEFAULT).any();
+    return (flags() & Tessel::GameObjectFlag::INACTIVE_BY_DEFAULT).any();
 }
 
 IComponentDescriptor* GameObjectDescriptor::findFurtherComponent(Tessel::ComponentTypeId type) const noexcept {
@@ -36,6 +41,9 @@ IComponentDescriptor* GameObjectDescriptor::findComponent(std::string_view name)
 void GameObjectDescriptor::addComponent(SmartPointer<IComponentDescriptor> component) {
     if (!component) {
         return;
+    }
+    if (m_components.empty()) {
+        m_components.reserve(TYPICAL_COMPONENTS);
     }
     if (m_components.size() < m_firstTypes.size()) {
         m_firstTypes[m_components.size()] = component->type();
@@ -92,7 +100,7 @@ void GameObjectDescriptor::updateStateFlags(Tessel::GameObject object) const {
 }
 
 void GameObjectDescriptor::updateStateFlags(Tessel::World& world, Tessel::GameObject object) const {
-    world.manager().setGameObjectFlags(object, m_flags);
+    world.manager().setGameObjectFlags(object, flags());
 }
 
 } // namespace Kiln

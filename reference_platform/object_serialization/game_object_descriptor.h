@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <bitset>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,7 +34,7 @@ public:
     void setName(std::string name) { m_name = std::move(name); }
 
     [[nodiscard]] std::bitset<6> flags() const noexcept { return m_flags; }
-    void setFlags(std::bitset<6> flags) noexcept { m_flags = flags; }
+    void setFlags(std::bitset<6> flags) noexcept { m_flags = static_cast<std::uint8_t>(flags.to_ulong()); }
     [[nodiscard]] bool isInactiveByDefault() const noexcept;
 
     /// Components in the order in which they were added.
@@ -79,9 +80,9 @@ private:
     [[nodiscard]] IComponentDescriptor* findFurtherComponent(Tessel::ComponentTypeId type) const noexcept;
     [[nodiscard]] bool isNestedRoot() const noexcept;
 
+    std::uint8_t m_flags = 0; ///< A byte, where a bitset would take a word.
     Uuid m_uuid;
     std::string m_name;
-    std::bitset<6> m_flags;
     std::array<Tessel::ComponentTypeId, 8> m_firstTypes{}; ///< Of the first components, so that a search stays here.
     std::vector<SmartPointer<IComponentDescriptor>> m_components;
 };

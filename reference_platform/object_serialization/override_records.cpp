@@ -1,5 +1,6 @@
 #include <object_serialization/override_records.h>
 
+#include <common/white_space.h>
 #include <core/log.h>
 
 #include <optional>

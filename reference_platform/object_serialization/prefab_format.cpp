@@ -1,10 +1,13 @@
 #include <object_serialization/prefab_format.h>
 
+#include <common/white_space.h>
 #include <core/log.h>
 #include <object_serialization/property_io.h>
 
+#include <array>
 #include <charconv>
 #include <limits>
+#include <utility>
 
 namespace Kiln::Tessel {
 
@@ -36,12 +39,33 @@ void reportUnreadable(const DataSection& document, DataNode node, const std::str
                  document.source().c_str(), document.positionOf(node).line);
 }
 
-/// A number from a child's text: `absent` without such a child; `unreadable`, with an error in the log, when the text
-/// is not a decimal number below `limit`.
+/// Finds children that stand in the order in which they are asked for, each once, without looking at others.
+class ChildFinder {
+public:
+    explicit ChildFinder(DataNode parent) : m_parent(parent), m_next(parent.firstChild()) {}
+
+    /// The first child of that name; null when there is none.
+    DataNode find(std::string_view name) {
+        if (m_next.isNamed(name)) {
+            return std::exchange(m_next, m_next.nextSibling());
+        }
+        const DataNode found = m_parent.child(name);
+        if (found) {
+            m_next = {}; // What follows may stand before `found`, too.
+        }
+        return found;
+    }
+
+private:
+    DataNode m_parent;
+    DataNode m_next; ///< After the children found so far, while those are all that stand before it.
+};
+
+/// A number from a node's text: `absent` for a null node; `unreadable`, with an error in the log, when the text is not
+/// a decimal number up to `limit`.
 template <class Number>
-[[nodiscard]] Number readNumber(const DataSection& document, DataNode parent, std::string_view name, Number absent,
-                                Number unreadable, Number limit = std::numeric_limits<Number>::max()) {
-    const DataNode node = parent.child(name);
+[[nodiscard]] Number readNumber(const DataSection& document, DataNode node, Number absent, Number unreadable,
+                                Number limit = std::numeric_limits<Number>::max()) {
     if (!node) {
         return absent;
     }
@@ -56,20 +80,26 @@ template <class Number>
     return number;
 }
 
-void writeText(DataNode parent, std::string_view name, std::string_view text) {
-    const DataNode existing = parent.child(name);
-    (existing ? existing : parent.append(name)).setText(text);
+/// Writes a number into a node, which is made under `parent` when it is null.
+template <class Number>
+void writeNumber(DataNode& node, DataNode parent, std::string_view name, Number number) {
+    if (!node) {
+        node = parent.append(name);
+    }
+    std::array<char, std::numeric_limits<Number>::digits10 + 2> text;
+    node.setText({text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr});
 }
 
 template <class Number>
 void writeNumber(DataNode parent, std::string_view name, Number number) {
-    writeText(parent, name, std::to_string(number));
+    DataNode node = parent.child(name);
+    writeNumber(node, parent, name, number);
 }
 
 [[nodiscard]] std::vector<DataNode> childrenNamed(DataNode parent, std::string_view name) {
     std::vector<DataNode> children;
     for (DataNode child = parent.firstChild(); child; child = child.nextSibling()) {
-        if (child.name() == name) {
+        if (child.isNamed(name)) {
             children.push_back(child);
         }
     }
@@ -80,7 +110,8 @@ void writeNumber(DataNode parent, std::string_view name, Number number) {
 
 SmartPointer<GameObjectDescriptor> GameObjectData::getDescriptor() const {
     SmartPointer<GameObjectDescriptor> descriptor = makeSmart<GameObjectDescriptor>();
-    const DataNode uuidNode = m_node.child(UUID);
+    ChildFinder children(m_node);
+    const DataNode uuidNode = children.find(UUID);
     std::string scratch;
     const std::string_view uuidText = trimWhiteSpace(uuidNode.text(scratch));
     if (const std::optional<Uuid> uuid = Uuid::fromString(uuidText)) {
@@ -90,8 +121,8 @@ SmartPointer<GameObjectDescriptor> GameObjectData::getDescriptor() const {
             .message("A game object's UUID can't be read from '%s' (%s, line %zu)", std::string(uuidText).c_str(),
                      m_document->source().c_str(), m_document->positionOf(uuidNode ? uuidNode : m_node).line);
     }
-    descriptor->setName(m_node.child(NAME).text());
-    descriptor->setFlags(readNumber<std::uint32_t>(*m_document, m_node, FLAGS, 0, 0, FLAGS_LIMIT - 1));
+    descriptor->setName(children.find(NAME).text());
+    descriptor->setFlags(readNumber<std::uint32_t>(*m_document, children.find(FLAGS), 0, 0, FLAGS_LIMIT - 1));
     return descriptor;
 }
 
@@ -100,35 +131,52 @@ GameObjectPool::GameObjectPool(SmartPointer<DataSection> section)
 
 void GameObjectPool::addGameObject(const SmartPointer<GameObjectDescriptor>& descriptor) {
     const DataNode node = m_section->node().append(GAME_OBJECT);
-    writeText(node, UUID, descriptor->uuid().toString());
-    writeText(node, NAME, descriptor->name());
-    writeNumber(node, FLAGS, descriptor->flags().to_ulong());
+    node.append(UUID).setText(descriptor->uuid().toString());
+    node.append(NAME).setText(descriptor->name());
+    DataNode flags;
+    writeNumber(flags, node, FLAGS, descriptor->flags().to_ulong());
     m_nodes.push_back(node);
 }
 
+ComponentItem::ComponentItem(const DataSection& document, const std::string& componentName, DataNode node)
+    : m_document(&document), m_componentName(&componentName), m_node(node) {
+    ChildFinder children(node);
+    m_gameObject = children.find(GAME_OBJECT);
+    m_options = children.find(OPTIONS);
+    m_properties = children.find(PROPERTIES);
+}
+
 std::uint64_t ComponentItem::getGameObjectIndex() const {
-    return readNumber(*m_document, m_node, GAME_OBJECT, NO_GAME_OBJECT, NO_GAME_OBJECT);
+    return readNumber(*m_document, m_gameObject, NO_GAME_OBJECT, NO_GAME_OBJECT);
+}
+
+void ComponentItem::setGameObjectIndex(std::uint64_t index) {
+    writeNumber(m_gameObject, m_node, GAME_OBJECT, index);
 }
 
 ComponentOptions ComponentItem::getInstanceOptions() const {
-    return ComponentOptions(readNumber(*m_document, m_node, OPTIONS, ALL_ROLES.bits(), ALL_ROLES.bits()));
+    return ComponentOptions(readNumber(*m_document, m_options, ALL_ROLES.bits(), ALL_ROLES.bits()));
 }
 
 void ComponentItem::setInstanceOptions(ComponentOptions options) {
-    writeNumber(m_node, OPTIONS, options.bits());
+    writeNumber(m_options, m_node, OPTIONS, options.bits());
 }
 
 void ComponentItem::constructConfig(const mirra::ReflectedObject& configuration,
                                     const DeseriralizeErrorHandler* handler) const {
-    readProperties(*m_document, m_node.child(PROPERTIES), configuration, *m_componentName, handler);
+    readProperties(*m_document, m_properties, configuration, *m_componentName, handler);
 }
 
 void ComponentItem::storeConfig(const mirra::ReflectedObject& configuration) {
-    writeProperties(m_node.append(PROPERTIES), configuration);
+    const DataNode properties = m_node.append(PROPERTIES);
+    if (!m_properties) {
+        m_properties = properties;
+    }
+    writeProperties(properties, configuration);
 }
 
 std::optional<PropertyItem> ComponentItem::findProperty(std::string_view name) const {
-    const DataNode property = m_node.child(PROPERTIES).child(name);
+    const DataNode property = m_properties.child(name);
     return property ? std::optional(PropertyItem(property)) : std::nullopt;
 }
 
@@ -138,8 +186,8 @@ ComponentPool::ComponentPool(SmartPointer<DataSection> section)
       m_items(childrenNamed(m_section->node(), ITEM)) {}
 
 std::uint32_t ComponentPool::getComponentVersion() const {
-    return readNumber<std::uint32_t>(*m_section, m_section->node(), VERSION, PrefabFormat::DEFAULT_COMPONENT_VERSION,
-                                     0);
+    return readNumber<std::uint32_t>(*m_section, m_section->node().child(VERSION),
+                                     PrefabFormat::DEFAULT_COMPONENT_VERSION, 0);
 }
 
 void ComponentPool::setComponentVersion(std::uint32_t version) {
@@ -148,9 +196,10 @@ void ComponentPool::setComponentVersion(std::uint32_t version) {
 
 ComponentItem ComponentPool::addComponent(std::uint64_t gameObjectIndex) {
     const DataNode node = m_section->node().append(ITEM);
-    writeNumber(node, GAME_OBJECT, gameObjectIndex);
     m_items.push_back(node);
-    return {*m_section, m_type, node};
+    ComponentItem item(*m_section, m_type, node);
+    item.setGameObjectIndex(gameObjectIndex);
+    return item;
 }
 
 ComponentPoolStorage::ComponentPoolStorage(SmartPointer<DataSection> section) : m_section(std::move(section)) {
@@ -189,7 +238,7 @@ PrefabFormat::PrefabFormat(SmartPointer<DataSection> section) : m_section(std::m
 PrefabFormat::~PrefabFormat() = default;
 
 std::uint32_t PrefabFormat::getFormatVersion() const {
-    return m_section ? readNumber<std::uint32_t>(*m_section, m_section->node(), FORMAT_VERSION_NAME, 0, 0) : 0;
+    return m_section ? readNumber<std::uint32_t>(*m_section, m_section->node().child(FORMAT_VERSION_NAME), 0, 0) : 0;
 }
 
 void PrefabFormat::setFormatVersion(std::uint32_t version) {

@@ -68,8 +68,7 @@ private:
 /// One stored component.
 class KILN_OBJECT_SERIALIZATION_EXPORT ComponentItem {
 public:
-    ComponentItem(const DataSection& document, const std::string& componentName, DataNode node)
-        : m_document(&document), m_componentName(&componentName), m_node(node) {}
+    ComponentItem(const DataSection& document, const std::string& componentName, DataNode node);
 
     /// Index of the game object that owns the component; 2^64 - 1 when it is missing or does not read.
     [[nodiscard]] std::uint64_t getGameObjectIndex() const;
@@ -87,9 +86,16 @@ public:
     [[nodiscard]] std::optional<PropertyItem> findProperty(std::string_view name) const;
 
 private:
+    friend class ComponentPool;
+
+    void setGameObjectIndex(std::uint64_t index);
+
     const DataSection* m_document;
     const std::string* m_componentName;
     DataNode m_node;
+    DataNode m_gameObject; ///< Children, null where there is none.
+    DataNode m_options;
+    DataNode m_properties;
 };
 
 /// The stored components of one type.

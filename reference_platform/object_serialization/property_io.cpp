@@ -1,5 +1,6 @@
 #include <object_serialization/property_io.h>
 
+#include <common/white_space.h>
 #include <core/formatter.h>
 #include <core/log.h>
 #include <object_serialization/override_records.h>
@@ -23,7 +24,7 @@ public:
         // Files list properties in the order of their description, so the search starts after the last one found.
         std::size_t expected = 0;
         for (DataNode child = properties.firstChild(); child; child = child.nextSibling()) {
-            const mirra::Property* const property = findProperty(metaObject, child.name(), expected);
+            const mirra::Property* const property = findProperty(metaObject, child, expected);
             if (!property) {
                 report(LogSeverity::WARNING, child, "is not known and is skipped");
                 continue;
@@ -34,14 +35,18 @@ public:
 
 private:
     [[nodiscard]] static const mirra::Property* findProperty(const mirra::BaseStaticMetaObject& metaObject,
-                                                             std::string_view name, std::size_t& expected) {
+                                                             DataNode node, std::size_t& expected) {
         const std::vector<mirra::Property>& properties = metaObject.properties();
+        std::size_t place = expected;
         for (std::size_t i = 0; i < properties.size(); ++i) {
-            const std::size_t place = (expected + i) % properties.size();
-            if (properties[place].name == name) {
+            if (place == properties.size()) {
+                place = 0;
+            }
+            if (node.isNamed(properties[place].name)) {
                 expected = place + 1;
                 return &properties[place];
             }
+            ++place;
         }
         return nullptr;
     }
@@ -63,7 +68,7 @@ private:
         case mirra::ValueKind::VECTOR:
             type.clearElements(value);
             for (DataNode element = node.firstChild(); element; element = element.nextSibling()) {
-                if (element.name() == "value") {
+                if (element.isNamed("value")) {
                     readValue(element, *type.elementType(), type.appendElement(value), depth + 1);
                 } else {
                     report(LogSeverity::WARNING, element, "is not an element of a vector and is skipped");

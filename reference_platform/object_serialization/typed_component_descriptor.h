@@ -3,9 +3,9 @@
 #include <object_framework/entry_point.h>
 #include <object_framework/world.h>
 #include <object_serialization/component_descriptor.h>
+#include <object_serialization/component_texts.h>
 #include <object_serialization/property_io.h>
 
-#include <memory>
 #include <string>
 #include <utility>
 
@@ -21,12 +21,15 @@ class ComponentDescriptor final : public IComponentDescriptor {
 public:
     using Config = typename T::Config;
 
-    ComponentDescriptor(std::string name, std::string category)
-        : m_name(std::move(name)), m_libraryPath("components/" + m_name), m_category(std::move(category)) {}
+    explicit ComponentDescriptor(const ComponentTexts& texts) : m_texts(&texts) {}
+    ComponentDescriptor(const std::string& name, const std::string& category)
+        : ComponentDescriptor(ComponentTexts::of(name, category)) {}
 
-    [[nodiscard]] const std::string& name() const override { return m_name; }
-    [[nodiscard]] const std::string& libraryPath() const override { return m_libraryPath; }
-    [[nodiscard]] const std::string& category() const override { return m_category; }
+    ~ComponentDescriptor() override { dropChanges(); }
+
+    [[nodiscard]] const std::string& name() const override { return m_texts->name; }
+    [[nodiscard]] const std::string& libraryPath() const override { return m_texts->libraryPath; }
+    [[nodiscard]] const std::string& category() const override { return m_texts->category; }
 
     void removeFromObject(Tessel::GameObject object) override {
         Tessel::GameObjectManager* const manager = Tessel::getGameObjectManager(object);
@@ -58,10 +61,10 @@ public:
         }
         const mirra::BaseStaticMetaObject* const meta = configMeta();
         if (meta && meta->containsLinks()) {
-            IComponentDescriptor::resolveLinks(creation, *meta, m_changed ? m_changed.get() : &m_prefabProperties);
+            IComponentDescriptor::resolveLinks(creation, *meta, m_editable ? m_editable : &m_prefabProperties);
         }
         creation.addComponent(make(creation.world()), Tessel::NativeComponent<T>::getType());
-        if (m_changed) {
+        if (isOffPrefabProperties()) {
             setupOverrides(nullptr);
         }
     }
@@ -80,43 +83,38 @@ public:
 
     [[nodiscard]] mirra::ReflectedObject configuration() override { return view(config()); }
     [[nodiscard]] mirra::ReflectedObject viewConfiguration() override {
-        return view(m_changed ? *m_changed : m_prefabProperties);
+        return view(m_editable ? *m_editable : m_prefabProperties);
     }
 
     void storePrefabProperties() override {
-        if (m_changed) {
-            m_prefabProperties = std::move(*m_changed);
-            m_changed.reset();
+        if (isOffPrefabProperties()) {
+            m_prefabProperties = std::move(*m_editable);
         }
-        m_areStored = true;
+        dropChanges();
     }
 
     void setupOverrides(const ComponentOverrideRecords* overrides) override {
-        if (!m_areStored) {
-            storePrefabProperties();
-        }
-        m_changed.reset();
+        dropChanges();
         if (overrides) {
-            applyOverrides(*overrides, view(config()), m_name);
+            applyOverrides(*overrides, view(config()), name());
         }
     }
 
-    [[nodiscard]] bool isOffPrefabProperties() const override { return m_changed != nullptr; }
+    [[nodiscard]] bool isOffPrefabProperties() const override {
+        return m_editable != nullptr && m_editable != &m_prefabProperties;
+    }
 
     [[nodiscard]] bool hasLinks() const override { return configMeta() && configMeta()->containsLinks(); }
 
     /// The configuration as it stands.
-    [[nodiscard]] const Config& config() const { return m_changed ? *m_changed : m_prefabProperties; }
+    [[nodiscard]] const Config& config() const { return m_editable ? *m_editable : m_prefabProperties; }
 
     /// The configuration, to be changed until it is stored or restored.
     [[nodiscard]] Config& config() {
-        if (!m_areStored) {
-            return m_prefabProperties;
+        if (!m_editable) {
+            m_editable = new Config(m_prefabProperties);
         }
-        if (!m_changed) {
-            m_changed = std::make_unique<Config>(m_prefabProperties);
-        }
-        return *m_changed;
+        return *m_editable;
     }
 
     /// The prefab's own values.
@@ -127,8 +125,8 @@ public:
     template <class Value>
     void setState(Value Config::*member, Value value) {
         m_prefabProperties.*member = value;
-        if (m_changed) {
-            (*m_changed).*member = value;
+        if (isOffPrefabProperties()) {
+            m_editable->*member = value;
         }
     }
 
@@ -151,12 +149,20 @@ private:
         return object;
     }
 
+    /// Ends the time before the first store, too.
+    void dropChanges() {
+        if (isOffPrefabProperties()) {
+            delete m_editable;
+        }
+        m_editable = nullptr;
+    }
+
+    const ComponentTexts* m_texts;
     Config m_prefabProperties;
-    std::unique_ptr<Config> m_changed; ///< The configuration while it differs from the prefab's own values.
-    bool m_areStored = false;          ///< Before the first store, both faces are one.
-    std::string m_name;
-    std::string m_libraryPath;
-    std::string m_category;
+
+    /// The configuration that changes go to: before the first store, when both faces are one, the prefab's own values;
+    /// later an owned copy, null until it is needed. One pointer, because there is a descriptor per stored component.
+    Config* m_editable = &m_prefabProperties;
 };
 
 } // namespace Kiln

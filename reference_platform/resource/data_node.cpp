@@ -2,6 +2,7 @@
 
 #include <core/log.h>
 
+#include <bit>
 #include <new>
 #include <string>
 #include <utility>
@@ -14,11 +15,24 @@ namespace {
 
 constexpr const char* SOURCE = "reference_platform/resource/data_node";
 
+// A pugi::xml_node is a pointer to the element and nothing else. Its constructor, and what gives the pointer back, are
+// calls into the library, which cost as much as a step from one element to the next.
+pugi::xml_node handle(pugi::xml_node_struct* element) noexcept {
+    return std::bit_cast<pugi::xml_node>(element);
+}
+
+DataNode cursor(pugi::xml_node node) noexcept {
+    return DataNode(std::bit_cast<pugi::xml_node_struct*>(node));
+}
+
 DataNode elementAtOrAfter(pugi::xml_node node) noexcept {
-    while (node && node.type() != pugi::node_element) {
+    while (true) {
+        const pugi::xml_node_type type = node.type();
+        if (type == pugi::node_element || type == pugi::node_null) {
+            return cursor(node);
+        }
         node = node.next_sibling();
     }
-    return DataNode(node.internal_object());
 }
 
 bool isText(pugi::xml_node node) noexcept {
@@ -38,20 +52,31 @@ void removeTextChildren(pugi::xml_node element) {
 } // namespace
 
 std::string_view DataNode::name() const noexcept {
-    return pugi::xml_node(m_element).name();
+    return handle(m_element).name();
+}
+
+bool DataNode::isNamed(std::string_view name) const noexcept {
+    const char* own = handle(m_element).name();
+    for (const char character : name) {
+        if (*own != character || character == '\0') {
+            return false;
+        }
+        ++own;
+    }
+    return *own == '\0';
 }
 
 DataNode DataNode::firstChild() const noexcept {
-    return elementAtOrAfter(pugi::xml_node(m_element).first_child());
+    return elementAtOrAfter(handle(m_element).first_child());
 }
 
 DataNode DataNode::nextSibling() const noexcept {
-    return elementAtOrAfter(pugi::xml_node(m_element).next_sibling());
+    return elementAtOrAfter(handle(m_element).next_sibling());
 }
 
 DataNode DataNode::child(std::string_view name) const noexcept {
     DataNode child = firstChild();
-    while (child && child.name() != name) {
+    while (child && !child.isNamed(name)) {
         child = child.nextSibling();
     }
     return child;
@@ -67,10 +92,10 @@ std::size_t DataNode::childrenCount() const noexcept {
 
 std::string_view DataNode::text(std::string& scratch) const {
     // The first piece is embedded in the element itself, unless it is CDATA or follows a child.
-    const pugi::xml_node element(m_element);
+    const pugi::xml_node element = handle(m_element);
     std::string_view text = element.value();
     bool isInScratch = false;
-    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+    for (pugi::xml_node child = element.first_child(); cursor(child); child = child.next_sibling()) {
         if (!isText(child)) {
             continue;
         }
@@ -99,11 +124,11 @@ DataNode DataNode::append(std::string_view name) const {
     if (!m_element) {
         return {};
     }
-    pugi::xml_node child = pugi::xml_node(m_element).append_child(pugi::node_element);
+    pugi::xml_node child = handle(m_element).append_child(pugi::node_element);
     if (!child.set_name(std::string(name).c_str())) {
         throw std::bad_alloc();
     }
-    return DataNode(child.internal_object());
+    return cursor(child);
 }
 
 void DataNode::setText(std::string_view text) const {
@@ -117,7 +142,7 @@ void DataNode::setText(std::string_view text) const {
             .message("NUL bytes are left out of the text of '%s': XML has no form for them", name().data());
     }
 
-    const pugi::xml_node element(m_element);
+    const pugi::xml_node element = handle(m_element);
     removeTextChildren(element);
     const bool isTextEmpty = *element.value() == '\0';
     if (newText.empty() && isTextEmpty) {
@@ -129,7 +154,7 @@ void DataNode::setText(std::string_view text) const {
 }
 
 std::ptrdiff_t DataNode::offset() const noexcept {
-    return pugi::xml_node(m_element).offset_debug();
+    return handle(m_element).offset_debug();
 }
 
 } // namespace Kiln

@@ -26,6 +26,9 @@ public:
 
     [[nodiscard]] std::string_view name() const noexcept;
 
+    /// Whether the name is `name`; cheaper than a comparison with name().
+    [[nodiscard]] bool isNamed(std::string_view name) const noexcept;
+
     /// Child elements; text, comments and the like between them are passed over.
     [[nodiscard]] DataNode firstChild() const noexcept;
     [[nodiscard]] DataNode nextSibling() const noexcept;

@@ -1,5 +1,6 @@
 #include <resource/data_section.h>
 
+#include <common/white_space.h>
 #include <core/log.h>
 #include <resource/data_document.h>
 #include <resource/file_content.h>
@@ -201,15 +202,6 @@ bool DataSection::saveFile(const std::string& fileName) const {
     DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
         .message("Cannot write '%s': %s", fileName.c_str(), problem.c_str());
     return false;
-}
-
-std::string_view trimWhiteSpace(std::string_view text) noexcept {
-    constexpr std::string_view WHITE_SPACE = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(WHITE_SPACE);
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    return text.substr(first, text.find_last_not_of(WHITE_SPACE) - first + 1);
 }
 
 } // namespace Kiln

@@ -134,7 +134,4 @@ private:
     DataNode m_node;
 };
 
-/// Removes white space (space, tab, CR, LF) from both ends.
-[[nodiscard]] KILN_RESOURCE_EXPORT std::string_view trimWhiteSpace(std::string_view text) noexcept;
-
 } // namespace Kiln

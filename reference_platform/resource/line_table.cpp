@@ -1,7 +1,12 @@
 #include <resource/line_table.h>
 
 #include <algorithm>
-#include <cstring>
+#include <array>
+#include <bit>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace Kiln {
 
@@ -9,35 +14,57 @@ namespace {
 
 constexpr std::string_view BYTE_ORDER_MARK = "\xef\xbb\xbf";
 
-// A typical line of an indented file; an estimate for the first allocation only.
-constexpr std::size_t EXPECTED_LINE_LENGTH = 32;
+constexpr std::size_t WORD_BITS = 64;
+
+/// One bit for each of the next 64 bytes that is a line end.
+[[nodiscard]] std::uint64_t lineEndsIn(const char* bytes) noexcept {
+    std::uint64_t ends = 0;
+#if defined(__SSE2__)
+    const __m128i newline = _mm_set1_epi8('\n');
+    for (std::size_t i = 0; i < WORD_BITS; i += sizeof(__m128i)) {
+        const __m128i piece = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i));
+        const auto mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(piece, newline)));
+        ends |= static_cast<std::uint64_t>(mask) << i;
+    }
+#else
+    for (std::size_t i = 0; i < WORD_BITS; ++i) {
+        ends |= static_cast<std::uint64_t>(bytes[i] == '\n') << i;
+    }
+#endif
+    return ends;
+}
 
 } // namespace
 
-LineTable::LineTable(std::string_view text) {
-    m_lineStarts.reserve(text.size() / EXPECTED_LINE_LENGTH + 1);
-    m_lineStarts.push_back(text.starts_with(BYTE_ORDER_MARK) ? BYTE_ORDER_MARK.size() : 0);
-    const char* position = text.data();
-    const char* const end = position + text.size();
-    while (position != end) {
-        const void* newline = std::memchr(position, '\n', static_cast<std::size_t>(end - position));
-        if (!newline) {
-            break;
-        }
-        position = static_cast<const char*>(newline) + 1;
-        m_lineStarts.push_back(static_cast<std::size_t>(position - text.data()));
+LineTable::LineTable(std::string_view text)
+    : m_textStart(text.starts_with(BYTE_ORDER_MARK) ? BYTE_ORDER_MARK.size() : 0) {
+    m_lineEnds.reserve(text.size() / WORD_BITS + 1);
+    for (; text.size() >= WORD_BITS; text.remove_prefix(WORD_BITS)) {
+        m_lineEnds.push_back(lineEndsIn(text.data()));
     }
-    m_lineStarts.shrink_to_fit();
+    std::array<char, WORD_BITS> rest{};
+    std::copy(text.begin(), text.end(), rest.begin());
+    m_lineEnds.push_back(lineEndsIn(rest.data()));
 }
 
 DataPosition LineTable::positionAt(std::size_t offset) const {
-    if (m_lineStarts.empty()) {
+    if (m_lineEnds.empty()) {
         return {};
     }
-    auto next = std::upper_bound(m_lineStarts.begin() + 1, m_lineStarts.end(), offset);
+    std::call_once(m_areLinesListed, [this] { listLines(); });
+    const auto next = std::upper_bound(m_lineStarts.begin() + 1, m_lineStarts.end(), offset);
     const std::size_t lineStart = *(next - 1);
     const std::size_t column = offset < lineStart ? 0 : offset - lineStart;
     return {static_cast<std::size_t>(next - m_lineStarts.begin()), column + 1};
+}
+
+void LineTable::listLines() const {
+    m_lineStarts.push_back(m_textStart);
+    for (std::size_t word = 0; word < m_lineEnds.size(); ++word) {
+        for (std::uint64_t ends = m_lineEnds[word]; ends != 0; ends &= ends - 1) {
+            m_lineStarts.push_back(word * WORD_BITS + static_cast<std::size_t>(std::countr_zero(ends)) + 1);
+        }
+    }
 }
 
 } // namespace Kiln

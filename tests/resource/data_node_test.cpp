@@ -1,3 +1,4 @@
+#include <common/white_space.h>
 #include <resource/data_section.h>
 
 #include <string>

@@ -167,12 +167,4 @@ TEST(DataSection, manyThreadsRead_allSeeTheSame) {
     EXPECT_EQ(wrongReads, 0);
 }
 
-TEST(TrimWhiteSpace, removesItFromBothEnds) {
-    EXPECT_EQ(trimWhiteSpace(" \t\r\na b\n "), "a b");
-    EXPECT_EQ(trimWhiteSpace("a"), "a");
-    EXPECT_EQ(trimWhiteSpace(" \n "), "");
-    EXPECT_EQ(trimWhiteSpace(""), "");
-    EXPECT_EQ(trimWhiteSpace("\va"), "\va");
-}
-
 } // namespace Kiln

@@ -1,6 +1,7 @@
 // The documentation's examples are pieces of compiled samples and of documents that load.
 
 #include <build_paths.h>
+#include <common/white_space.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <object_serialization/override_records.h>

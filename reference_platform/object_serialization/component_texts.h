@@ -1,0 +1,20 @@
+#pragma once
+
+#include <object_serialization/export.h>
+
+#include <string>
+
+namespace Kiln {
+
+/// The texts that all descriptors of one component type have in common.
+struct ComponentTexts {
+    std::string name;
+    std::string libraryPath; ///< "components/" followed by the name.
+    std::string category;
+
+    /// The texts of that name and category, which stay where they are until the process ends. Any thread.
+    [[nodiscard]] KILN_OBJECT_SERIALIZATION_EXPORT static const ComponentTexts& of(const std::string& name,
+                                                                                   const std::string& category);
+};
+
+} // namespace Kiln
