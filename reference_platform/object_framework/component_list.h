@@ -1,5 +1,6 @@
 #pragma once
 
+#include <core/non_copyable.h>
 #include <tessel_foundation/component.h>
 
 #include <algorithm>
@@ -8,78 +9,160 @@
 #include <cstdint>
 #include <memory>
 #include <utility>
+#include <vector>
 
 namespace Kiln::Tessel {
 
-/// The components of one game object, in the order in which they were added. They are few, so they are searched
-/// linearly, and up to IN_PLACE of them take no memory of their own.
-class ComponentList {
+/// Number of a kind of component: its type, and how its memory is given back.
+using ComponentKind = std::uint16_t;
+
+/// The kinds of component that a world has met. An object's components are held by pointer and kind, which takes less
+/// than half of what owning pointers with their types would.
+class ComponentKinds {
 public:
-    struct Entry {
-        ComponentPointer component;
-        ComponentTypeId type = 0;
+    /// The kind of that type and deleter, entered when it is new.
+    [[nodiscard]] ComponentKind of(ComponentTypeId type, IComponentDeleter deleter) {
+        if (type < m_firstOfType.size()) {
+            const ComponentKind known = m_firstOfType[type];
+            if (known < m_kinds.size() && m_kinds[known].isOf(type, deleter)) {
+                return known;
+            }
+        }
+        return search(type, deleter);
+    }
+
+    [[nodiscard]] ComponentTypeId type(ComponentKind kind) const noexcept { return m_kinds[kind].type; }
+    [[nodiscard]] IComponentDeleter deleter(ComponentKind kind) const noexcept { return m_kinds[kind].deleter; }
+
+private:
+    struct Kind {
+        ComponentTypeId type;
+        IComponentDeleter deleter;
+
+        [[nodiscard]] bool isOf(ComponentTypeId otherType, IComponentDeleter otherDeleter) const noexcept {
+            return type == otherType && deleter.deallocate == otherDeleter.deallocate;
+        }
     };
 
-    static constexpr std::uint32_t IN_PLACE = 4;
+    [[nodiscard]] ComponentKind search(ComponentTypeId type, IComponentDeleter deleter) {
+        const auto known =
+            std::find_if(m_kinds.begin(), m_kinds.end(), [&](const Kind& kind) { return kind.isOf(type, deleter); });
+        const auto number = static_cast<ComponentKind>(known - m_kinds.begin());
+        if (known == m_kinds.end()) {
+            m_kinds.push_back({type, deleter});
+            m_firstOfType.resize(std::max(m_firstOfType.size(), type + std::size_t{1}), NONE);
+            if (m_firstOfType[type] == NONE) {
+                m_firstOfType[type] = number;
+            }
+        }
+        return number;
+    }
+
+    static constexpr ComponentKind NONE = 0xFFFF;
+
+    std::vector<Kind> m_kinds;
+    std::vector<ComponentKind> m_firstOfType; ///< By type; NONE for one that was not met.
+};
+
+/// The components of one game object, in the order in which they were added. They are few, so they are searched
+/// linearly, and up to IN_PLACE of them take no memory of their own.
+///
+/// Owns the components, but knows only with their kinds how to give them back: the holder empties it.
+class ComponentList : NonCopyable {
+public:
+    static constexpr std::size_t IN_PLACE = 3;
+    static constexpr std::size_t NONE = static_cast<std::size_t>(-1);
+
+    ComponentList() noexcept : m_inPlace{} {}
+    ~ComponentList() {
+        if (isOnHeap()) {
+            delete m_entries;
+        }
+    }
 
     [[nodiscard]] bool empty() const noexcept { return m_size == 0; }
     [[nodiscard]] std::size_t size() const noexcept { return m_size; }
-    [[nodiscard]] Entry* begin() noexcept { return m_entries ? m_entries.get() : m_inPlace.data(); }
-    [[nodiscard]] Entry* end() noexcept { return begin() + m_size; }
 
-    /// Null when there is none of that type.
-    [[nodiscard]] Entry* find(ComponentTypeId type) noexcept {
-        for (Entry& entry : *this) {
-            if (entry.type == type) {
-                return &entry;
+    [[nodiscard]] IComponent& component(std::size_t index) const noexcept {
+        return *(isOnHeap() ? (*m_entries)[index].component : m_inPlace[index]);
+    }
+    [[nodiscard]] ComponentKind kind(std::size_t index) const noexcept {
+        return isOnHeap() ? (*m_entries)[index].kind : m_kinds[index];
+    }
+
+    /// Index of the component of that type; NONE when there is none.
+    [[nodiscard]] std::size_t find(ComponentTypeId type, const ComponentKinds& kinds) const noexcept {
+        for (std::size_t index = 0; index < size(); ++index) {
+            if (kinds.type(kind(index)) == type) {
+                return index;
             }
         }
-        return nullptr;
+        return NONE;
     }
 
-    /// Whether `types`, as made by bitOf(), can all be there; no says that one is not.
-    [[nodiscard]] bool mayHaveAll(std::uint64_t types) const noexcept { return (m_types & types) == types; }
-    [[nodiscard]] static std::uint64_t bitOf(ComponentTypeId type) noexcept { return std::uint64_t{1} << (type % 64U); }
-
-    void add(ComponentPointer component, ComponentTypeId type) {
-        if (m_size == m_capacity) {
-            grow();
+    void add(ComponentPointer component, ComponentKinds& kinds, ComponentTypeId type) {
+        const ComponentKind itsKind = kinds.of(type, component.get_deleter());
+        if (m_size < IN_PLACE) {
+            m_inPlace[m_size] = component.get();
+            m_kinds[m_size] = itsKind;
+        } else {
+            if (!isOnHeap()) {
+                moveToHeap();
+            }
+            m_entries->push_back({component.get(), itsKind});
         }
-        Entry& entry = begin()[m_size++];
-        entry.component = std::move(component);
-        entry.type = type;
-        m_types |= bitOf(type);
+        component.release();
+        ++m_size;
     }
 
-    void erase(Entry* entry) noexcept {
-        const ComponentPointer erased = std::move(entry->component); // Destroyed when the list is whole again.
-        std::move(entry + 1, end(), entry);
-        --m_size;
-        m_types = 0;
-        for (const Entry& other : *this) {
-            m_types |= bitOf(other.type);
+    /// Takes a component out.
+    [[nodiscard]] ComponentPointer remove(std::size_t index, const ComponentKinds& kinds) noexcept {
+        ComponentPointer removed(&component(index), kinds.deleter(kind(index)));
+        if (isOnHeap()) {
+            m_entries->erase(m_entries->begin() + static_cast<std::ptrdiff_t>(index));
+            if (m_entries->size() == IN_PLACE) {
+                moveInPlace();
+            }
+        } else {
+            std::copy(m_inPlace + index + 1, m_inPlace + m_size, m_inPlace + index);
+            std::copy(m_kinds.begin() + index + 1, m_kinds.begin() + m_size, m_kinds.begin() + index);
         }
-    }
-
-    void removeLast() noexcept {
         --m_size;
-        begin()[m_size].component.reset();
+        return removed;
     }
 
 private:
-    void grow() {
-        const std::uint32_t capacity = m_capacity * 2;
-        auto entries = std::make_unique<Entry[]>(capacity);
-        std::move(begin(), end(), entries.get());
-        m_entries = std::move(entries);
-        m_capacity = capacity;
+    struct Entry {
+        IComponent* component;
+        ComponentKind kind;
+    };
+    using Entries = std::vector<Entry>;
+
+    [[nodiscard]] bool isOnHeap() const noexcept { return m_size > IN_PLACE; }
+
+    void moveToHeap() {
+        auto entries = std::make_unique<Entries>();
+        entries->reserve(2 * IN_PLACE);
+        for (std::size_t index = 0; index < IN_PLACE; ++index) {
+            entries->push_back({m_inPlace[index], m_kinds[index]});
+        }
+        m_entries = entries.release();
     }
 
-    std::uint64_t m_types = 0; ///< A bit for each type, shared by every 64th.
-    std::uint32_t m_size = 0;
-    std::uint32_t m_capacity = IN_PLACE;
-    std::array<Entry, IN_PLACE> m_inPlace;
-    std::unique_ptr<Entry[]> m_entries; ///< In place of m_inPlace, once that was too small.
+    void moveInPlace() noexcept {
+        const std::unique_ptr<Entries> entries(m_entries);
+        for (std::size_t index = 0; index < IN_PLACE; ++index) {
+            m_inPlace[index] = (*entries)[index].component;
+            m_kinds[index] = (*entries)[index].kind;
+        }
+    }
+
+    union {
+        IComponent* m_inPlace[IN_PLACE];
+        Entries* m_entries; ///< All of them, when there are more than fit in place.
+    };
+    std::array<ComponentKind, IN_PLACE> m_kinds{};
+    std::uint16_t m_size = 0;
 };
 
 } // namespace Kiln::Tessel

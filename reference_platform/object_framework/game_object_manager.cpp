@@ -32,6 +32,7 @@ struct GameObjectManager::State {
     };
 
     GameObjectTable table;
+    ComponentKinds kinds;
     std::vector<KnownQuery> queries;
 
     /// By component type: the queries that ask for it. An object enters or leaves a query when the first of the types
@@ -42,9 +43,13 @@ struct GameObjectManager::State {
     bool isIndexed = false;
     std::unordered_multimap<Uuid, ObjectIndex> index;
 
-    [[nodiscard]] bool matches(GameObjectRecord& record, const QueryBase& query) const {
+    [[nodiscard]] bool hasComponent(const GameObjectRecord& record, ComponentTypeId type) const {
+        return record.components.find(type, kinds) != ComponentList::NONE;
+    }
+
+    [[nodiscard]] bool matches(const GameObjectRecord& record, const QueryBase& query) const {
         return std::all_of(query.config().types.begin(), query.config().types.end(),
-                           [&record](ComponentTypeId type) { return record.components.find(type) != nullptr; });
+                           [&](ComponentTypeId type) { return hasComponent(record, type); });
     }
 
     [[nodiscard]] std::span<QueryBase* const> queriesOf(ComponentTypeId type) const {
@@ -54,8 +59,7 @@ struct GameObjectManager::State {
 
     void enterQueries(ObjectIndex place, ComponentTypeId type) {
         for (QueryBase* query : queriesOf(type)) {
-            if (table[place].components.mayHaveAll(query->m_typeBits) && matches(table[place], *query) &&
-                !query->contains(table.handle(place))) {
+            if (matches(table[place], *query) && !query->contains(table.handle(place))) {
                 query->addObject(table.handle(place));
             }
         }
@@ -71,26 +75,26 @@ struct GameObjectManager::State {
 
     void setActive(ObjectIndex place) {
         GameObjectRecord& record = table[place];
-        record.isActive = true;
-        for (ComponentList::Entry& entry : record.components) {
-            entry.component->activate();
+        record.isActive = 1;
+        const ComponentList& components = record.components;
+        for (std::size_t i = 0; i < components.size(); ++i) {
+            components.component(i).activate();
         }
-        for (const ComponentList::Entry& entry : record.components) {
-            if (!queriesOf(entry.type).empty()) {
-                enterQueries(place, entry.type);
-            }
+        for (std::size_t i = 0; i < components.size(); ++i) {
+            enterQueries(place, kinds.type(components.kind(i)));
         }
     }
 
     void setInactive(ObjectIndex place) {
         GameObjectRecord& record = table[place];
-        for (const ComponentList::Entry& entry : record.components) {
-            leaveQueries(place, entry.type);
+        const ComponentList& components = record.components;
+        for (std::size_t i = 0; i < components.size(); ++i) {
+            leaveQueries(place, kinds.type(components.kind(i)));
         }
-        for (ComponentList::Entry& entry : record.components) {
-            entry.component->deactivate();
+        for (std::size_t i = 0; i < components.size(); ++i) {
+            components.component(i).deactivate();
         }
-        record.isActive = false;
+        record.isActive = 0;
     }
 
     /// The object after `place` in a walk through the tree below `root`, parents first; NO_OBJECT at its end.
@@ -181,12 +185,12 @@ struct GameObjectManager::State {
     /// `record` is null when the object is not alive.
     IComponent* addComponent(GameObjectRecord* record, ObjectIndex place, ComponentPointer&& component,
                              ComponentTypeId type) {
-        if (!record || !component || record->components.find(type)) {
+        if (!record || !component || hasComponent(*record, type)) {
             reportRefused(record, component.get());
             return nullptr;
         }
         IComponent* const added = component.get();
-        record->components.add(std::move(component), type);
+        record->components.add(std::move(component), kinds, type);
         if (record->isActive) {
             added->activate();
             enterQueries(place, type);
@@ -213,7 +217,7 @@ struct GameObjectManager::State {
         detach(place);
         ComponentList& components = table[place].components;
         while (!components.empty()) {
-            components.removeLast();
+            components.remove(components.size() - 1, kinds).reset();
         }
         removeFromIndex(place);
         table.free(place);
@@ -315,12 +319,12 @@ GameObject GameObjectManager::findGameObject(const Uuid& uuid) {
 
 std::bitset<6> GameObjectManager::getGameObjectFlags(GameObject object) const {
     const GameObjectRecord* const record = m_state->table.find(object);
-    return record ? record->flags : std::bitset<6>();
+    return record ? std::bitset<6>(record->flags) : std::bitset<6>();
 }
 
 void GameObjectManager::setGameObjectFlags(GameObject object, std::bitset<6> flags) {
     if (GameObjectRecord* const record = m_state->table.find(object)) {
-        record->flags = flags;
+        record->flags = flags.to_ulong() & 0x3f;
         record->isEnabled = (flags & GameObjectFlag::INACTIVE_BY_DEFAULT).none();
     }
 }
@@ -331,18 +335,18 @@ IComponent* GameObjectManager::addComponent(GameObject object, ComponentPointer 
 
 void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type) {
     GameObjectRecord* const record = m_state->table.find(object);
-    ComponentList::Entry* const entry = record ? record->components.find(type) : nullptr;
-    if (!entry) {
+    const std::size_t index = record ? record->components.find(type, m_state->kinds) : ComponentList::NONE;
+    if (index == ComponentList::NONE) {
         return;
     }
     if (record->isActive) {
         m_state->leaveQueries(object.index(), type);
-        entry->component->deactivate();
+        record->components.component(index).deactivate();
     }
     if (type == NativeComponent<HierarchyComponent>::getType()) {
         m_state->detach(object.index());
     }
-    record->components.erase(entry);
+    record->components.remove(index, m_state->kinds).reset();
 }
 
 bool GameObjectManager::hasComponent(GameObject object, ComponentTypeId type) const {
@@ -351,15 +355,15 @@ bool GameObjectManager::hasComponent(GameObject object, ComponentTypeId type) co
 
 IComponent* GameObjectManager::findComponent(GameObject object, ComponentTypeId type) const {
     GameObjectRecord* const record = m_state->table.find(object);
-    const ComponentList::Entry* const entry = record ? record->components.find(type) : nullptr;
-    return entry ? entry->component.get() : nullptr;
+    const std::size_t index = record ? record->components.find(type, m_state->kinds) : ComponentList::NONE;
+    return index != ComponentList::NONE ? &record->components.component(index) : nullptr;
 }
 
 std::vector<ComponentTypeId> GameObjectManager::componentTypes(GameObject object) const {
     std::vector<ComponentTypeId> types;
     if (GameObjectRecord* const record = m_state->table.find(object)) {
-        for (const ComponentList::Entry& entry : record->components) {
-            types.push_back(entry.type);
+        for (std::size_t i = 0; i < record->components.size(); ++i) {
+            types.push_back(m_state->kinds.type(record->components.kind(i)));
         }
     }
     return types;
@@ -380,7 +384,7 @@ void GameObjectManager::activateGameObject(GameObject object) {
     if (!record) {
         return;
     }
-    record->isEnabled = true;
+    record->isEnabled = 1;
     if (record->parent == NO_OBJECT || m_state->table[record->parent].isActive) {
         m_state->activateTree(object.index());
     }
@@ -388,7 +392,7 @@ void GameObjectManager::activateGameObject(GameObject object) {
 
 void GameObjectManager::deactivateGameObject(GameObject object) {
     if (GameObjectRecord* const record = m_state->table.find(object)) {
-        record->isEnabled = false;
+        record->isEnabled = 0;
         m_state->deactivateTree(object.index());
     }
 }

@@ -15,9 +15,9 @@ GameObject GameObjectTable::create() {
         m_free.pop_front();
     }
     GameObjectRecord& record = (*this)[index];
-    record.isAlive = true;
-    record.isEnabled = true;
-    record.serial = ++m_lastSerial;
+    record.isAlive = 1;
+    record.isEnabled = 1;
+    record.serial = ++m_lastSerial & ((std::uint64_t{1} << GameObjectRecord::SERIAL_BITS) - 1);
     ++m_aliveCount;
     return handle(index);
 }
@@ -25,8 +25,8 @@ GameObject GameObjectTable::create() {
 void GameObjectTable::free(ObjectIndex index) {
     GameObjectRecord& record = (*this)[index];
     const std::uint32_t generation = record.generation + 1;
-    record = GameObjectRecord();
-    record.generation = generation;
+    std::destroy_at(&record);
+    std::construct_at(&record)->generation = generation;
     --m_aliveCount;
     if (generation != 0) { // A place whose generations are used up is never given out again.
         m_free.push_back(index);

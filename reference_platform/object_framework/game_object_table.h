@@ -5,7 +5,6 @@
 #include <object_framework/component_list.h>
 #include <object_framework/game_object.h>
 
-#include <bitset>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -18,13 +17,17 @@ namespace Kiln::Tessel {
 using ObjectIndex = std::uint32_t;
 inline constexpr ObjectIndex NO_OBJECT = 0xFFFFFFFF;
 
-/// All that the manager keeps about one game object.
+/// All that the manager keeps about one game object. There are many: it is kept small.
 struct GameObjectRecord {
+    static constexpr int SERIAL_BITS = 48;
+
+    std::uint64_t serial : SERIAL_BITS = 0; ///< Grows with every object that the table creates.
+    std::uint64_t flags : 6 = 0;
+    std::uint64_t isAlive : 1 = 0;
+    std::uint64_t isEnabled : 1 = 0; ///< Wants to be active.
+    std::uint64_t isActive : 1 = 0;
+
     std::uint32_t generation = 0;
-    bool isAlive = false;
-    bool isEnabled = false; ///< Wants to be active.
-    bool isActive = false;
-    std::bitset<6> flags;
 
     // The hierarchy: the children of one parent form a chain in the order in which they were attached.
     ObjectIndex parent = NO_OBJECT;
@@ -33,7 +36,6 @@ struct GameObjectRecord {
     ObjectIndex previousSibling = NO_OBJECT;
     ObjectIndex nextSibling = NO_OBJECT;
 
-    std::uint64_t serial = 0; ///< Grows with every object that the table creates.
     Uuid uuid;
     std::string name;
     ComponentList components;
@@ -50,7 +52,7 @@ public:
 
     GameObject create();
 
-    /// Marks the record free; the caller has emptied it.
+    /// Marks the record free; the caller has taken the components out.
     void free(ObjectIndex index);
 
     [[nodiscard]] GameObjectRecord& operator[](ObjectIndex index) noexcept {

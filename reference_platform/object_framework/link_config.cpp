@@ -19,17 +19,6 @@ GameObjectLink& GameObjectLink::operator=(const GameObjectLink& other) {
     return *this;
 }
 
-GameObject GameObjectLink::target() const {
-    return {m_targetWorld.load(std::memory_order_relaxed), m_targetIndex.load(std::memory_order_relaxed),
-            m_targetGeneration.load(std::memory_order_relaxed)};
-}
-
-void GameObjectLink::setTarget(GameObject target) {
-    m_targetWorld.store(target.getWorldId(), std::memory_order_relaxed);
-    m_targetIndex.store(target.index(), std::memory_order_relaxed);
-    m_targetGeneration.store(target.generation(), std::memory_order_relaxed);
-}
-
 LinkValueType::LinkValueType(std::type_index type, void* (*toLink)(void* value))
     : ValueType(mirra::ValueKind::LINK, type, "link") {
     vessa::VariantConverter::registerConversion(type, typeid(ILinkConfig), toLink);

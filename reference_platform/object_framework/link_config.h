@@ -50,8 +50,15 @@ public:
     [[nodiscard]] bool isLiveUuid() const override { return m_isLiveUuid; }
     void setLiveUuid(bool isLive) { m_isLiveUuid = isLive; }
 
-    [[nodiscard]] GameObject target() const override;
-    void setTarget(GameObject target) override;
+    [[nodiscard]] GameObject target() const override {
+        return {m_targetWorld.load(std::memory_order_relaxed), m_targetIndex.load(std::memory_order_relaxed),
+                m_targetGeneration.load(std::memory_order_relaxed)};
+    }
+    void setTarget(GameObject target) override {
+        m_targetWorld.store(target.getWorldId(), std::memory_order_relaxed);
+        m_targetIndex.store(target.index(), std::memory_order_relaxed);
+        m_targetGeneration.store(target.generation(), std::memory_order_relaxed);
+    }
 
 private:
     Uuid m_uuid;

@@ -1,7 +1,6 @@
 #include <object_framework/query.h>
 
 #include <core/log.h>
-#include <object_framework/component_list.h>
 #include <object_framework/game_object_manager.h>
 
 #include <cstdlib>
@@ -30,11 +29,7 @@ std::string readableTypeName(std::type_index type) {
     return status == 0 ? name.get() : type.name();
 }
 
-QueryBase::QueryBase(QueryConfig config) : m_config(std::move(config)) {
-    for (const ComponentTypeId type : m_config.types) {
-        m_typeBits |= ComponentList::bitOf(type);
-    }
-}
+QueryBase::QueryBase(QueryConfig config) : m_config(std::move(config)) {}
 
 QueryBase::~QueryBase() {
     if (m_manager) {

@@ -78,7 +78,6 @@ private:
     void removeObject(GameObject object);
 
     QueryConfig m_config;
-    std::uint64_t m_typeBits = 0;                   ///< For ComponentList::mayHaveAll().
     GameObjectManagerInternal* m_manager = nullptr; ///< Null once the world is gone.
     std::vector<GameObject> m_objects;
     std::vector<std::uint32_t> m_places; ///< By object index: position in m_objects plus one, 0 when absent.

@@ -3,7 +3,6 @@
 
 namespace Kiln::Tessel {
 
-IComponent::IComponent() = default;
 IComponent::~IComponent() = default;
 
 IComponent::TypesLibrary& IComponent::types() {
@@ -12,11 +11,9 @@ IComponent::TypesLibrary& IComponent::types() {
     return *library;
 }
 
-void checkComponentTypeId(ComponentTypeId id) {
-    if (id == IComponent::MAX_TYPES) {
-        DebugMessageHelper(0, LogSeverity::CRITICAL, "", "shared_libs/tessel_foundation/component")
-            .message("Too Many IComponent types!");
-    }
+void reportTooManyComponentTypes() {
+    DebugMessageHelper(0, LogSeverity::CRITICAL, "", "shared_libs/tessel_foundation/component")
+        .message("Too Many IComponent types!");
 }
 
 } // namespace Kiln::Tessel

@@ -35,11 +35,17 @@ public:
     virtual void deactivate() = 0;
 
 protected:
-    IComponent();
+    IComponent() = default;
 };
 
+KILN_TESSEL_FOUNDATION_EXPORT void reportTooManyComponentTypes();
+
 /// Reports the critical message for a component whose type found the register full; other ids pass silently.
-KILN_TESSEL_FOUNDATION_EXPORT void checkComponentTypeId(ComponentTypeId id);
+inline void checkComponentTypeId(ComponentTypeId id) {
+    if (id == IComponent::MAX_TYPES) [[unlikely]] {
+        reportTooManyComponentTypes();
+    }
+}
 
 /// Gives a component class its type id: one per process, whichever shared library asks first.
 template <class T>
