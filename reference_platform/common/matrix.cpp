@@ -1,11 +1,9 @@
 #include <common/matrix.h>
 
+#include <common/float_text.h>
 #include <common/white_space.h>
 
-#include <algorithm>
-#include <charconv>
 #include <cmath>
-#include <system_error>
 
 namespace Kiln {
 
@@ -27,13 +25,8 @@ std::string_view takeWord(std::string_view& text) noexcept {
 }
 
 bool parseFloat(std::string_view word, float& value) noexcept {
-    const char* const end = word.data() + word.size();
-    const auto [parsedEnd, error] = std::from_chars(word.data(), end, value);
-    if (error != std::errc() || parsedEnd != end) {
-        return false;
-    }
     // Of the many spellings that the library knows for these, files have one each.
-    return std::isfinite(value) || word == "inf" || word == "-inf" || word == "nan";
+    return FloatText::read(word, value) && (std::isfinite(value) || word == "inf" || word == "-inf" || word == "nan");
 }
 
 } // namespace
@@ -52,16 +45,13 @@ std::optional<Matrix> Matrix::fromString(std::string_view text) noexcept {
 }
 
 std::string Matrix::toString() const {
-    // The longest float, such as -1.17549435e-38, takes 15 characters.
-    std::array<char, 16 * 16> buffer;
+    std::array<char, (FloatText::MAX_LENGTH + 1) * 16> buffer;
     char* position = buffer.data();
-    char* const end = position + buffer.size();
     for (const float value : values) {
         if (position != buffer.data()) {
             *position++ = ' ';
         }
-        // A NaN's sign and payload are of no use to anybody and have no place in files.
-        position = std::to_chars(position, end, std::isnan(value) ? std::abs(value) : value).ptr;
+        position = FloatText::write(position, value);
     }
     return {buffer.data(), position};
 }

@@ -8,24 +8,6 @@ namespace Kiln {
 namespace {
 
 constexpr std::size_t TEXT_LENGTH = 36;
-constexpr bool isDashPosition(std::size_t position) {
-    return position == 8 || position == 13 || position == 18 || position == 23;
-}
-
-/// Positions of the 32 digits in the text, most significant first.
-constexpr std::array<std::uint8_t, 32> DIGIT_POSITIONS = [] {
-    std::array<std::uint8_t, 32> positions{};
-    std::size_t count = 0;
-    for (std::size_t position = 0; position < TEXT_LENGTH; ++position) {
-        if (!isDashPosition(position)) {
-            positions[count++] = static_cast<std::uint8_t>(position);
-        }
-    }
-    return positions;
-}();
-
-constexpr std::size_t DIGITS_PER_HALF = 16;
-
 std::mt19937_64 makeRandomlySeededGenerator() {
     // 512 bits of entropy, so that the streams of any number of threads and processes do not meet.
     std::random_device device;
@@ -69,6 +51,23 @@ std::mt19937_64 makeRandomlySeededGenerator() {
     return (pairs & 0xff) << 24 | (pairs >> 16 & 0xff) << 16 | (pairs >> 32 & 0xff) << 8 | pairs >> 48;
 }
 
+/// The hexadecimal digits of a number, the first one in the highest byte.
+[[nodiscard]] constexpr std::uint64_t formatDigits(std::uint32_t number) noexcept {
+    std::uint64_t values = number;
+    values = (values | values << 16) & 0x0000ffff0000ffffULL;
+    values = (values | values << 8) & 0x00ff00ff00ff00ffULL;
+    values = (values | values << 4) & inEveryByte(0xf);
+    const std::uint64_t areAboveNine = (values + inEveryByte(0x80 - 10)) >> 7 & inEveryByte(1);
+    return values + inEveryByte('0') + areAboveNine * ('a' - '0' - 10);
+}
+
+/// Writes four characters, the first of which is in the highest byte.
+inline void store(char* characters, std::uint32_t word) noexcept {
+    for (unsigned i = 0; i < 4; ++i) {
+        characters[i] = static_cast<char>(word >> (24 - 8 * i) & 0xff);
+    }
+}
+
 } // namespace
 
 Uuid Uuid::generate() {
@@ -94,13 +93,17 @@ std::optional<Uuid> Uuid::fromString(std::string_view text) noexcept {
 }
 
 std::string Uuid::toString() const {
-    constexpr std::string_view DIGITS = "0123456789abcdef";
     std::string text(TEXT_LENGTH, '-');
-    const std::array<std::uint64_t, 2> halves{m_high, m_low};
-    for (std::size_t digit = 0; digit < DIGIT_POSITIONS.size(); ++digit) {
-        const std::size_t shift = 4 * (DIGITS_PER_HALF - 1 - digit % DIGITS_PER_HALF);
-        text[DIGIT_POSITIONS[digit]] = DIGITS[halves[digit / DIGITS_PER_HALF] >> shift & 0xf];
-    }
+    char* const digits = text.data();
+    const auto writeDigits = [](std::uint64_t number, char* first, char* last) {
+        const std::uint64_t characters = formatDigits(static_cast<std::uint32_t>(number));
+        store(first, static_cast<std::uint32_t>(characters >> 32));
+        store(last, static_cast<std::uint32_t>(characters));
+    };
+    writeDigits(m_high >> 32, digits, digits + 4);
+    writeDigits(m_high, digits + 9, digits + 14);
+    writeDigits(m_low >> 32, digits + 19, digits + 24);
+    writeDigits(m_low, digits + 28, digits + 32);
     return text;
 }
 

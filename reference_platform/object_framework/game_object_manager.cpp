@@ -48,7 +48,8 @@ struct GameObjectManager::State {
     }
 
     [[nodiscard]] bool matches(const GameObjectRecord& record, const QueryBase& query) const {
-        return std::all_of(query.config().types.begin(), query.config().types.end(),
+        // From the last: what most objects have, a place in the hierarchy for one, was registered first.
+        return std::all_of(query.config().types.rbegin(), query.config().types.rend(),
                            [&](ComponentTypeId type) { return hasComponent(record, type); });
     }
 
@@ -81,7 +82,10 @@ struct GameObjectManager::State {
             components.component(i).activate();
         }
         for (std::size_t i = 0; i < components.size(); ++i) {
-            enterQueries(place, kinds.type(components.kind(i)));
+            const ComponentTypeId type = kinds.type(components.kind(i));
+            if (!queriesOf(type).empty()) {
+                enterQueries(place, type);
+            }
         }
     }
 

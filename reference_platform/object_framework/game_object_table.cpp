@@ -2,13 +2,20 @@
 
 namespace Kiln::Tessel {
 
+GameObjectTable::~GameObjectTable() {
+    for (ObjectIndex index = 0; index < m_size; ++index) {
+        std::destroy_at(&(*this)[index]);
+    }
+}
+
 GameObject GameObjectTable::create() {
     ObjectIndex index;
     if (m_free.empty()) {
         index = m_size;
         if (index / CHUNK_SIZE == m_chunks.size()) {
-            m_chunks.push_back(std::make_unique<GameObjectRecord[]>(CHUNK_SIZE));
+            m_chunks.emplace_back(std::allocator<GameObjectRecord>().allocate(CHUNK_SIZE));
         }
+        std::construct_at(&(*this)[index]);
         ++m_size;
     } else {
         index = m_free.front();

@@ -49,6 +49,7 @@ struct GameObjectRecord {
 class GameObjectTable : NonCopyable {
 public:
     explicit GameObjectTable(int worldId) : m_worldId(worldId) {}
+    ~GameObjectTable();
 
     GameObject create();
 
@@ -56,7 +57,7 @@ public:
     void free(ObjectIndex index);
 
     [[nodiscard]] GameObjectRecord& operator[](ObjectIndex index) noexcept {
-        return m_chunks[index / CHUNK_SIZE][index % CHUNK_SIZE];
+        return m_chunks[index / CHUNK_SIZE].get()[index % CHUNK_SIZE];
     }
 
     /// Null when the handle is of another world, or its object is gone.
@@ -80,11 +81,19 @@ public:
 private:
     static constexpr ObjectIndex CHUNK_SIZE = 1024;
 
+    /// Room for records, which are made when their places are first taken: what is touched then is in use from then on.
+    struct ChunkDeleter {
+        void operator()(GameObjectRecord* records) const noexcept {
+            std::allocator<GameObjectRecord>().deallocate(records, CHUNK_SIZE);
+        }
+    };
+    using Chunk = std::unique_ptr<GameObjectRecord, ChunkDeleter>;
+
     int m_worldId;
     ObjectIndex m_size = 0;
     std::size_t m_aliveCount = 0;
     std::uint64_t m_lastSerial = 0;
-    std::vector<std::unique_ptr<GameObjectRecord[]>> m_chunks;
+    std::vector<Chunk> m_chunks;
     std::deque<ObjectIndex> m_free;
 };
 

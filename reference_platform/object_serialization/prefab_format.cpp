@@ -146,12 +146,14 @@ ComponentItem::ComponentItem(const DataSection& document, const std::string& com
     m_properties = children.find(PROPERTIES);
 }
 
-std::uint64_t ComponentItem::getGameObjectIndex() const {
-    return readNumber(*m_document, m_gameObject, NO_GAME_OBJECT, NO_GAME_OBJECT);
+ComponentItem::ComponentItem(const DataSection& document, const std::string& componentName, DataNode node,
+                             std::uint64_t gameObjectIndex)
+    : m_document(&document), m_componentName(&componentName), m_node(node) {
+    writeNumber(m_gameObject, m_node, GAME_OBJECT, gameObjectIndex);
 }
 
-void ComponentItem::setGameObjectIndex(std::uint64_t index) {
-    writeNumber(m_gameObject, m_node, GAME_OBJECT, index);
+std::uint64_t ComponentItem::getGameObjectIndex() const {
+    return readNumber(*m_document, m_gameObject, NO_GAME_OBJECT, NO_GAME_OBJECT);
 }
 
 ComponentOptions ComponentItem::getInstanceOptions() const {
@@ -197,9 +199,7 @@ void ComponentPool::setComponentVersion(std::uint32_t version) {
 ComponentItem ComponentPool::addComponent(std::uint64_t gameObjectIndex) {
     const DataNode node = m_section->node().append(ITEM);
     m_items.push_back(node);
-    ComponentItem item(*m_section, m_type, node);
-    item.setGameObjectIndex(gameObjectIndex);
-    return item;
+    return {*m_section, m_type, node, gameObjectIndex};
 }
 
 ComponentPoolStorage::ComponentPoolStorage(SmartPointer<DataSection> section) : m_section(std::move(section)) {

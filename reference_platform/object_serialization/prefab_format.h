@@ -88,7 +88,9 @@ public:
 private:
     friend class ComponentPool;
 
-    void setGameObjectIndex(std::uint64_t index);
+    /// A new item without children.
+    ComponentItem(const DataSection& document, const std::string& componentName, DataNode node,
+                  std::uint64_t gameObjectIndex);
 
     const DataSection* m_document;
     const std::string* m_componentName;

@@ -107,29 +107,34 @@ private:
     std::string m_scratch;
 };
 
-void writeValue(DataNode node, const mirra::ValueType& type, void* value) {
-    switch (type.kind()) {
-    case mirra::ValueKind::SCALAR:
-    case mirra::ValueKind::LINK: {
-        std::string text;
-        type.format(value, text);
-        node.setText(text);
-        break;
-    }
-    case mirra::ValueKind::VECTOR:
-        for (std::size_t i = 0; i < type.elementsCount(value); ++i) {
-            writeValue(node.append("value"), *type.elementType(), type.elementAt(value, i));
-        }
-        break;
-    case mirra::ValueKind::STRUCTURE:
-        if (const mirra::BaseStaticMetaObject* const metaObject = type.metaObject()) {
-            for (const mirra::Property& property : metaObject->properties()) {
-                writeValue(node.append(property.name), *property.type, property.address(value));
+class PropertyWriter {
+public:
+    void write(DataNode node, const mirra::ValueType& type, void* value) {
+        switch (type.kind()) {
+        case mirra::ValueKind::SCALAR:
+        case mirra::ValueKind::LINK:
+            m_text.clear();
+            type.format(value, m_text);
+            node.setText(m_text);
+            break;
+        case mirra::ValueKind::VECTOR:
+            for (std::size_t i = 0; i < type.elementsCount(value); ++i) {
+                write(node.append("value"), *type.elementType(), type.elementAt(value, i));
             }
+            break;
+        case mirra::ValueKind::STRUCTURE:
+            if (const mirra::BaseStaticMetaObject* const metaObject = type.metaObject()) {
+                for (const mirra::Property& property : metaObject->properties()) {
+                    write(node.append(property.name), *property.type, property.address(value));
+                }
+            }
+            break;
         }
-        break;
     }
-}
+
+private:
+    std::string m_text;
+};
 
 } // namespace
 
@@ -142,9 +147,10 @@ void readProperties(const DataSection& document, DataNode properties, const mirr
 }
 
 void writeProperties(DataNode properties, const mirra::ReflectedObject& object) {
+    PropertyWriter writer;
     for (std::size_t i = 0; i < object.properties(); ++i) {
         const mirra::BoundProperty property = object.propertyAt(i);
-        writeValue(properties.append(property.name()), property.type(), property.value());
+        writer.write(properties.append(property.name()), property.type(), property.value());
     }
 }
 

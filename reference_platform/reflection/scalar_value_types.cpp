@@ -1,5 +1,7 @@
 #include <reflection/scalar_value_types.h>
 
+#include <common/float_text.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -43,6 +45,10 @@ bool parseScalar(std::string_view text, Number& value) {
     return true;
 }
 
+bool parseScalar(std::string_view text, float& value) {
+    return Kiln::FloatText::read(text, value);
+}
+
 bool parseScalar(std::string_view text, std::string& value) {
     value = text;
     return true;
@@ -81,6 +87,11 @@ void formatScalar(Number value, std::string& text) {
     std::array<char, 32> buffer;
     const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
     text.append(buffer.data(), end);
+}
+
+void formatScalar(float value, std::string& text) {
+    std::array<char, Kiln::FloatText::MAX_LENGTH> buffer;
+    text.append(buffer.data(), Kiln::FloatText::write(buffer.data(), value));
 }
 
 void formatScalar(const std::string& value, std::string& text) {

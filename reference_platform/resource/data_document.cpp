@@ -55,13 +55,14 @@ void removeWhiteSpaceTexts(pugi::xml_node parent) {
     }
 }
 
-class StringWriter final : public pugi::xml_writer {
+/// Hands what the tree is written as on to a sink.
+class Writer final : public pugi::xml_writer {
 public:
-    explicit StringWriter(std::string& text) : m_text(text) {}
-    void write(const void* data, std::size_t size) override { m_text.append(static_cast<const char*>(data), size); }
+    explicit Writer(TextSink& sink) : m_sink(sink) {}
+    void write(const void* data, std::size_t size) override { m_sink.write({static_cast<const char*>(data), size}); }
 
 private:
-    std::string& m_text;
+    TextSink& m_sink;
 };
 
 } // namespace
@@ -176,11 +177,10 @@ DataPosition DataDocument::positionOf(DataNode node) const {
     return offset < 1 ? DataPosition() : m_lines.positionAt(static_cast<std::size_t>(offset) - 1);
 }
 
-std::string DataDocument::toText() const {
-    std::string text(DECLARATION);
-    StringWriter writer(text);
+void DataDocument::write(TextSink& sink) const {
+    sink.write(DECLARATION);
+    Writer writer(sink);
     m_tree.save(writer, "\t", SAVE_OPTIONS, pugi::encoding_utf8);
-    return text;
 }
 
 } // namespace Kiln

@@ -32,7 +32,8 @@ public:
     /// Where the element's start tag begins.
     [[nodiscard]] DataPosition positionOf(DataNode node) const;
 
-    [[nodiscard]] std::string toText() const;
+    /// Writes the document as XML text.
+    void write(TextSink& sink) const;
 
 private:
     DataDocument(FileContent content, std::string source);

@@ -125,6 +125,7 @@ DataNode DataNode::append(std::string_view name) const {
         return {};
     }
     pugi::xml_node child = handle(m_element).append_child(pugi::node_element);
+    // Element names are short: such a string takes no memory of its own.
     if (!child.set_name(std::string(name).c_str())) {
         throw std::bad_alloc();
     }
@@ -135,16 +136,25 @@ void DataNode::setText(std::string_view text) const {
     if (!m_element) {
         return;
     }
-    // A copy, because the text may be a view of the one that is replaced.
-    std::string newText(text);
-    if (std::erase(newText, '\0') > 0) {
+    if (text.find('\0') != std::string_view::npos) {
         DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
             .message("NUL bytes are left out of the text of '%s': XML has no form for them", name().data());
+        std::string withoutNul(text);
+        std::erase(withoutNul, '\0');
+        setText(withoutNul);
+        return;
     }
-
-    const pugi::xml_node element = handle(m_element);
-    removeTextChildren(element);
+    pugi::xml_node element = handle(m_element);
     const bool isTextEmpty = *element.value() == '\0';
+    if (isTextEmpty && !cursor(element.first_child())) {
+        if (!text.empty() && !element.append_child(pugi::node_pcdata).set_value(text.data(), text.size())) {
+            throw std::bad_alloc();
+        }
+        return;
+    }
+    // A copy, because the text may be a view of the one that is replaced.
+    const std::string newText(text);
+    removeTextChildren(element);
     if (newText.empty() && isTextEmpty) {
         return;
     }

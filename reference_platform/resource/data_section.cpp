@@ -17,6 +17,12 @@ namespace {
 
 constexpr const char* SOURCE = "reference_platform/resource/data_section";
 
+struct StringSink final : TextSink {
+    void write(std::string_view piece) override { text.append(piece); }
+
+    std::string text;
+};
+
 SmartPointer<DataSection> makeRootSection(SmartPointer<DataDocument> document) {
     if (!document) {
         return nullptr;
@@ -191,12 +197,15 @@ DataPosition DataSection::positionOf(DataNode node) const {
 }
 
 std::string DataSection::toText() const {
-    return m_document->toText();
+    StringSink sink;
+    m_document->write(sink);
+    return std::move(sink.text);
 }
 
 bool DataSection::saveFile(const std::string& fileName) const {
     std::string problem;
-    if (replaceFile(fileName, toText(), problem)) {
+    if (replaceFile(
+            fileName, [this](TextSink& file) { m_document->write(file); }, problem)) {
         return true;
     }
     DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)

@@ -70,6 +70,25 @@ bool writeAll(int descriptor, std::string_view text) {
     return true;
 }
 
+/// Writes to an open file until a write fails.
+class FileSink final : public TextSink {
+public:
+    explicit FileSink(const FileDescriptor& file) : m_file(file) {}
+
+    void write(std::string_view piece) override {
+        if (m_error == 0 && !writeAll(m_file.get(), piece)) {
+            m_error = errno;
+        }
+    }
+
+    /// Why not all of the text has been written, as an errno; 0 when it has.
+    [[nodiscard]] int error() const noexcept { return m_error; }
+
+private:
+    const FileDescriptor& m_file;
+    int m_error = 0;
+};
+
 /// The file that a chain of symbolic links leads to; the name itself when that does not exist.
 std::string followLinks(const std::string& fileName) {
     char* resolved = ::realpath(fileName.c_str(), nullptr);
@@ -144,7 +163,8 @@ ReadResult readFile(const std::string& fileName, FileContent& content, std::stri
     return ReadResult::SUCCESS;
 }
 
-bool replaceFile(const std::string& fileName, std::string_view text, std::string& problem) {
+bool replaceFile(const std::string& fileName, const std::function<void(TextSink& file)>& writeText,
+                 std::string& problem) {
     const std::string target = followLinks(fileName);
     struct stat status {};
     const bool exists = ::stat(target.c_str(), &status) == 0;
@@ -159,8 +179,13 @@ bool replaceFile(const std::string& fileName, std::string_view text, std::string
         problem = describe(errno);
         return false;
     }
-    const bool isReplaced = (!exists || ::fchmod(file.get(), status.st_mode & 07777) == 0) &&
-                            writeAll(file.get(), text) && file.close() &&
+    const auto write = [&file, &writeText] {
+        FileSink sink(file);
+        writeText(sink);
+        errno = sink.error();
+        return errno == 0;
+    };
+    const bool isReplaced = (!exists || ::fchmod(file.get(), status.st_mode & 07777) == 0) && write() && file.close() &&
                             std::rename(temporary.c_str(), target.c_str()) == 0;
     if (!isReplaced) {
         problem = describe(errno);

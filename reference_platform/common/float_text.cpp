@@ -1,0 +1,43 @@
+#include <common/float_text.h>
+
+#include <charconv>
+#include <cmath>
+#include <system_error>
+
+namespace Kiln::FloatText {
+
+namespace {
+
+// From here on, 1e+05 is shorter than the digits.
+constexpr float WHOLE_NUMBERS_END = 100000;
+
+} // namespace
+
+char* write(char* text, float value) noexcept {
+    char* const end = text + MAX_LENGTH;
+    if (std::abs(value) < WHOLE_NUMBERS_END) {
+        const auto whole = static_cast<int>(value);
+        if (static_cast<float>(whole) == value && !(whole == 0 && std::signbit(value))) {
+            return std::to_chars(text, end, whole).ptr;
+        }
+    }
+    // A NaN's sign and payload are of no use to anybody and have no place in files.
+    return std::to_chars(text, end, std::isnan(value) ? std::abs(value) : value).ptr;
+}
+
+bool read(std::string_view text, float& value) noexcept {
+    if (text.size() == 1 && text.front() >= '0' && text.front() <= '9') {
+        value = static_cast<float>(text.front() - '0');
+        return true;
+    }
+    float number{};
+    const char* const end = text.data() + text.size();
+    const auto [position, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || position != end) {
+        return false;
+    }
+    value = number;
+    return true;
+}
+
+} // namespace Kiln::FloatText
