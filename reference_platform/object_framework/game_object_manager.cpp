@@ -76,7 +76,7 @@ struct GameObjectManager::State {
 
     void setActive(ObjectIndex place) {
         GameObjectRecord& record = table[place];
-        record.isActive = 1;
+        record.isActive = true;
         const ComponentList& components = record.components;
         for (std::size_t i = 0; i < components.size(); ++i) {
             components.component(i).activate();
@@ -98,7 +98,7 @@ struct GameObjectManager::State {
         for (std::size_t i = 0; i < components.size(); ++i) {
             components.component(i).deactivate();
         }
-        record.isActive = 0;
+        record.isActive = false;
     }
 
     /// The object after `place` in a walk through the tree below `root`, parents first; NO_OBJECT at its end.
@@ -328,7 +328,7 @@ std::bitset<6> GameObjectManager::getGameObjectFlags(GameObject object) const {
 
 void GameObjectManager::setGameObjectFlags(GameObject object, std::bitset<6> flags) {
     if (GameObjectRecord* const record = m_state->table.find(object)) {
-        record->flags = flags.to_ulong() & 0x3f;
+        record->flags = static_cast<std::uint8_t>(flags.to_ulong());
         record->isEnabled = (flags & GameObjectFlag::INACTIVE_BY_DEFAULT).none();
     }
 }
@@ -388,7 +388,7 @@ void GameObjectManager::activateGameObject(GameObject object) {
     if (!record) {
         return;
     }
-    record->isEnabled = 1;
+    record->isEnabled = true;
     if (record->parent == NO_OBJECT || m_state->table[record->parent].isActive) {
         m_state->activateTree(object.index());
     }
@@ -396,7 +396,7 @@ void GameObjectManager::activateGameObject(GameObject object) {
 
 void GameObjectManager::deactivateGameObject(GameObject object) {
     if (GameObjectRecord* const record = m_state->table.find(object)) {
-        record->isEnabled = 0;
+        record->isEnabled = false;
         m_state->deactivateTree(object.index());
     }
 }

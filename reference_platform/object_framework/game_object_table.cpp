@@ -22,11 +22,11 @@ GameObject GameObjectTable::create() {
         m_free.pop_front();
     }
     GameObjectRecord& record = (*this)[index];
-    record.isAlive = 1;
-    record.isEnabled = 1;
-    record.serial = ++m_lastSerial & ((std::uint64_t{1} << GameObjectRecord::SERIAL_BITS) - 1);
+    record.isAlive = true;
+    record.isEnabled = true;
+    record.serial = ++m_lastSerial;
     ++m_aliveCount;
-    return handle(index);
+    return {m_worldId, index, record.generation};
 }
 
 void GameObjectTable::free(ObjectIndex index) {

@@ -19,15 +19,15 @@ inline constexpr ObjectIndex NO_OBJECT = 0xFFFFFFFF;
 
 /// All that the manager keeps about one game object. There are many: it is kept small.
 struct GameObjectRecord {
-    static constexpr int SERIAL_BITS = 48;
+    /// Not defaulted, or the whole record would be filled with zeros first.
+    GameObjectRecord() noexcept {}
 
-    std::uint64_t serial : SERIAL_BITS = 0; ///< Grows with every object that the table creates.
-    std::uint64_t flags : 6 = 0;
-    std::uint64_t isAlive : 1 = 0;
-    std::uint64_t isEnabled : 1 = 0; ///< Wants to be active.
-    std::uint64_t isActive : 1 = 0;
-
+    std::uint64_t serial = 0; ///< Grows with every object that the table creates.
     std::uint32_t generation = 0;
+    bool isAlive = false;
+    bool isEnabled = false; ///< Wants to be active.
+    bool isActive = false;
+    std::uint8_t flags = 0;
 
     // The hierarchy: the children of one parent form a chain in the order in which they were attached.
     ObjectIndex parent = NO_OBJECT;
