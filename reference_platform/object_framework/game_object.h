@@ -16,7 +16,7 @@ public:
 
     constexpr GameObject() noexcept = default;
     constexpr GameObject(int worldId, std::uint32_t index, std::uint32_t generation) noexcept
-        : m_worldId(worldId), m_index(index), m_generation(generation) {}
+        : m_place(static_cast<std::uint64_t>(generation) << 32U | index), m_worldId(worldId) {}
 
     /// Whether this is the null handle; a handle to an object that is gone is not.
     [[nodiscard]] constexpr bool isInvalid() const noexcept { return *this == GameObject(); }
@@ -25,15 +25,16 @@ public:
     [[nodiscard]] constexpr int getWorldId() const noexcept { return m_worldId; }
 
     /// Place in the world's table of objects, and how often that place had been used before.
-    [[nodiscard]] constexpr std::uint32_t index() const noexcept { return m_index; }
-    [[nodiscard]] constexpr std::uint32_t generation() const noexcept { return m_generation; }
+    [[nodiscard]] constexpr std::uint32_t index() const noexcept { return static_cast<std::uint32_t>(m_place); }
+    [[nodiscard]] constexpr std::uint32_t generation() const noexcept {
+        return static_cast<std::uint32_t>(m_place >> 32U);
+    }
 
     friend constexpr bool operator==(const GameObject&, const GameObject&) noexcept = default;
 
 private:
+    std::uint64_t m_place = 0xFFFFFFFF; ///< Generation and index, in one so that handles travel in two registers.
     std::int32_t m_worldId = -1;
-    std::uint32_t m_index = 0xFFFFFFFF;
-    std::uint32_t m_generation = 0;
 };
 
 inline constexpr GameObject GameObject::INVALID_GAME_OBJECT{};
