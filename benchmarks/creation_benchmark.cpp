@@ -8,7 +8,7 @@ namespace Kiln::Benchmarks {
 
 namespace {
 
-using CreateFloor = Tessel::GameObject (FloorWorld::*)(const Nodes&, const Nodes*, const Uuid&);
+using CreateFloor = Tessel::GameObject (FloorWorld::*)(const Workload&, const Uuid&);
 
 void report(benchmark::State& state, const Workload& workload) {
     state.counters["units"] = static_cast<double>(workload.objectsCount());
@@ -37,7 +37,7 @@ void createWithFloor(benchmark::State& state, int number, CreateFloor create) {
         FloorWorld world;
         const Clock::time_point start = Clock::now();
         for (const Uuid& uuid : instances) {
-            benchmark::DoNotOptimize((world.*create)(workload.nodes, &workload.nested, uuid));
+            benchmark::DoNotOptimize((world.*create)(workload, uuid));
         }
         state.SetIterationTime(Seconds(Clock::now() - start).count());
     }

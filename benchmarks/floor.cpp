@@ -11,7 +11,9 @@ struct FloorWorld::Item {
     std::size_t parentItem;
 };
 
-std::vector<FloorWorld::Item> FloorWorld::gather(const Nodes& nodes, const Nodes* nested, const Uuid& instanceUuid) {
+std::vector<FloorWorld::Item> FloorWorld::gather(const Workload& workload, const Uuid& instanceUuid) {
+    const Nodes& nodes = workload.nodes;
+    const Nodes& nested = workload.nested;
     std::vector<Item> items;
     items.reserve(nodes.size());
     for (const Node& node : nodes) {
@@ -23,10 +25,10 @@ std::vector<FloorWorld::Item> FloorWorld::gather(const Nodes& nodes, const Nodes
         }
         const Uuid nestedUuid = Uuid::combine(instanceUuid, node.uuid);
         const std::size_t first = items.size();
-        items.push_back({&node, &nested->front(), nestedUuid, parentUuid, node.parent});
-        for (std::size_t i = 1; i < nested->size(); ++i) {
-            const Node& inner = (*nested)[i];
-            items.push_back({&inner, &inner, nestedUuid, Uuid::combine(nestedUuid, (*nested)[inner.parent].uuid),
+        items.push_back({&node, &nested.front(), nestedUuid, parentUuid, node.parent});
+        for (std::size_t i = 1; i < nested.size(); ++i) {
+            const Node& inner = nested[i];
+            items.push_back({&inner, &inner, nestedUuid, Uuid::combine(nestedUuid, nested[inner.parent].uuid),
                              first + inner.parent});
         }
     }
@@ -56,10 +58,14 @@ void FloorWorld::attach(std::uint32_t child, Tessel::GameObject parent) {
 void FloorWorld::addComponents(FloorObject& object, const Item& item) {
     object.add(m_transforms.create(item.placed->local));
     if (!item.placed->nested.empty()) {
-        object.add(m_references.create(item.placed->nested));
+        object.add(m_references.create(item.placed->nested, Uuid::ZERO));
     }
     object.add(m_cargoes.create(item.content->label, item.content->mass, item.content->volume));
     object.flags = 0;
+}
+
+void FloorWorld::nameFile(FloorObject& root, const Workload& workload, const Uuid& instanceUuid) {
+    root.add(m_references.create(workload.path, instanceUuid));
 }
 
 void FloorWorld::activate(std::uint32_t root) {
@@ -83,8 +89,8 @@ void FloorWorld::activate(std::uint32_t root) {
     }
 }
 
-Tessel::GameObject FloorWorld::createPlain(const Nodes& nodes, const Nodes* nested, const Uuid& instanceUuid) {
-    const std::vector<Item> items = gather(nodes, nested, instanceUuid);
+Tessel::GameObject FloorWorld::createPlain(const Workload& workload, const Uuid& instanceUuid) {
+    const std::vector<Item> items = gather(workload, instanceUuid);
     Map uuidMap;
     Map objects;
     for (const Item& item : items) {
@@ -104,13 +110,14 @@ Tessel::GameObject FloorWorld::createPlain(const Nodes& nodes, const Nodes* nest
         }
         addComponents(object, item);
     }
-    const Tessel::GameObject root = uuidMap.at(Uuid::combine(instanceUuid, nodes.front().uuid));
+    const Tessel::GameObject root = uuidMap.at(Uuid::combine(instanceUuid, workload.nodes.front().uuid));
+    nameFile(m_objects.at(root.index()), workload, instanceUuid);
     activate(root.index());
     return root;
 }
 
-Tessel::GameObject FloorWorld::createBest(const Nodes& nodes, const Nodes* nested, const Uuid& instanceUuid) {
-    const std::vector<Item> items = gather(nodes, nested, instanceUuid);
+Tessel::GameObject FloorWorld::createBest(const Workload& workload, const Uuid& instanceUuid) {
+    const std::vector<Item> items = gather(workload, instanceUuid);
     const auto first = static_cast<std::uint32_t>(m_objects.size());
     Map uuidMap;
     Map objects;
@@ -134,6 +141,7 @@ Tessel::GameObject FloorWorld::createBest(const Nodes& nodes, const Nodes* neste
         }
         addComponents(object, items[i]);
     }
+    nameFile(m_objects.at(first), workload, instanceUuid);
     activate(first);
     return {1, first, 0};
 }

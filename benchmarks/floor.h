@@ -1,6 +1,7 @@
 #pragma once
 
-#include "workload.h"
+#include "floor_pool.h"
+#include "workload_files.h"
 
 #include <common/matrix.h>
 #include <common/uuid.h>
@@ -21,30 +22,20 @@
 /// activation. It stands for the least that creating the objects can cost.
 namespace Kiln::Benchmarks {
 
-class FloorComponent {
-public:
-    virtual ~FloorComponent() = default;
-    virtual void activate() { m_isActive = true; }
-    [[nodiscard]] bool isActive() const { return m_isActive; }
-
-private:
-    bool m_isActive = false;
-};
-
-struct FloorHierarchy final : FloorComponent {
+struct FloorHierarchy final : FloorPooled<FloorHierarchy> {
     explicit FloorHierarchy(Tessel::GameObject itsParent) : parent(itsParent) {}
 
     Tessel::GameObject parent;
 };
 
-struct FloorTransform final : FloorComponent {
+struct FloorTransform final : FloorPooled<FloorTransform> {
     explicit FloorTransform(const Matrix& matrix) : local(matrix), world(matrix) {}
 
     Matrix local;
     Matrix world;
 };
 
-struct FloorCargo final : FloorComponent {
+struct FloorCargo final : FloorPooled<FloorCargo> {
     FloorCargo(const std::string& itsLabel, float itsMass, float itsVolume)
         : label(itsLabel), mass(itsMass), volume(itsVolume) {}
 
@@ -53,44 +44,12 @@ struct FloorCargo final : FloorComponent {
     float volume;
 };
 
-struct FloorReference final : FloorComponent {
-    explicit FloorReference(const std::string& itsResource) : resource(itsResource) {}
+struct FloorReference final : FloorPooled<FloorReference> {
+    FloorReference(const std::string& itsResource, const Uuid& itsInstance)
+        : resource(itsResource), instance(itsInstance) {}
 
     std::string resource;
-};
-
-/// Elements in blocks that never move; all are destroyed with the pool.
-template <class T>
-class FloorPool : NonCopyable {
-public:
-    ~FloorPool() {
-        for (std::size_t i = 0; i < m_size; ++i) {
-            at(i).~T();
-        }
-    }
-
-    template <class... Arguments>
-    T& create(Arguments&&... arguments) {
-        if (m_size == m_blocks.size() * BLOCK) {
-            m_blocks.push_back(std::make_unique_for_overwrite<Room[]>(BLOCK));
-        }
-        T* const element = new (&m_blocks.back()[m_size % BLOCK]) T(std::forward<Arguments>(arguments)...);
-        ++m_size;
-        return *element;
-    }
-
-    [[nodiscard]] T& at(std::size_t index) { return reinterpret_cast<T&>(m_blocks[index / BLOCK][index % BLOCK]); }
-    [[nodiscard]] std::size_t size() const { return m_size; }
-
-private:
-    static constexpr std::size_t BLOCK = 512;
-
-    struct alignas(T) Room {
-        std::byte bytes[sizeof(T)];
-    };
-
-    std::vector<std::unique_ptr<Room[]>> m_blocks;
-    std::size_t m_size = 0;
+    Uuid instance;
 };
 
 struct FloorObject {
@@ -110,30 +69,52 @@ struct FloorObject {
     std::array<FloorComponent*, 4> components{};
 };
 
+/// Object slots in chunks that never move.
+class FloorObjects : NonCopyable {
+public:
+    FloorObject& create() {
+        if (m_size == m_chunks.size() * CHUNK) {
+            m_chunks.push_back(std::make_unique<FloorObject[]>(CHUNK));
+        }
+        return at(m_size++);
+    }
+
+    [[nodiscard]] FloorObject& at(std::size_t index) { return m_chunks[index / CHUNK][index % CHUNK]; }
+    [[nodiscard]] std::size_t size() const { return m_size; }
+
+private:
+    static constexpr std::size_t CHUNK = 512;
+
+    std::vector<std::unique_ptr<FloorObject[]>> m_chunks;
+    std::size_t m_size = 0;
+};
+
 /// The objects and components of one world.
 class FloorWorld : NonCopyable {
 public:
     using Map = std::unordered_map<Uuid, Tessel::GameObject>;
 
-    /// Creates a document in the plain way: one step after the other for each object. Returns the root.
-    Tessel::GameObject createPlain(const Nodes& nodes, const Nodes* nested, const Uuid& instanceUuid);
+    /// Creates a document in the plain way: one step after the other for each object. Returns the root, which says
+    /// which file and instance it is of.
+    Tessel::GameObject createPlain(const Workload& workload, const Uuid& instanceUuid);
 
     /// The same in its best form: all map nodes in one pass, merged instead of copied, parents by index.
-    Tessel::GameObject createBest(const Nodes& nodes, const Nodes* nested, const Uuid& instanceUuid);
+    Tessel::GameObject createBest(const Workload& workload, const Uuid& instanceUuid);
 
-    [[nodiscard]] FloorPool<FloorObject>& objects() { return m_objects; }
+    [[nodiscard]] FloorObjects& objects() { return m_objects; }
 
 private:
     struct Item;
 
-    [[nodiscard]] static std::vector<Item> gather(const Nodes& nodes, const Nodes* nested, const Uuid& instanceUuid);
+    [[nodiscard]] static std::vector<Item> gather(const Workload& workload, const Uuid& instanceUuid);
     [[nodiscard]] Tessel::GameObject createObject();
     void describe(FloorObject& object, const Uuid& uuid, const Item& item);
     void attach(std::uint32_t child, Tessel::GameObject parent);
     void addComponents(FloorObject& object, const Item& item);
+    void nameFile(FloorObject& root, const Workload& workload, const Uuid& instanceUuid);
     void activate(std::uint32_t root);
 
-    FloorPool<FloorObject> m_objects;
+    FloorObjects m_objects;
     FloorPool<FloorHierarchy> m_hierarchies;
     FloorPool<FloorTransform> m_transforms;
     FloorPool<FloorCargo> m_cargoes;

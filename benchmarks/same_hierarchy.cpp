@@ -5,6 +5,7 @@
 #include "kiln_runs.h"
 
 #include <generic_components/transform_component.h>
+#include <tessel_asset_loading/prefab_component.h>
 
 #include <map>
 #include <stdexcept>
@@ -22,6 +23,8 @@ struct Described {
     std::string label;
     float mass = 0;
     float volume = 0;
+    std::string resource;
+    Uuid instance;
 
     bool operator==(const Described&) const = default;
 };
@@ -41,6 +44,10 @@ using Hierarchy = std::map<Uuid, Described>;
             described.label = cargo->config.label;
             described.mass = cargo->config.mass;
             described.volume = cargo->config.volume;
+        }
+        if (const auto* const reference = manager.findComponent<Tessel::PrefabComponent>(object)) {
+            described.resource = reference->resource();
+            described.instance = reference->instanceUuid();
         }
     }
     return hierarchy;
@@ -62,6 +69,9 @@ using Hierarchy = std::map<Uuid, Described>;
                 described.label = cargo->label;
                 described.mass = cargo->mass;
                 described.volume = cargo->volume;
+            } else if (const auto* const reference = dynamic_cast<const FloorReference*>(object.components[place])) {
+                described.resource = reference->resource;
+                described.instance = reference->instance;
             }
         }
     }
@@ -79,7 +89,7 @@ void expectSameHierarchy(const Workload& workload) {
 
     for (const auto create : {&FloorWorld::createPlain, &FloorWorld::createBest}) {
         FloorWorld floor;
-        (floor.*create)(workload.nodes, &workload.nested, instance);
+        (floor.*create)(workload, instance);
         if (describe(floor) != expected) {
             throw std::runtime_error(workload.name + ": the floor makes another hierarchy than the library");
         }
