@@ -72,6 +72,18 @@ GameObjectPrefab::deriveUuids(const std::vector<GameObjectCreationItem>& items) 
     return objects;
 }
 
+bool GameObjectPrefab::enterUuids(std::vector<CreatedObject>& createdItems, ObjectsByUuid& objects) {
+    for (CreatedObject& item : createdItems) {
+        const auto [entry, isNew] = objects.try_emplace(item.uuid);
+        if (!isNew) {
+            objects = ObjectsByUuid(8);
+            return false;
+        }
+        item.entry = &entry->second;
+    }
+    return true;
+}
+
 bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& items, int worldId,
                                          std::vector<GameObject>& created, ObjectsByUuid& uuidMap,
                                          std::vector<CreatedObject>& createdItems) const {
@@ -83,6 +95,7 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
     created.push_back(GameObject::INVALID_GAME_OBJECT); // Place of the root.
 
     ObjectsByUuid objects(8); // UUIDs used by this creation.
+    const bool areEntered = uuidMap.empty() && enterUuids(createdItems, objects);
     bool isRepaired = false;
     for (std::size_t i = 0; i < items.size(); ++i) {
         const GameObjectCreationItem& item = items[i];
@@ -100,7 +113,9 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
         };
 
         createdItems[i].object = object;
-        if (!objects.try_emplace(uuid, object).second) {
+        if (areEntered) {
+            *createdItems[i].entry = object;
+        } else if (!objects.try_emplace(uuid, object).second) {
             Report::error("UUID conflict detected. Trying to generate new instance UUID.");
             if (isExternal) {
                 Report::error("This conflict can't be resolved because of external uuid map");
@@ -151,7 +166,8 @@ void GameObjectPrefab::createComponentsAndUpdateFlags(const std::vector<GameObje
     std::optional<ObjectCreation> creation;
     for (std::size_t i = 0; i < items.size(); ++i) {
         const GameObjectCreationItem& item = items[i];
-        const auto& [uuid, object] = createdItems[i];
+        const Uuid& uuid = createdItems[i].uuid;
+        const GameObject object = createdItems[i].object;
         const GameObjectOverrideRecords* const overrides = findOverrides(item, i == 0);
         // A component may destroy the world; an object of the caller's map may be of another one.
         if (!world || object.getWorldId() != worldId || !entryPoint.isWorldValid(worldId)) {
