@@ -13,6 +13,9 @@ namespace Kiln::Tessel {
 
 namespace {
 
+/// Objects whose map does not stay in the processor's nearest caches.
+constexpr std::size_t LARGE_INSTANCE = 4096;
+
 [[nodiscard]] std::vector<GameObject> failedCreation() {
     Report::error("Failed to create prefab instance.\n");
     return {GameObject::INVALID_GAME_OBJECT};
@@ -95,7 +98,7 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
     created.push_back(GameObject::INVALID_GAME_OBJECT); // Place of the root.
 
     ObjectsByUuid objects(8); // UUIDs used by this creation.
-    const bool areEntered = uuidMap.empty() && enterUuids(createdItems, objects);
+    const bool areEntered = items.size() >= LARGE_INSTANCE && uuidMap.empty() && enterUuids(createdItems, objects);
     bool isRepaired = false;
     for (std::size_t i = 0; i < items.size(); ++i) {
         const GameObjectCreationItem& item = items[i];

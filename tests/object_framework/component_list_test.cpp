@@ -1,0 +1,125 @@
+#include "world_fixture.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+namespace Kiln::Tessel::FrameworkTests {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+/// Objects with more components than lie within their record.
+class ManyComponents : public WorldTest {
+protected:
+    static constexpr int COUNT = 8;
+
+    template <char... Letters>
+    void addAll(GameObject object) {
+        (add<Journaled<Letters>>(object, &journal), ...);
+        m_types = {typeOf<Journaled<Letters>>()...};
+    }
+
+    void addEight(GameObject object) { addAll<'A', 'B', 'C', 'D', 'E', 'F', 'G', 'H'>(object); }
+
+    /// In the order in which they were added.
+    [[nodiscard]] const std::vector<ComponentTypeId>& types() const { return m_types; }
+
+    [[nodiscard]] std::vector<std::string> takeJournal() { return std::exchange(journal, {}); }
+
+private:
+    std::vector<ComponentTypeId> m_types;
+};
+
+TEST_F(ManyComponents, componentTypes_areInTheOrderOfAdding) {
+    const GameObject object = create();
+    addEight(object);
+    EXPECT_EQ(manager().componentTypes(object), types());
+    for (const ComponentTypeId type : types()) {
+        EXPECT_EQ(manager().findComponent(object, type)->type(), type);
+    }
+}
+
+TEST_F(ManyComponents, activation_isInTheOrderOfAdding) {
+    const GameObject object = create();
+    addEight(object);
+    manager().activateGameObject(object);
+    EXPECT_THAT(takeJournal(), ElementsAre("activate A", "activate B", "activate C", "activate D", "activate E",
+                                           "activate F", "activate G", "activate H"));
+}
+
+TEST_F(ManyComponents, removeGameObject_destroysTheLastFirst) {
+    const GameObject object = create();
+    addEight(object);
+    manager().removeGameObject(object);
+    EXPECT_THAT(takeJournal(), ElementsAre("destroy H", "destroy G", "destroy F", "destroy E", "destroy D", "destroy C",
+                                           "destroy B", "destroy A"));
+}
+
+TEST_F(ManyComponents, removeComponent_oneAfterTheOther_keepsTheOrderOfTheOthers) {
+    // From every place, as the list shrinks until it lies within the record, and is empty.
+    for (int place = 0; place < COUNT; ++place) {
+        const GameObject object = create();
+        addEight(object);
+        std::vector<ComponentTypeId> left = types();
+        while (!left.empty()) {
+            const auto removed = left.begin() + std::min<std::ptrdiff_t>(place, std::ssize(left) - 1);
+            manager().removeComponent(object, *removed);
+            EXPECT_EQ(manager().findComponent(object, *removed), nullptr);
+            left.erase(removed);
+            ASSERT_THAT(manager().componentTypes(object), ElementsAreArray(left));
+        }
+        EXPECT_EQ(ComponentA::livingCount, 0);
+    }
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST_F(ManyComponents, addComponent_afterTheListHasShrunk_isTheLast) {
+    const GameObject object = create();
+    addEight(object);
+    for (std::size_t i = 1; i < types().size(); ++i) {
+        manager().removeComponent(object, types()[i]);
+    }
+    add<ComponentB>(object);
+    EXPECT_THAT(manager().componentTypes(object), ElementsAre(typeOf<ComponentA>(), typeOf<ComponentB>()));
+}
+
+/// Components of one type that are given back in different ways.
+class ComponentDeleters : public WorldTest {
+protected:
+    static void deleteFirst(IComponent* component) { deleteAs("first", component); }
+    static void deleteSecond(IComponent* component) { deleteAs("second", component); }
+
+    GameObject createWith(void (*deallocate)(IComponent* component)) {
+        const GameObject object = create();
+        manager().addComponent(object, ComponentPointer(new ComponentA, IComponentDeleter{deallocate}),
+                               typeOf<ComponentA>());
+        return object;
+    }
+
+    static inline std::vector<std::string> s_deleted;
+
+private:
+    static void deleteAs(const char* name, IComponent* component) {
+        s_deleted.push_back(name);
+        delete component;
+    }
+};
+
+TEST_F(ComponentDeleters, eachComponent_isGivenBackAsItWasAdded) {
+    s_deleted.clear();
+    const GameObject first = createWith(&deleteFirst);
+    const GameObject second = createWith(&deleteSecond);
+    const GameObject third = createWith(&deleteFirst);
+    add<ComponentA>(create()); // From its pool.
+    manager().removeGameObject(second);
+    manager().removeGameObject(first);
+    manager().removeComponent(third, typeOf<ComponentA>());
+    EXPECT_THAT(s_deleted, ElementsAre("second", "first", "first"));
+    EXPECT_EQ(ComponentA::livingCount, 1);
+}
+
+} // namespace
+} // namespace Kiln::Tessel::FrameworkTests

@@ -1,0 +1,64 @@
+// Instances of so many objects that their UUIDs are entered in a pass of its own.
+
+#include <tessel_asset_loading/support/creation_fixture.h>
+
+using namespace Kiln;
+using namespace Kiln::TestSupport;
+using Kiln::Tessel::GameObject;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class LargeInstance : public CreationFixture {
+protected:
+    static constexpr std::uint64_t COUNT = 5000;
+
+    /// Nodes with the ids from 1 to COUNT, all below the first one.
+    [[nodiscard]] static PrefabBuilder flock() {
+        PrefabBuilder builder;
+        builder.root(id(1), "Root");
+        for (std::uint64_t number = 2; number <= COUNT; ++number) {
+            builder.child(id(number), std::to_string(number), id(1));
+        }
+        return builder;
+    }
+};
+
+TEST_F(LargeInstance, uuidMap_hasEachObjectUnderItsUuid) {
+    const std::vector<GameObject> created = create(flock());
+    ASSERT_EQ(created.size(), COUNT);
+    ASSERT_EQ(config.uuidMap.size(), COUNT);
+    for (std::uint64_t number = 1; number <= COUNT; ++number) {
+        const Uuid uuid = Uuid::combine(INSTANCE, id(number));
+        ASSERT_EQ(config.uuidMap.at(uuid), created[number - 1]);
+        ASSERT_EQ(manager().getGameObjectUuid(created[number - 1]), uuid);
+    }
+    EXPECT_EQ(manager().getChildren(created.front()).size(), COUNT - 1);
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(LargeInstance, duplicateUuid_failsAsInASmallOne) {
+    EXPECT_THAT(create(flock().child(id(7), "Again", id(1))), IsFailure());
+    EXPECT_THAT(logged(), ElementsAre(CONFLICT, CONFLICT_STAYS, FAILED));
+    EXPECT_EQ(manager().gameObjectsCount(), 0U);
+    EXPECT_THAT(config.uuidMap, IsEmpty());
+}
+
+TEST_F(LargeInstance, secondRoot_failsAsInASmallOne) {
+    EXPECT_THAT(create(flock().root(id(COUNT + 1), "Second")), IsFailure());
+    EXPECT_THAT(logged(), ElementsAre(SECOND_ROOT, FAILED));
+    EXPECT_EQ(manager().gameObjectsCount(), 0U);
+    EXPECT_THAT(config.uuidMap, IsEmpty());
+}
+
+TEST_F(LargeInstance, objectOfTheCallersMap_isReused) {
+    const GameObject own = manager().createGameObject();
+    config.uuidMap.emplace(Uuid::combine(INSTANCE, id(9)), own);
+    const std::vector<GameObject> created = create(flock());
+    ASSERT_EQ(created.size(), COUNT);
+    EXPECT_EQ(created[8], own);
+    EXPECT_EQ(manager().gameObjectsCount(), COUNT);
+}
+
+} // namespace
