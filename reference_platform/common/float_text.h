@@ -9,7 +9,7 @@
 /// "inf", "-inf" and "nan". Most floats in files are small whole numbers, which need no search for digits.
 namespace Kiln::FloatText {
 
-/// The longest float, such as -1.17549435e-38, takes 15 characters.
+/// Of the longest texts: a sign, nine digits with a point, and an exponent of a sign and two digits.
 inline constexpr std::size_t MAX_LENGTH = 15;
 
 /// Writes up to MAX_LENGTH characters and returns their end.

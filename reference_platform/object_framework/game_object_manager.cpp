@@ -78,7 +78,9 @@ struct GameObjectManager::State {
         GameObjectRecord& record = table[place];
         record.isActive = true;
         const ComponentList& components = record.components;
-        for (std::size_t i = 0; i < components.size(); ++i) {
+        // A component that another one adds meanwhile is activated as it is added.
+        const std::size_t count = components.size();
+        for (std::size_t i = 0; i < count && i < components.size(); ++i) {
             components.component(i).activate();
         }
         for (std::size_t i = 0; i < components.size(); ++i) {
@@ -339,13 +341,18 @@ IComponent* GameObjectManager::addComponent(GameObject object, ComponentPointer 
 
 void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type) {
     GameObjectRecord* const record = m_state->table.find(object);
-    const std::size_t index = record ? record->components.find(type, m_state->kinds) : ComponentList::NONE;
+    std::size_t index = record ? record->components.find(type, m_state->kinds) : ComponentList::NONE;
     if (index == ComponentList::NONE) {
         return;
     }
     if (record->isActive) {
         m_state->leaveQueries(object.index(), type);
         record->components.component(index).deactivate();
+        // The component may have removed others, itself or its object meanwhile.
+        index = record->isOf(object) ? record->components.find(type, m_state->kinds) : ComponentList::NONE;
+        if (index == ComponentList::NONE) {
+            return;
+        }
     }
     if (type == NativeComponent<HierarchyComponent>::getType()) {
         m_state->detach(object.index());

@@ -13,7 +13,7 @@ GameObject GameObjectTable::create() {
     if (m_free.empty()) {
         index = m_size;
         if (index / CHUNK_SIZE == m_chunks.size()) {
-            m_chunks.emplace_back(std::allocator<GameObjectRecord>().allocate(CHUNK_SIZE));
+            m_chunks.push_back(Chunk(std::allocator<GameObjectRecord>().allocate(CHUNK_SIZE)));
         }
         std::construct_at(&(*this)[index]);
         ++m_size;

@@ -153,32 +153,29 @@ ComponentItem::ComponentItem(const DataSection& document, const std::string& com
 }
 
 std::uint64_t ComponentItem::getGameObjectIndex() const {
-    return readNumber(*m_document, m_gameObject, NO_GAME_OBJECT, NO_GAME_OBJECT);
+    return readNumber(*m_document, child(m_gameObject, GAME_OBJECT), NO_GAME_OBJECT, NO_GAME_OBJECT);
 }
 
 ComponentOptions ComponentItem::getInstanceOptions() const {
-    return ComponentOptions(readNumber(*m_document, m_options, ALL_ROLES.bits(), ALL_ROLES.bits()));
+    return ComponentOptions(readNumber(*m_document, child(m_options, OPTIONS), ALL_ROLES.bits(), ALL_ROLES.bits()));
 }
 
 void ComponentItem::setInstanceOptions(ComponentOptions options) {
+    m_options = child(m_options, OPTIONS);
     writeNumber(m_options, m_node, OPTIONS, options.bits());
 }
 
 void ComponentItem::constructConfig(const mirra::ReflectedObject& configuration,
                                     const DeseriralizeErrorHandler* handler) const {
-    readProperties(*m_document, m_properties, configuration, *m_componentName, handler);
+    readProperties(*m_document, child(m_properties, PROPERTIES), configuration, *m_componentName, handler);
 }
 
 void ComponentItem::storeConfig(const mirra::ReflectedObject& configuration) {
-    const DataNode properties = m_node.append(PROPERTIES);
-    if (!m_properties) {
-        m_properties = properties;
-    }
-    writeProperties(properties, configuration);
+    writeProperties(m_node.append(PROPERTIES), configuration);
 }
 
 std::optional<PropertyItem> ComponentItem::findProperty(std::string_view name) const {
-    const DataNode property = m_properties.child(name);
+    const DataNode property = child(m_properties, PROPERTIES).child(name);
     return property ? std::optional(PropertyItem(property)) : std::nullopt;
 }
 

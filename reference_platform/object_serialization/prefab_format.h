@@ -92,10 +92,15 @@ private:
     ComponentItem(const DataSection& document, const std::string& componentName, DataNode node,
                   std::uint64_t gameObjectIndex);
 
+    /// A child that was found when this was made; one that has been made since is found now.
+    [[nodiscard]] DataNode child(DataNode known, std::string_view name) const {
+        return known ? known : m_node.child(name);
+    }
+
     const DataSection* m_document;
     const std::string* m_componentName;
     DataNode m_node;
-    DataNode m_gameObject; ///< Children, null where there is none.
+    DataNode m_gameObject; ///< Children, null where there was none.
     DataNode m_options;
     DataNode m_properties;
 };

@@ -25,6 +25,8 @@ public:
     ComponentDescriptor(const std::string& name, const std::string& category)
         : ComponentDescriptor(ComponentTexts::of(name, category)) {}
 
+    ComponentDescriptor(const ComponentDescriptor&) = delete;
+    ComponentDescriptor& operator=(const ComponentDescriptor&) = delete;
     ~ComponentDescriptor() override { dropChanges(); }
 
     [[nodiscard]] const std::string& name() const override { return m_texts->name; }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <utility>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -59,12 +60,13 @@ DataPosition LineTable::positionAt(std::size_t offset) const {
 }
 
 void LineTable::listLines() const {
-    m_lineStarts.push_back(m_textStart);
+    std::vector<std::size_t> lineStarts{m_textStart};
     for (std::size_t word = 0; word < m_lineEnds.size(); ++word) {
         for (std::uint64_t ends = m_lineEnds[word]; ends != 0; ends &= ends - 1) {
-            m_lineStarts.push_back(word * WORD_BITS + static_cast<std::size_t>(std::countr_zero(ends)) + 1);
+            lineStarts.push_back(word * WORD_BITS + static_cast<std::size_t>(std::countr_zero(ends)) + 1);
         }
     }
+    m_lineStarts = std::move(lineStarts);
 }
 
 } // namespace Kiln

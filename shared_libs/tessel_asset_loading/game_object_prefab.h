@@ -156,8 +156,8 @@ private:
                                     SmartPointer<GameObjectDescriptor> integrationPoint) const;
     /// The UUIDs that the items' objects have in their instances, without the objects.
     [[nodiscard]] static std::vector<CreatedObject> deriveUuids(const std::vector<GameObjectCreationItem>& items);
-    /// Enters all UUIDs in an empty map, in one pass that does nothing else: the look-ups of a large map wait for memory,
-    /// and next to each other they wait at the same time. False when two are the same; the map is empty then.
+    /// Enters all UUIDs in an empty map, in one pass that does nothing else: the look-ups of a large map wait for
+    /// memory, and next to each other they wait at the same time. False when two are the same; the map is empty then.
     [[nodiscard]] static bool enterUuids(std::vector<CreatedObject>& createdItems, ObjectsByUuid& objects);
     [[nodiscard]] bool createGoInstances(std::vector<GameObjectCreationItem>& items, int worldId,
                                          std::vector<GameObject>& created, ObjectsByUuid& uuidMap,

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <functional>
 
 namespace Kiln::Tessel::FrameworkTests {
 namespace {
@@ -119,6 +120,79 @@ TEST_F(ComponentDeleters, eachComponent_isGivenBackAsItWasAdded) {
     manager().removeComponent(third, typeOf<ComponentA>());
     EXPECT_THAT(s_deleted, ElementsAre("second", "first", "first"));
     EXPECT_EQ(ComponentA::livingCount, 1);
+}
+
+/// A component that does something to its object when it is activated or deactivated.
+class Meddler final : public PoolableComponent<Meddler, IComponent> {
+public:
+    void activate() override { run(onActivate); }
+    void deactivate() override { run(onDeactivate); }
+
+    std::function<void()> onActivate;
+    std::function<void()> onDeactivate;
+
+private:
+    /// By value: the action may destroy the component.
+    static void run(std::function<void()> action) {
+        if (action) {
+            action();
+        }
+    }
+};
+
+class MeddlingComponents : public WorldTest {
+protected:
+    /// An active object with components A and B and, last, a meddler.
+    GameObject createActive() {
+        const GameObject object = create();
+        add<ComponentA>(object);
+        add<ComponentB>(object);
+        meddler = add<Meddler>(object);
+        manager().activateGameObject(object);
+        return object;
+    }
+
+    Meddler* meddler = nullptr;
+};
+
+TEST_F(MeddlingComponents, removed_removesAnother_bothAreGone) {
+    const GameObject object = createActive();
+    meddler->onDeactivate = [this, object] { removeComponent<ComponentA>(object); };
+    removeComponent<Meddler>(object);
+    EXPECT_THAT(manager().componentTypes(object), ElementsAre(typeOf<ComponentB>()));
+    EXPECT_EQ(ComponentA::livingCount, 0);
+    EXPECT_EQ(ComponentB::livingCount, 1);
+}
+
+TEST_F(MeddlingComponents, removed_removesItsObject_everythingIsGone) {
+    const GameObject object = createActive();
+    meddler->onDeactivate = [this, object] {
+        meddler->onDeactivate = nullptr;
+        manager().removeGameObject(object);
+    };
+    removeComponent<Meddler>(object);
+    EXPECT_FALSE(manager().isGameObjectValid(object));
+    EXPECT_EQ(ComponentA::livingCount, 0);
+    EXPECT_EQ(ComponentB::livingCount, 0);
+}
+
+TEST_F(MeddlingComponents, activated_addsAnother_isActivatedOnce) {
+    const GameObject object = create();
+    meddler = add<Meddler>(object);
+    meddler->onActivate = [this, object] { add<ComponentA>(object, &journal); };
+    manager().activateGameObject(object);
+    EXPECT_THAT(journal, ElementsAre("activate A"));
+}
+
+TEST_F(MeddlingComponents, activated_removesAnother_theOthersAreActivated) {
+    const GameObject object = create();
+    meddler = add<Meddler>(object);
+    add<ComponentA>(object);
+    ComponentB* const last = add<ComponentB>(object);
+    meddler->onActivate = [this, object] { removeComponent<ComponentA>(object); };
+    manager().activateGameObject(object);
+    EXPECT_THAT(manager().componentTypes(object), ElementsAre(typeOf<Meddler>(), typeOf<ComponentB>()));
+    EXPECT_TRUE(last->isActive);
 }
 
 } // namespace

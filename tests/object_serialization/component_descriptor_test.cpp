@@ -3,12 +3,17 @@
 #include <object_serialization/override_records.h>
 #include <variant/variant_converter.h>
 
+#include <type_traits>
+
 namespace Kiln::SerializationTests {
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 using TextDescriptor = ComponentDescriptor<TextComponent>;
+
+static_assert(!std::is_copy_constructible_v<TextDescriptor> && !std::is_copy_assignable_v<TextDescriptor>,
+              "a descriptor refers to its own configuration");
 
 class Descriptor : public DocumentTest {
 protected:

@@ -96,5 +96,19 @@ TEST_F(Item, storedConfig_isReadBack) {
     EXPECT_EQ(copy->config().state, 0);
 }
 
+TEST_F(Item, anItemOfTheSameComponent_seesWhatHasBeenStoredSince) {
+    PrefabFormat format(DataSection::create("prefab"));
+    ComponentPool& pool = format.createComponentPoolStorage().createComponentPool("TextComponent");
+    Tessel::ComponentItem first = pool.addComponent(3);
+    Tessel::ComponentItem second = pool.getComponentItem(0);
+    first.setInstanceOptions(Tessel::ComponentOptions(1U));
+    descriptor->config() = {"text", "note", 5};
+    first.storeConfig(descriptor->viewConfiguration());
+    EXPECT_EQ(second.getInstanceOptions().bits(), 1U);
+    EXPECT_EQ(second.findProperty("text")->getSimpleValue(), "text");
+    second.setInstanceOptions(Tessel::ComponentOptions(2U));
+    EXPECT_EQ(first.getInstanceOptions().bits(), 2U);
+}
+
 } // namespace
 } // namespace Kiln::SerializationTests

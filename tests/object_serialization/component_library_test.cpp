@@ -72,6 +72,14 @@ TEST_F(Library, append_sameTypeIdTwice_keepsTheFirstWithAnError) {
     EXPECT_THAT(log.messages(), ElementsAre(refusal("B")));
 }
 
+TEST_F(Library, append_refused_doesNotCount) {
+    library.append(record(3, "A"));
+    library.append(record(70, "A", typeid(SecondType)));
+    EXPECT_EQ(library.componentsCount(), 4U);
+    EXPECT_EQ(library.componentName(70), "");
+    EXPECT_THAT(log.messages(), ElementsAre(refusal("A")));
+}
+
 TEST_F(Library, append_sameNameTwice_keepsTheFirstWithAnError) {
     library.append(record(3, "A"));
     library.append(record(4, "A", typeid(SecondType)));
