@@ -1,8 +1,9 @@
 #include <common/float_text.h>
 
+#include <common/number_text.h>
+
 #include <charconv>
 #include <cmath>
-#include <system_error>
 
 namespace Kiln::FloatText {
 
@@ -30,14 +31,7 @@ bool read(std::string_view text, float& value) noexcept {
         value = static_cast<float>(text.front() - '0');
         return true;
     }
-    float number{};
-    const char* const end = text.data() + text.size();
-    const auto [position, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || position != end) {
-        return false;
-    }
-    value = number;
-    return true;
+    return readNumber(text, value);
 }
 
 } // namespace Kiln::FloatText

@@ -1,5 +1,6 @@
 #include <object_serialization/prefab_format.h>
 
+#include <common/number_text.h>
 #include <common/white_space.h>
 #include <core/log.h>
 #include <object_serialization/property_io.h>
@@ -72,8 +73,7 @@ template <class Number>
     std::string scratch;
     const std::string_view text = trimWhiteSpace(node.text(scratch));
     Number number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size() || number > limit) {
+    if (!Kiln::readNumber(text, number) || number > limit) {
         reportUnreadable(document, node, std::string(text));
         return unreadable;
     }

@@ -1,6 +1,7 @@
 #include <reflection/scalar_value_types.h>
 
 #include <common/float_text.h>
+#include <common/number_text.h>
 
 #include <algorithm>
 #include <array>
@@ -9,7 +10,6 @@
 #include <concepts>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
@@ -35,14 +35,7 @@ bool parseScalar(std::string_view text, bool& value) {
 template <class Number>
     requires std::is_arithmetic_v<Number>
 bool parseScalar(std::string_view text, Number& value) {
-    Number number{};
-    const char* const end = text.data() + text.size();
-    const auto [position, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || position != end) {
-        return false;
-    }
-    value = number;
-    return true;
+    return Kiln::readNumber(text, value);
 }
 
 bool parseScalar(std::string_view text, float& value) {

@@ -1,5 +1,6 @@
 #include <resource/data_section.h>
 
+#include <common/number_text.h>
 #include <common/white_space.h>
 #include <core/log.h>
 #include <resource/data_document.h>
@@ -34,9 +35,7 @@ SmartPointer<DataSection> makeRootSection(SmartPointer<DataDocument> document) {
 template <class Number>
 std::optional<Number> parseNumber(std::string_view text) {
     Number number{};
-    const char* const end = text.data() + text.size();
-    const auto [position, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && position == end ? std::optional(number) : std::nullopt;
+    return readNumber(text, number) ? std::optional(number) : std::nullopt;
 }
 
 std::optional<bool> parseBool(std::string_view text) {
