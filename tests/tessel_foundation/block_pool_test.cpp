@@ -119,10 +119,14 @@ TEST_F(BlockPoolTest, allocate_fullBlock_reportsAndReturnsNull) {
 }
 
 TEST_F(BlockPoolTest, allocate_headOfFreeChainNotFree_reportsAndReturnsNull) {
-    auto& head = const_cast<ElemState&>(block.state(0));
-    head.allocationState = AllocationState::INACTIVE;
-    EXPECT_EQ(block.allocate(1), nullptr);
-    head.allocationState = AllocationState::FREE;
+    struct BreakableBlock : BlockPool<Item> {
+        using BlockPool::BlockPool;
+        using BlockPool::elementStates;
+    };
+    BreakableBlock broken(4);
+    broken.elementStates().setAllocationState(0, AllocationState::INACTIVE);
+    EXPECT_EQ(broken.allocate(1), nullptr);
+    broken.elementStates().setAllocationState(0, AllocationState::FREE);
     EXPECT_THAT(takeFailures(),
                 ElementsAre(poolFailure("m_elementStates[idx].allocationState == ElemState::AllocationState::FREE",
                                         "The free chain is broken")));

@@ -4,6 +4,7 @@
 #include <tessel_foundation/internal_tech/block_pool_listener.h>
 #include <tessel_foundation/internal_tech/deferred_deactivations.h>
 #include <tessel_foundation/internal_tech/elem_state.h>
+#include <tessel_foundation/internal_tech/elem_states.h>
 #include <tessel_foundation/internal_tech/pool_assertions.h>
 #include <tessel_foundation/internal_tech/pool_directory.h>
 #include <tessel_foundation/internal_tech/pool_dump.h>
@@ -15,7 +16,6 @@
 #include <memory>
 #include <new>
 #include <utility>
-#include <vector>
 
 namespace Kiln::Tessel {
 
@@ -34,13 +34,7 @@ public:
         : m_buffer(std::make_unique<Slot[]>(std::max<std::size_t>(elementsCount, 1))),
           m_elementStates(std::max<std::size_t>(elementsCount, 1)),
           m_owner(owner),
-          m_number(number) {
-        const auto count = static_cast<std::int64_t>(m_elementStates.size());
-        for (std::int64_t index = 0; index < count; ++index) {
-            stateAt(index).nextElement = index + 1 < count ? index + 1 : ElemState::NO_ELEMENT;
-            stateAt(index).previousElement = index - 1;
-        }
-    }
+          m_number(number) {}
 
     /// Reports an assertion if objects are left, and destroys them so that what they own is given back.
     virtual ~BlockPool() {
@@ -48,9 +42,9 @@ public:
             return;
         }
         PoolAssertions::reportBlockNotEmpty();
-        for (std::size_t index = 0; index < m_elementStates.size(); ++index) {
+        for (std::int64_t index = 0; index < static_cast<std::int64_t>(m_elementStates.size()); ++index) {
             if (m_elementStates[index].allocationState != AllocationState::FREE) {
-                m_elementStates[index].allocationState = AllocationState::FREE;
+                m_elementStates.setAllocationState(index, AllocationState::FREE);
                 elementAt(index)->~T();
             }
         }
@@ -65,10 +59,9 @@ public:
             return nullptr;
         }
         try {
-            return ::new (static_cast<void*>(&m_buffer[static_cast<std::size_t>(index)]))
-                T(std::forward<Args>(args)...);
+            return ::new (static_cast<void*>(&m_buffer[index])) T(std::forward<Args>(args)...);
         } catch (...) {
-            release(static_cast<std::size_t>(index));
+            release(index);
             throw;
         }
     }
@@ -79,15 +72,14 @@ public:
         if (!checkElement(element)) {
             return;
         }
-        const std::size_t index = indexOf(element);
-        ElemState& state = m_elementStates[index];
-        if (state.allocationState == AllocationState::FREE) {
+        const std::int64_t index = linkTo(element);
+        if (m_elementStates[index].allocationState == AllocationState::FREE) {
             PoolAssertions::reportFreedTwice();
             return;
         }
         deactivateNow(index);
         // FREE, but in no chain yet: whatever the destructor does, the element is neither activated nor allocated.
-        state.allocationState = AllocationState::FREE;
+        m_elementStates.setAllocationState(index, AllocationState::FREE);
         element->~T();
         release(index);
     }
@@ -98,23 +90,21 @@ public:
         if (!checkElement(element)) {
             return;
         }
-        const std::size_t index = indexOf(element);
-        m_deferred.drop(index);
-        ElemState& state = m_elementStates[index];
-        if (state.allocationState != AllocationState::INACTIVE) {
+        m_deferred.drop(indexOf(element));
+        const std::int64_t index = linkTo(element);
+        if (m_elementStates[index].allocationState != AllocationState::INACTIVE) {
             return;
         }
-        const auto link = static_cast<std::int64_t>(index);
-        state = {.nextElement = ElemState::NO_ELEMENT,
-                 .previousElement = m_lastAllocated,
-                 .allocationState = AllocationState::ACTIVE};
-        (m_lastAllocated == ElemState::NO_ELEMENT ? m_firstAllocated : stateAt(m_lastAllocated).nextElement) = link;
-        m_lastAllocated = link;
+        m_elementStates.set(index, {.nextElement = ElemState::NO_ELEMENT,
+                                    .previousElement = m_lastAllocated,
+                                    .allocationState = AllocationState::ACTIVE});
+        setNextAllocated(m_lastAllocated, index);
+        m_lastAllocated = index;
         if (m_owner != nullptr) {
             ++m_owner->activeCount;
         }
         if (m_listener != nullptr) {
-            m_listener->onActivated(*element, index);
+            m_listener->onActivated(*element, indexOf(element));
         }
     }
 
@@ -128,7 +118,7 @@ public:
             m_deferred.add(indexOf(element));
             return;
         }
-        deactivateNow(indexOf(element));
+        deactivateNow(linkTo(element));
     }
 
     /// Starts the deferred mode: elements stay ACTIVE, and the allocated chain keeps them, until the mode ends. Does
@@ -143,7 +133,7 @@ public:
     /// ACTIVE again only after an activation.
     void endDeferredDeactivation() {
         m_isDeferring = false;
-        m_deferred.applyAll([this](std::size_t index) { deactivateNow(index); });
+        m_deferred.applyAll([this](std::size_t index) { deactivateNow(static_cast<std::int64_t>(index)); });
     }
 
     /// True when every element is FREE.
@@ -162,7 +152,9 @@ public:
     [[nodiscard]] std::size_t elementsCount() const noexcept { return m_elementStates.size(); }
 
     /// `index` is below elementsCount().
-    [[nodiscard]] const ElemState& state(std::size_t index) const noexcept { return m_elementStates[index]; }
+    [[nodiscard]] ElemState state(std::size_t index) const noexcept {
+        return m_elementStates[static_cast<std::int64_t>(index)];
+    }
 
     /// Ends of the allocated chain and head of the free chain; ElemState::NO_ELEMENT when the chain is empty.
     [[nodiscard]] std::int64_t firstAllocated() const noexcept { return m_firstAllocated; }
@@ -185,8 +177,8 @@ public:
     template <class Function>
     void forEachActive(Function&& function) {
         for (std::int64_t index = m_firstAllocated; index != ElemState::NO_ELEMENT;) {
-            const std::int64_t next = stateAt(index).nextElement;
-            function(*elementAt(static_cast<std::size_t>(index)));
+            const std::int64_t next = m_elementStates[index].nextElement;
+            function(*elementAt(index));
             index = next;
         }
     }
@@ -200,6 +192,10 @@ public:
                                       .elementStates = m_elementStates});
     }
 
+protected:
+    /// For a class that keeps books of its own; the chains have to stay whole.
+    [[nodiscard]] ElemStates& elementStates() noexcept { return m_elementStates; }
+
 private:
     using AllocationState = ElemState::AllocationState;
 
@@ -207,11 +203,11 @@ private:
         std::byte bytes[sizeof(T)];
     };
 
-    [[nodiscard]] ElemState& stateAt(std::int64_t index) noexcept {
-        return m_elementStates[static_cast<std::size_t>(index)];
+    [[nodiscard]] std::int64_t linkTo(const T* element) const noexcept {
+        return static_cast<std::int64_t>(indexOf(element));
     }
 
-    [[nodiscard]] T* elementAt(std::size_t index) noexcept {
+    [[nodiscard]] T* elementAt(std::int64_t index) noexcept {
         return std::launder(reinterpret_cast<T*>(m_buffer[index].bytes));
     }
 
@@ -234,18 +230,18 @@ private:
             PoolAssertions::reportNoFreeElement();
             return ElemState::NO_ELEMENT;
         }
-        ElemState& state = stateAt(index);
+        const ElemState state = m_elementStates[index];
         if (state.allocationState != AllocationState::FREE) {
             PoolAssertions::reportFreeChainBroken();
             return ElemState::NO_ELEMENT;
         }
         m_nextFree = state.nextElement;
         if (m_nextFree != ElemState::NO_ELEMENT) {
-            stateAt(m_nextFree).previousElement = ElemState::NO_ELEMENT;
+            m_elementStates.setPrevious(m_nextFree, ElemState::NO_ELEMENT);
         } else if (m_owner != nullptr) {
             m_owner->noteFull(m_number);
         }
-        state.allocationState = AllocationState::INACTIVE;
+        m_elementStates.setAllocationState(index, AllocationState::INACTIVE);
         ++m_allocatedCount;
         if (m_owner != nullptr) {
             ++m_owner->allocatedCount;
@@ -254,44 +250,53 @@ private:
     }
 
     /// Puts an element without an object at the head of the free chain.
-    void release(std::size_t index) noexcept {
-        const auto link = static_cast<std::int64_t>(index);
+    void release(std::int64_t index) noexcept {
         if (m_nextFree != ElemState::NO_ELEMENT) {
-            stateAt(m_nextFree).previousElement = link;
+            m_elementStates.setPrevious(m_nextFree, index);
         } else if (m_owner != nullptr) {
             m_owner->noteRoom(m_number);
         }
-        m_elementStates[index] = {.nextElement = m_nextFree,
-                                  .previousElement = ElemState::NO_ELEMENT,
-                                  .allocationState = AllocationState::FREE};
-        m_nextFree = link;
+        m_elementStates.set(index, {.nextElement = m_nextFree,
+                                    .previousElement = ElemState::NO_ELEMENT,
+                                    .allocationState = AllocationState::FREE});
+        m_nextFree = index;
         --m_allocatedCount;
         if (m_owner != nullptr) {
             --m_owner->allocatedCount;
         }
     }
 
-    void deactivateNow(std::size_t index) {
-        ElemState& state = m_elementStates[index];
-        if (state.allocationState != AllocationState::ACTIVE) {
+    void deactivateNow(std::int64_t index) {
+        if (m_elementStates[index].allocationState != AllocationState::ACTIVE) {
             return;
         }
         if (m_listener != nullptr) {
-            m_listener->onDeactivating(*elementAt(index), index);
+            m_listener->onDeactivating(*elementAt(index), static_cast<std::size_t>(index));
         }
-        (state.previousElement == ElemState::NO_ELEMENT ? m_firstAllocated
-                                                        : stateAt(state.previousElement).nextElement) =
-            state.nextElement;
-        (state.nextElement == ElemState::NO_ELEMENT ? m_lastAllocated : stateAt(state.nextElement).previousElement) =
-            state.previousElement;
-        state.allocationState = AllocationState::INACTIVE;
+        const ElemState state = m_elementStates[index];
+        setNextAllocated(state.previousElement, state.nextElement);
+        if (state.nextElement == ElemState::NO_ELEMENT) {
+            m_lastAllocated = state.previousElement;
+        } else {
+            m_elementStates.setPrevious(state.nextElement, state.previousElement);
+        }
+        m_elementStates.setAllocationState(index, AllocationState::INACTIVE);
         if (m_owner != nullptr) {
             --m_owner->activeCount;
         }
     }
 
+    /// Makes `next` follow `index` in the allocated chain; an `index` of NO_ELEMENT stands for its beginning.
+    void setNextAllocated(std::int64_t index, std::int64_t next) noexcept {
+        if (index == ElemState::NO_ELEMENT) {
+            m_firstAllocated = next;
+        } else {
+            m_elementStates.setNext(index, next);
+        }
+    }
+
     std::unique_ptr<Slot[]> m_buffer; ///< Zero-filled when the block is made.
-    std::vector<ElemState> m_elementStates;
+    ElemStates m_elementStates;
     std::int64_t m_firstAllocated = ElemState::NO_ELEMENT;
     std::int64_t m_lastAllocated = ElemState::NO_ELEMENT;
     std::int64_t m_nextFree = 0;

@@ -61,8 +61,8 @@ void writeBlock(std::ostream& stream, const BlockSummary& block) {
     text += "Last allocated element: " + indexText(block.lastAllocated) + "\n";
     text += "Next free element: " + indexText(block.nextFree) + "\n";
     text += tableRule() + "Index | Allocation State | Next Element | Previous Element\n" + tableRule();
-    for (std::size_t index = 0; index < block.elementStates.size(); ++index) {
-        const ElemState& element = block.elementStates[index];
+    for (std::int64_t index = 0; index < static_cast<std::int64_t>(block.elementStates.size()); ++index) {
+        const ElemState element = block.elementStates[index];
         text += std::to_string(index) + "| ";
         text += stateText(element.allocationState);
         text += "| " + indexText(element.nextElement) + "| " + indexText(element.previousElement) + "\n";

@@ -1,12 +1,11 @@
 #pragma once
 
 #include <tessel_foundation/export.h>
-#include <tessel_foundation/internal_tech/elem_state.h>
+#include <tessel_foundation/internal_tech/elem_states.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
-#include <span>
 
 /// The readable form of the pools' state, for diagnostics. Every line ends with '\n'; the stream's own formatting flags
 /// have no influence.
@@ -24,7 +23,7 @@ struct BlockSummary {
     std::int64_t firstAllocated;
     std::int64_t lastAllocated;
     std::int64_t nextFree;
-    std::span<const ElemState> elementStates;
+    const ElemStates& elementStates;
 };
 
 /// Writes what stands before the blocks of a pool.
