@@ -81,7 +81,7 @@ public:
     }
 
     [[nodiscard]] bool empty() const noexcept { return m_size == 0; }
-    [[nodiscard]] std::size_t size() const noexcept { return m_size; }
+    [[nodiscard]] std::size_t size() const noexcept { return isOnHeap() ? m_entries->size() : m_size; }
 
     [[nodiscard]] IComponent& component(std::size_t index) const noexcept {
         return *(isOnHeap() ? (*m_entries)[index].component : m_inPlace[index]);
@@ -105,6 +105,7 @@ public:
         if (m_size < IN_PLACE) {
             m_inPlace[m_size] = component.get();
             m_kinds[m_size] = itsKind;
+            ++m_size;
         } else {
             if (!isOnHeap()) {
                 moveToHeap();
@@ -112,7 +113,6 @@ public:
             m_entries->push_back({component.get(), itsKind});
         }
         component.release();
-        ++m_size;
     }
 
     /// Takes a component out.
@@ -126,8 +126,8 @@ public:
         } else {
             std::copy(m_inPlace + index + 1, m_inPlace + m_size, m_inPlace + index);
             std::copy(m_kinds.begin() + index + 1, m_kinds.begin() + m_size, m_kinds.begin() + index);
+            --m_size;
         }
-        --m_size;
         return removed;
     }
 
@@ -138,7 +138,9 @@ private:
     };
     using Entries = std::vector<Entry>;
 
-    [[nodiscard]] bool isOnHeap() const noexcept { return m_size > IN_PLACE; }
+    static constexpr std::uint8_t ON_HEAP = 0xFF;
+
+    [[nodiscard]] bool isOnHeap() const noexcept { return m_size == ON_HEAP; }
 
     void moveToHeap() {
         auto entries = std::make_unique<Entries>();
@@ -147,6 +149,7 @@ private:
             entries->push_back({m_inPlace[index], m_kinds[index]});
         }
         m_entries = entries.release();
+        m_size = ON_HEAP;
     }
 
     void moveInPlace() noexcept {
@@ -155,6 +158,7 @@ private:
             m_inPlace[index] = (*entries)[index].component;
             m_kinds[index] = (*entries)[index].kind;
         }
+        m_size = IN_PLACE;
     }
 
     union {
@@ -162,7 +166,7 @@ private:
         Entries* m_entries; ///< All of them, when there are more than fit in place.
     };
     std::array<ComponentKind, IN_PLACE> m_kinds{};
-    std::uint16_t m_size = 0;
+    std::uint8_t m_size = 0; ///< ON_HEAP when it is that of m_entries.
 };
 
 } // namespace Kiln::Tessel

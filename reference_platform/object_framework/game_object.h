@@ -15,26 +15,27 @@ public:
     static const GameObject INVALID_GAME_OBJECT;
 
     constexpr GameObject() noexcept = default;
-    constexpr GameObject(int worldId, std::uint32_t index, std::uint32_t generation) noexcept
-        : m_place(static_cast<std::uint64_t>(generation) << 32U | index), m_worldId(worldId) {}
+    constexpr GameObject(int worldId, std::uint32_t index, std::uint64_t generation) noexcept
+        : m_generation(generation),
+          m_place(static_cast<std::uint64_t>(static_cast<std::uint32_t>(worldId)) << 32U | index) {}
 
     /// Whether this is the null handle; a handle to an object that is gone is not.
     [[nodiscard]] constexpr bool isInvalid() const noexcept { return *this == GameObject(); }
 
     /// -1 for the null handle.
-    [[nodiscard]] constexpr int getWorldId() const noexcept { return m_worldId; }
+    [[nodiscard]] constexpr int getWorldId() const noexcept { return static_cast<std::int32_t>(m_place >> 32U); }
 
-    /// Place in the world's table of objects, and how often that place had been used before.
+    /// Place in the world's table of objects.
     [[nodiscard]] constexpr std::uint32_t index() const noexcept { return static_cast<std::uint32_t>(m_place); }
-    [[nodiscard]] constexpr std::uint32_t generation() const noexcept {
-        return static_cast<std::uint32_t>(m_place >> 32U);
-    }
+
+    /// Serial number of the object in its world, from 1: what tells it from others in the same place.
+    [[nodiscard]] constexpr std::uint64_t generation() const noexcept { return m_generation; }
 
     friend constexpr bool operator==(const GameObject&, const GameObject&) noexcept = default;
 
 private:
-    std::uint64_t m_place = 0xFFFFFFFF; ///< Generation and index, in one so that handles travel in two registers.
-    std::int32_t m_worldId = -1;
+    std::uint64_t m_generation = 0;
+    std::uint64_t m_place = ~std::uint64_t{0}; ///< World and index, in one so that handles travel in two registers.
 };
 
 inline constexpr GameObject GameObject::INVALID_GAME_OBJECT{};
@@ -58,7 +59,8 @@ KILN_OBJECT_FRAMEWORK_EXPORT void removeGameObject(const GameObject& object);
 template <>
 struct std::hash<Kiln::Tessel::GameObject> {
     std::size_t operator()(const Kiln::Tessel::GameObject& object) const noexcept {
-        return (static_cast<std::size_t>(object.generation()) << 32U | object.index()) * 0x9e3779b97f4a7c15ULL +
+        // Fibonacci hashing; the generation alone tells the objects of one world apart.
+        return static_cast<std::size_t>(object.generation()) * 0x9e3779b97f4a7c15ULL +
                static_cast<std::size_t>(object.getWorldId());
     }
 };

@@ -19,6 +19,10 @@ void logError(const std::string& text) {
     DebugMessageHelper(0, LogSeverity::ERROR, "", "object_framework/game_object_manager").message("%s", text.c_str());
 }
 
+[[nodiscard]] std::string nameOf(const GameObjectRecord& record) {
+    return std::string(record.name.view());
+}
+
 } // namespace
 
 /// A manager's data, and the steps of its operations that work on records.
@@ -76,7 +80,7 @@ struct GameObjectManager::State {
 
     void setActive(ObjectIndex place) {
         GameObjectRecord& record = table[place];
-        record.isActive = true;
+        record.setActive(true);
         const ComponentList& components = record.components;
         // A component that another one adds meanwhile is activated as it is added.
         const std::size_t count = components.size();
@@ -100,7 +104,7 @@ struct GameObjectManager::State {
         for (std::size_t i = 0; i < components.size(); ++i) {
             components.component(i).deactivate();
         }
-        record.isActive = false;
+        record.setActive(false);
     }
 
     /// The object after `place` in a walk through the tree below `root`, parents first; NO_OBJECT at its end.
@@ -120,16 +124,16 @@ struct GameObjectManager::State {
 
     void activateTree(ObjectIndex root) {
         for (ObjectIndex place = root; place != NO_OBJECT;) {
-            if (table[place].isEnabled && !table[place].isActive) {
+            if (table[place].isEnabled() && !table[place].isActive()) {
                 setActive(place);
             }
-            place = nextInTree(root, place, table[place].isActive);
+            place = nextInTree(root, place, table[place].isActive());
         }
     }
 
     void deactivateTree(ObjectIndex root) {
         for (ObjectIndex place = root; place != NO_OBJECT;) {
-            const bool wasActive = table[place].isActive;
+            const bool wasActive = table[place].isActive();
             if (wasActive) {
                 setInactive(place);
             }
@@ -143,10 +147,17 @@ struct GameObjectManager::State {
             return;
         }
         GameObjectRecord& parent = table[record.parent];
-        (record.previousSibling == NO_OBJECT ? parent.firstChild : table[record.previousSibling].nextSibling) =
-            record.nextSibling;
-        (record.nextSibling == NO_OBJECT ? parent.lastChild : table[record.nextSibling].previousSibling) =
-            record.previousSibling;
+        const bool isFirst = parent.firstChild == place;
+        const bool isLast = record.nextSibling == NO_OBJECT;
+        if (!isFirst) {
+            table[record.previousSibling].nextSibling = record.nextSibling;
+        }
+        if (!(isFirst && isLast)) {
+            table[isLast ? parent.firstChild : record.nextSibling].previousSibling = record.previousSibling;
+        }
+        if (isFirst) {
+            parent.firstChild = record.nextSibling;
+        }
         record.parent = record.previousSibling = record.nextSibling = NO_OBJECT;
     }
 
@@ -154,9 +165,14 @@ struct GameObjectManager::State {
         GameObjectRecord& record = table[place];
         GameObjectRecord& parent = table[parentPlace];
         record.parent = parentPlace;
-        record.previousSibling = parent.lastChild;
-        (parent.lastChild == NO_OBJECT ? parent.firstChild : table[parent.lastChild].nextSibling) = place;
-        parent.lastChild = place;
+        if (parent.firstChild == NO_OBJECT) {
+            parent.firstChild = record.previousSibling = place;
+            return;
+        }
+        GameObjectRecord& first = table[parent.firstChild];
+        record.previousSibling = first.previousSibling;
+        table[first.previousSibling].nextSibling = place;
+        first.previousSibling = place;
     }
 
     [[nodiscard]] bool isSelfOrDescendant(ObjectIndex ancestor, ObjectIndex place) {
@@ -177,12 +193,12 @@ struct GameObjectManager::State {
             return false;
         }
         if (isSelfOrDescendant(place, parent.index())) {
-            logError("Parent of game object '" + table[place].name + "' is refused: '" + table[parent.index()].name +
-                     "' is the object itself or one of its descendants");
+            logError("Parent of game object '" + nameOf(table[place]) + "' is refused: '" +
+                     nameOf(table[parent.index()]) + "' is the object itself or one of its descendants");
             return false;
         }
         attach(place, parent.index());
-        if (table[place].isActive && !table[parent.index()].isActive) {
+        if (table[place].isActive() && !table[parent.index()].isActive()) {
             deactivateTree(place);
         }
         return true;
@@ -197,7 +213,7 @@ struct GameObjectManager::State {
         }
         IComponent* const added = component.get();
         record->components.add(std::move(component), kinds, type);
-        if (record->isActive) {
+        if (record->isActive()) {
             added->activate();
             enterQueries(place, type);
         }
@@ -212,12 +228,12 @@ struct GameObjectManager::State {
 
     static void reportRefused(const GameObjectRecord* record, const IComponent* component) {
         logError(!record      ? "A component can't be added: its game object is not alive"
-                 : !component ? "No component to add to game object '" + record->name + "'"
-                              : "Game object '" + record->name + "' has a component of that type already");
+                 : !component ? "No component to add to game object '" + nameOf(*record) + "'"
+                              : "Game object '" + nameOf(*record) + "' has a component of that type already");
     }
 
     void removeOne(ObjectIndex place) {
-        if (table[place].isActive) {
+        if (table[place].isActive()) {
             setInactive(place);
         }
         detach(place);
@@ -231,8 +247,8 @@ struct GameObjectManager::State {
 
     void removeTree(ObjectIndex root) {
         for (ObjectIndex place = root;;) {
-            if (table[place].lastChild != NO_OBJECT) {
-                place = table[place].lastChild;
+            if (const ObjectIndex first = table[place].firstChild; first != NO_OBJECT) {
+                place = table[first].previousSibling; // The last child.
                 continue;
             }
             const ObjectIndex parent = table[place].parent;
@@ -246,7 +262,7 @@ struct GameObjectManager::State {
 
     void addToIndex(ObjectIndex place) {
         const GameObjectRecord& record = table[place];
-        if (isIndexed && record.isAlive && record.uuid != Uuid::ZERO) {
+        if (isIndexed && record.isAlive() && record.uuid != Uuid::ZERO) {
             index.emplace(record.uuid, place);
         }
     }
@@ -290,12 +306,12 @@ bool GameObjectManager::isGameObjectValid(GameObject object) const {
 
 std::string GameObjectManager::getGameObjectName(GameObject object) const {
     const GameObjectRecord* const record = m_state->table.find(object);
-    return record ? record->name : std::string();
+    return record ? nameOf(*record) : std::string();
 }
 
 void GameObjectManager::setGameObjectName(GameObject object, std::string_view name) {
     if (GameObjectRecord* const record = m_state->table.find(object)) {
-        record->name = name;
+        record->name = SharedText(name);
     }
 }
 
@@ -318,20 +334,20 @@ GameObject GameObjectManager::findGameObject(const Uuid& uuid) {
     }
     const auto [first, last] = m_state->index.equal_range(uuid);
     const auto earliest = std::min_element(first, last, [this](const auto& a, const auto& b) {
-        return m_state->table[a.second].serial < m_state->table[b.second].serial;
+        return m_state->table[a.second].generation < m_state->table[b.second].generation;
     });
     return earliest != last ? m_state->table.handle(earliest->second) : GameObject::INVALID_GAME_OBJECT;
 }
 
 std::bitset<6> GameObjectManager::getGameObjectFlags(GameObject object) const {
     const GameObjectRecord* const record = m_state->table.find(object);
-    return record ? std::bitset<6>(record->flags) : std::bitset<6>();
+    return record ? std::bitset<6>(record->flags()) : std::bitset<6>();
 }
 
 void GameObjectManager::setGameObjectFlags(GameObject object, std::bitset<6> flags) {
     if (GameObjectRecord* const record = m_state->table.find(object)) {
-        record->flags = static_cast<std::uint8_t>(flags.to_ulong());
-        record->isEnabled = (flags & GameObjectFlag::INACTIVE_BY_DEFAULT).none();
+        record->setFlags(static_cast<std::uint8_t>(flags.to_ulong()));
+        record->setEnabled((flags & GameObjectFlag::INACTIVE_BY_DEFAULT).none());
     }
 }
 
@@ -345,7 +361,7 @@ void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type)
     if (index == ComponentList::NONE) {
         return;
     }
-    if (record->isActive) {
+    if (record->isActive()) {
         m_state->leaveQueries(object.index(), type);
         record->components.component(index).deactivate();
         // The component may have removed others, itself or its object meanwhile.
@@ -382,12 +398,12 @@ std::vector<ComponentTypeId> GameObjectManager::componentTypes(GameObject object
 
 bool GameObjectManager::isActive(GameObject object) const {
     const GameObjectRecord* const record = m_state->table.find(object);
-    return record && record->isActive;
+    return record && record->isActive();
 }
 
 bool GameObjectManager::isEnabled(GameObject object) const {
     const GameObjectRecord* const record = m_state->table.find(object);
-    return record && record->isEnabled;
+    return record && record->isEnabled();
 }
 
 void GameObjectManager::activateGameObject(GameObject object) {
@@ -395,15 +411,15 @@ void GameObjectManager::activateGameObject(GameObject object) {
     if (!record) {
         return;
     }
-    record->isEnabled = true;
-    if (record->parent == NO_OBJECT || m_state->table[record->parent].isActive) {
+    record->setEnabled(true);
+    if (record->parent == NO_OBJECT || m_state->table[record->parent].isActive()) {
         m_state->activateTree(object.index());
     }
 }
 
 void GameObjectManager::deactivateGameObject(GameObject object) {
     if (GameObjectRecord* const record = m_state->table.find(object)) {
-        record->isEnabled = false;
+        record->setEnabled(false);
         m_state->deactivateTree(object.index());
     }
 }
@@ -431,12 +447,13 @@ std::size_t GameObjectManager::gameObjectsCount() const {
 std::vector<GameObject> GameObjectManager::gameObjects(std::uint64_t serial) const {
     std::vector<ObjectIndex> places;
     for (ObjectIndex place = 0; place < m_state->table.size(); ++place) {
-        if (m_state->table[place].isAlive && m_state->table[place].serial > serial) {
+        if (m_state->table[place].generation > serial) {
             places.push_back(place);
         }
     }
-    std::sort(places.begin(), places.end(),
-              [this](ObjectIndex a, ObjectIndex b) { return m_state->table[a].serial < m_state->table[b].serial; });
+    std::sort(places.begin(), places.end(), [this](ObjectIndex a, ObjectIndex b) {
+        return m_state->table[a].generation < m_state->table[b].generation;
+    });
     std::vector<GameObject> objects;
     objects.reserve(places.size());
     for (const ObjectIndex place : places) {
@@ -446,7 +463,7 @@ std::vector<GameObject> GameObjectManager::gameObjects(std::uint64_t serial) con
 }
 
 std::uint64_t GameObjectManager::lastSerial() const {
-    return m_state->table.lastSerial();
+    return m_state->table.lastGeneration();
 }
 
 GameObjectManagerInternal::GameObjectManagerInternal(int worldId) : GameObjectManager(worldId) {}
@@ -477,7 +494,7 @@ std::shared_ptr<QueryBase> GameObjectManagerInternal::getQuery(const QueryConfig
         m_state->queriesByType[type].push_back(query.get());
     }
     for (ObjectIndex place = 0; place < m_state->table.size(); ++place) {
-        if (m_state->table[place].isActive && m_state->matches(m_state->table[place], *query)) {
+        if (m_state->table[place].isActive() && m_state->matches(m_state->table[place], *query)) {
             query->addObject(m_state->table.handle(place));
         }
     }
@@ -498,7 +515,7 @@ void GameObjectManagerInternal::clear() {
 }
 
 GameObjectRecord* GameObjectManagerInternal::describeGameObject(GameObject object, const Uuid& uuid,
-                                                                const std::string& name) {
+                                                                const SharedText& name) {
     GameObjectRecord* const record = m_state->table.find(object);
     if (!record) {
         return nullptr;

@@ -2,6 +2,7 @@
 
 #include <common/uuid.h>
 #include <core/non_copyable.h>
+#include <core/shared_text.h>
 #include <object_framework/export.h>
 #include <object_framework/game_object.h>
 #include <object_framework/query.h>
@@ -142,7 +143,7 @@ public:
 
     /// Gives an object its UUID and name and returns its record for addComponent(); null when it is not alive. Records
     /// stay where they are as long as the manager does.
-    GameObjectRecord* describeGameObject(GameObject object, const Uuid& uuid, const std::string& name);
+    GameObjectRecord* describeGameObject(GameObject object, const Uuid& uuid, const SharedText& name);
 
     using GameObjectManager::addComponent;
     /// The same for an object whose record is at hand; the object may be gone from it.

@@ -22,22 +22,18 @@ GameObject GameObjectTable::create() {
         m_free.pop_front();
     }
     GameObjectRecord& record = (*this)[index];
-    record.isAlive = true;
-    record.isEnabled = true;
-    record.serial = ++m_lastSerial;
+    record.generation = ++m_lastGeneration;
+    record.setEnabled(true);
     ++m_aliveCount;
     return {m_worldId, index, record.generation};
 }
 
 void GameObjectTable::free(ObjectIndex index) {
     GameObjectRecord& record = (*this)[index];
-    const std::uint32_t generation = record.generation + 1;
     std::destroy_at(&record);
-    std::construct_at(&record)->generation = generation;
+    std::construct_at(&record);
     --m_aliveCount;
-    if (generation != 0) { // A place whose generations are used up is never given out again.
-        m_free.push_back(index);
-    }
+    m_free.push_back(index);
 }
 
 } // namespace Kiln::Tessel

@@ -2,13 +2,13 @@
 
 #include <common/uuid.h>
 #include <core/non_copyable.h>
+#include <core/shared_text.h>
 #include <object_framework/component_list.h>
 #include <object_framework/game_object.h>
 
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace Kiln::Tessel {
@@ -22,30 +22,52 @@ struct GameObjectRecord {
     /// Not defaulted, or the whole record would be filled with zeros first.
     GameObjectRecord() noexcept {}
 
-    std::uint64_t serial = 0; ///< Grows with every object that the table creates.
-    std::uint32_t generation = 0;
-    bool isAlive = false;
-    bool isEnabled = false; ///< Wants to be active.
-    bool isActive = false;
-    std::uint8_t flags = 0;
+    /// Number of the object among all that the table has created, from 1; 0 while the place is free.
+    std::uint64_t generation = 0;
+    Uuid uuid;
+    SharedText name;
 
-    // The hierarchy: the children of one parent form a chain in the order in which they were attached.
+    // The hierarchy: the children of one parent form a chain in the order in which they were attached. The first
+    // child's previous sibling is the last child.
     ObjectIndex parent = NO_OBJECT;
     ObjectIndex firstChild = NO_OBJECT;
-    ObjectIndex lastChild = NO_OBJECT;
     ObjectIndex previousSibling = NO_OBJECT;
     ObjectIndex nextSibling = NO_OBJECT;
 
-    Uuid uuid;
-    std::string name;
-    ComponentList components;
+    [[no_unique_address]] ComponentList components; ///< Leaves a byte at its end to the next member.
+
+    [[nodiscard]] bool isAlive() const noexcept { return generation != 0; }
 
     /// Whether the object is alive, and this is its record and no later one's.
-    [[nodiscard]] bool isOf(GameObject object) const noexcept { return isAlive && generation == object.generation(); }
+    [[nodiscard]] bool isOf(GameObject object) const noexcept { return isAlive() && generation == object.generation(); }
+
+    [[nodiscard]] std::uint8_t flags() const noexcept { return m_state & FLAGS; }
+    void setFlags(std::uint8_t flags) noexcept { m_state = static_cast<std::uint8_t>((m_state & ~FLAGS) | flags); }
+
+    /// Whether the object wants to be active.
+    [[nodiscard]] bool isEnabled() const noexcept { return (m_state & ENABLED) != 0; }
+    void setEnabled(bool isEnabled) noexcept { set(ENABLED, isEnabled); }
+
+    [[nodiscard]] bool isActive() const noexcept { return (m_state & ACTIVE) != 0; }
+    void setActive(bool isActive) noexcept { set(ACTIVE, isActive); }
+
+private:
+    static constexpr std::uint8_t FLAGS = 0x3F;
+    static constexpr std::uint8_t ENABLED = 0x40;
+    static constexpr std::uint8_t ACTIVE = 0x80;
+
+    void set(std::uint8_t bit, bool isSet) noexcept {
+        m_state = static_cast<std::uint8_t>(isSet ? m_state | bit : m_state & ~bit);
+    }
+
+    /// The state flags in the lower six bits.
+    std::uint8_t m_state = 0;
 };
 
-/// The table of a world's game objects. Records never move. A place that becomes free is used again, for another
-/// generation; places are taken again in the order in which they became free.
+static_assert(sizeof(GameObjectRecord) == 80);
+
+/// The table of a world's game objects. Records never move. Places that become free are taken again in the order in
+/// which they became free.
 class GameObjectTable : NonCopyable {
 public:
     explicit GameObjectTable(int worldId) : m_worldId(worldId) {}
@@ -76,7 +98,9 @@ public:
     /// Number of places that have ever been in use; indices are below it.
     [[nodiscard]] ObjectIndex size() const noexcept { return m_size; }
     [[nodiscard]] std::size_t aliveCount() const noexcept { return m_aliveCount; }
-    [[nodiscard]] std::uint64_t lastSerial() const noexcept { return m_lastSerial; }
+
+    /// The generation of the object that was created last; 0 before the first.
+    [[nodiscard]] std::uint64_t lastGeneration() const noexcept { return m_lastGeneration; }
 
 private:
     static constexpr ObjectIndex CHUNK_SIZE = 1024;
@@ -92,7 +116,7 @@ private:
     int m_worldId;
     ObjectIndex m_size = 0;
     std::size_t m_aliveCount = 0;
-    std::uint64_t m_lastSerial = 0;
+    std::uint64_t m_lastGeneration = 0;
     std::vector<Chunk> m_chunks;
     std::deque<ObjectIndex> m_free;
 };

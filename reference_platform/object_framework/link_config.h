@@ -65,7 +65,7 @@ private:
     bool m_isLiveUuid = false;
     std::atomic<std::int32_t> m_targetWorld{-1};
     std::atomic<std::uint32_t> m_targetIndex{0xFFFFFFFF};
-    std::atomic<std::uint32_t> m_targetGeneration{0};
+    std::atomic<std::uint64_t> m_targetGeneration{0};
 };
 
 /// The reflected type of links: their text is the target's UUID.

@@ -2,6 +2,7 @@
 
 #include <common/uuid.h>
 #include <core/safe_reference_count.h>
+#include <core/shared_text.h>
 #include <core/smart_pointer.h>
 #include <object_serialization/component_descriptor.h>
 #include <object_serialization/export.h>
@@ -10,7 +11,6 @@
 #include <array>
 #include <bitset>
 #include <cstdint>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -30,8 +30,11 @@ public:
     [[nodiscard]] const Uuid& uuid() const noexcept { return m_uuid; }
     void setUuid(const Uuid& uuid) noexcept { m_uuid = uuid; }
 
-    [[nodiscard]] const std::string& name() const noexcept { return m_name; }
-    void setName(std::string name) { m_name = std::move(name); }
+    /// Ends with a null character. Valid until the name is set again.
+    [[nodiscard]] std::string_view name() const noexcept { return m_name.view(); }
+    [[nodiscard]] const SharedText& sharedName() const noexcept { return m_name; }
+    void setName(std::string_view name) { m_name = SharedText(name); }
+    void setName(const SharedText& name) noexcept { m_name = name; }
 
     [[nodiscard]] std::bitset<6> flags() const noexcept { return m_flags; }
     void setFlags(std::bitset<6> flags) noexcept { m_flags = static_cast<std::uint8_t>(flags.to_ulong()); }
@@ -82,8 +85,8 @@ private:
 
     std::uint8_t m_flags = 0; ///< A byte, where a bitset would take a word.
     Uuid m_uuid;
-    std::string m_name;
-    std::array<Tessel::ComponentTypeId, 8> m_firstTypes{}; ///< Of the first components, so that a search stays here.
+    SharedText m_name;                                     ///< The objects that are made from this share it.
+    std::array<Tessel::ComponentTypeId, 4> m_firstTypes{}; ///< Of the first components, so that a search stays here.
     std::vector<SmartPointer<IComponentDescriptor>> m_components;
 };
 

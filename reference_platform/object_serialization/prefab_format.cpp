@@ -121,7 +121,7 @@ SmartPointer<GameObjectDescriptor> GameObjectData::getDescriptor() const {
             .message("A game object's UUID can't be read from '%s' (%s, line %zu)", std::string(uuidText).c_str(),
                      m_document->source().c_str(), m_document->positionOf(uuidNode ? uuidNode : m_node).line);
     }
-    descriptor->setName(children.find(NAME).text());
+    descriptor->setName(children.find(NAME).text(scratch));
     descriptor->setFlags(readNumber<std::uint32_t>(*m_document, children.find(FLAGS), 0, 0, FLAGS_LIMIT - 1));
     return descriptor;
 }

@@ -71,7 +71,7 @@ int main(int argc, char** argv) {
     for (std::size_t node = 0; node < read->nodesCount(); ++node) {
         const SmartPointer<GameObjectDescriptor> object = read->getGameObject(node);
         const bool isSame = object->uuid() == jetty.getGameObject(node)->uuid();
-        std::printf("%s, %zu components, %s\n", object->name().c_str(), object->components().size(),
+        std::printf("%s, %zu components, %s\n", object->name().data(), object->components().size(),
                     isSame ? "same UUID" : "another UUID");
     }
 

@@ -150,7 +150,7 @@ GameObjectPrefab::mergePrefabIntoIntegrationPoint(const GameObjectPrefab* nested
     for (const SmartPointer<IComponentDescriptor>& component : integrationPoint->components()) {
         merged->addComponent(component->type() == hierarchyType ? copyHierarchy(*component) : component);
     }
-    merged->setName(integrationPoint->name());
+    merged->setName(integrationPoint->sharedName());
     merged->setUuid(root->uuid());
     merged->setFlags(integrationPoint->flags() | root->flags());
     for (const SmartPointer<IComponentDescriptor>& component : root->components()) {

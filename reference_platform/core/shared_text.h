@@ -1,0 +1,56 @@
+#pragma once
+
+#include <core/export.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+namespace Kiln {
+
+/// A text that does not change, shared by all copies: a pointer in size, and a copy takes no memory. The empty text
+/// takes none at all.
+///
+/// Threads: copies of one text may be made and destroyed on any thread; one SharedText is used by one at a time.
+class KILN_CORE_EXPORT SharedText {
+public:
+    SharedText() noexcept = default;
+    explicit SharedText(std::string_view text);
+
+    SharedText(const SharedText& other) noexcept : m_shared(other.m_shared) {
+        if (m_shared) {
+            m_shared->count.fetch_add(1, std::memory_order_relaxed);
+        }
+    }
+    SharedText(SharedText&& other) noexcept : m_shared(std::exchange(other.m_shared, nullptr)) {}
+    SharedText& operator=(SharedText other) noexcept {
+        std::swap(m_shared, other.m_shared);
+        return *this;
+    }
+    ~SharedText() {
+        if (m_shared) {
+            release();
+        }
+    }
+
+    /// Ends with a null character, which is not counted. Valid as long as a copy is.
+    [[nodiscard]] std::string_view view() const noexcept {
+        return m_shared ? std::string_view(m_shared->text(), m_shared->size) : std::string_view("", 0);
+    }
+
+private:
+    /// Stands in front of the characters.
+    struct Shared {
+        std::atomic<std::uint32_t> count;
+        std::uint32_t size;
+
+        [[nodiscard]] char* text() noexcept { return reinterpret_cast<char*>(this + 1); }
+    };
+
+    void release() noexcept;
+
+    Shared* m_shared = nullptr;
+};
+
+} // namespace Kiln
