@@ -20,6 +20,13 @@ bool GameObjectDescriptor::isInactiveByDefault() const noexcept {
     return (flags() & Tessel::GameObjectFlag::INACTIVE_BY_DEFAULT).any();
 }
 
+const Tessel::GameObjectLink* GameObjectDescriptor::parentLink() const noexcept {
+    using Hierarchy = Tessel::HierarchyComponent;
+    const auto* const hierarchy = static_cast<const ComponentDescriptor<Hierarchy>*>(
+        findComponent(Tessel::NativeComponent<Hierarchy>::getType()));
+    return hierarchy ? &hierarchy->config().parent : nullptr;
+}
+
 IComponentDescriptor* GameObjectDescriptor::findFurtherComponent(Tessel::ComponentTypeId type) const noexcept {
     for (std::size_t i = m_firstTypes.size(); i < m_components.size(); ++i) {
         if (m_components[i]->type() == type) {
@@ -53,22 +60,16 @@ void GameObjectDescriptor::addComponent(SmartPointer<IComponentDescriptor> compo
 
 Tessel::GameObject GameObjectDescriptor::createGameObject(int worldId) const {
     Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(worldId);
-    return world ? createGameObject(*world) : Tessel::GameObject::INVALID_GAME_OBJECT;
+    return world ? createGameObject(*world, parentLink()) : Tessel::GameObject::INVALID_GAME_OBJECT;
 }
 
-Tessel::GameObject GameObjectDescriptor::createGameObject(Tessel::World& world) const {
-    if (isNestedRoot()) {
+Tessel::GameObject GameObjectDescriptor::createGameObject(Tessel::World& world,
+                                                          const Tessel::GameObjectLink* parent) const {
+    // The descriptor that stands for a nested prefab's root is the only one whose parent is given as a live UUID.
+    if (parent && parent->isLiveUuid()) {
         world.manager().noteNestedRoot(m_uuid);
     }
     return world.manager().createGameObject();
-}
-
-// The descriptor that stands for a nested prefab's root is the only one whose parent is given as a live UUID.
-bool GameObjectDescriptor::isNestedRoot() const noexcept {
-    using Hierarchy = Tessel::HierarchyComponent;
-    const auto* const hierarchy = static_cast<const ComponentDescriptor<Hierarchy>*>(
-        findComponent(Tessel::NativeComponent<Hierarchy>::getType()));
-    return hierarchy && hierarchy->config().parent.isLiveUuid();
 }
 
 void GameObjectDescriptor::createComponents(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap,

@@ -4,6 +4,7 @@
 #include <core/safe_reference_count.h>
 #include <core/shared_text.h>
 #include <core/smart_pointer.h>
+#include <object_framework/link_config.h>
 #include <object_serialization/component_descriptor.h>
 #include <object_serialization/export.h>
 
@@ -58,12 +59,16 @@ public:
     [[nodiscard]] IComponentDescriptor* findComponent(std::string_view name) const noexcept;
     [[nodiscard]] bool hasComponent(Tessel::ComponentTypeId type) const noexcept { return findComponent(type); }
 
+    /// The link to the parent, as its HierarchyComponent has it now; null for a root, which has none.
+    [[nodiscard]] const Tessel::GameObjectLink* parentLink() const noexcept;
+
     /// Appends a component descriptor, which other descriptors may hold too. Null adds nothing.
     void addComponent(SmartPointer<IComponentDescriptor> component);
 
     /// Makes an empty game object in the world; the invalid object when the world is not valid. Main thread.
     [[nodiscard]] Tessel::GameObject createGameObject(int worldId) const;
-    [[nodiscard]] Tessel::GameObject createGameObject(Tessel::World& world) const;
+    /// The same for a caller that has the parent link at hand.
+    [[nodiscard]] Tessel::GameObject createGameObject(Tessel::World& world, const Tessel::GameObjectLink* parent) const;
 
     /// Gives the object its UUID (combine of the instance UUID and the descriptor's) and name, then creates its
     /// components in order: with their overrides, if any, and their links resolved through `uuidMap`. Afterwards the
@@ -81,7 +86,6 @@ public:
 
 private:
     [[nodiscard]] IComponentDescriptor* findFurtherComponent(Tessel::ComponentTypeId type) const noexcept;
-    [[nodiscard]] bool isNestedRoot() const noexcept;
 
     std::uint8_t m_flags = 0; ///< A byte, where a bitset would take a word.
     Uuid m_uuid;

@@ -144,6 +144,7 @@ private:
     /// What an item became.
     struct CreatedObject {
         Uuid uuid;
+        const GameObjectLink* parentLink; ///< Of its descriptor. Gone as soon as components are created.
         GameObject object;
         GameObject* entry = nullptr; ///< Its value in the map, where enterUuids() has entered it.
     };
@@ -154,7 +155,7 @@ private:
     [[nodiscard]] SmartPointer<GameObjectDescriptor>
     mergePrefabIntoIntegrationPoint(const GameObjectPrefab* nested,
                                     SmartPointer<GameObjectDescriptor> integrationPoint) const;
-    /// The UUIDs that the items' objects have in their instances, without the objects.
+    /// The UUIDs that the items' objects have in their instances, and their parent links, without the objects.
     [[nodiscard]] static std::vector<CreatedObject> deriveUuids(const std::vector<GameObjectCreationItem>& items);
     /// Enters all UUIDs in an empty map, in one pass that does nothing else: the look-ups of a large map wait for
     /// memory, and next to each other they wait at the same time. False when two are the same; the map is empty then.

@@ -2,12 +2,15 @@
 
 #include <core/stack_tracker.h>
 #include <object_framework/entry_point.h>
-#include <object_framework/hierarchy_component.h>
 #include <object_framework/world.h>
 #include <object_serialization/object_creation.h>
+#include <tessel_asset_loading/detail/parent_guess.h>
 #include <tessel_asset_loading/detail/reporting.h>
 
+#include <algorithm>
+#include <array>
 #include <optional>
+#include <span>
 
 namespace Kiln::Tessel {
 
@@ -15,6 +18,9 @@ namespace {
 
 /// Objects whose map does not stay in the processor's nearest caches.
 constexpr std::size_t LARGE_INSTANCE = 4096;
+
+/// UUIDs that are looked up in such a map at the same time: more than the processor has requests to memory under way.
+constexpr std::size_t LOOKED_UP_TOGETHER = 32;
 
 [[nodiscard]] std::vector<GameObject> failedCreation() {
     Report::error("Failed to create prefab instance.\n");
@@ -70,19 +76,34 @@ GameObjectPrefab::deriveUuids(const std::vector<GameObjectCreationItem>& items) 
         if (!instance || instance->first() != item.instanceUuid) {
             instance.emplace(item.instanceUuid);
         }
-        objects.push_back({(*instance)(item.descriptor->uuid()), {}});
+        objects.push_back({(*instance)(item.descriptor->uuid()), item.descriptor->parentLink(), {}});
     }
     return objects;
 }
 
 bool GameObjectPrefab::enterUuids(std::vector<CreatedObject>& createdItems, ObjectsByUuid& objects) {
-    for (CreatedObject& item : createdItems) {
-        const auto [entry, isNew] = objects.try_emplace(item.uuid);
-        if (!isNew) {
-            objects = ObjectsByUuid(8);
-            return false;
+    using Bucket = ObjectsByUuid::const_local_iterator;
+    std::array<Bucket, LOOKED_UP_TOGETHER> buckets;
+    for (std::size_t begin = 0; begin < createdItems.size(); begin += LOOKED_UP_TOGETHER) {
+        const std::span group(createdItems.begin() + begin, std::min(LOOKED_UP_TOGETHER, createdItems.size() - begin));
+        // Step by step for the whole group what a look-up does for one UUID, so that the processor waits for all of
+        // them at once.
+        for (std::size_t i = 0; i < group.size(); ++i) {
+            buckets[i] = objects.cbegin(objects.bucket(group[i].uuid));
         }
-        item.entry = &entry->second;
+        for (std::size_t i = 0; i < group.size(); ++i) {
+            if (buckets[i] != Bucket()) {
+                ++buckets[i];
+            }
+        }
+        for (CreatedObject& item : group) {
+            const auto [entry, isNew] = objects.try_emplace(item.uuid);
+            if (!isNew) {
+                objects = ObjectsByUuid(8);
+                return false;
+            }
+            item.entry = &entry->second;
+        }
     }
     return true;
 }
@@ -92,7 +113,6 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
                                          std::vector<CreatedObject>& createdItems) const {
     const StackTrackerScope tracker("Kiln::Tessel::GameObjectPrefab::createGoInstances",
                                     Report::GAME_OBJECT_PREFAB_SOURCE, 716);
-    const ComponentTypeId hierarchyType = NativeComponent<HierarchyComponent>::getType();
     World* const world = EntryPoint::instance().findValidWorld(worldId);
     created.reserve(items.size());
     created.push_back(GameObject::INVALID_GAME_OBJECT); // Place of the root.
@@ -106,7 +126,7 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
         const auto external = uuidMap.empty() ? uuidMap.end() : uuidMap.find(uuid);
         const bool isExternal = external != uuidMap.end();
         const GameObject object = isExternal ? external->second
-                                  : world    ? item.descriptor->createGameObject(*world)
+                                  : world    ? item.descriptor->createGameObject(*world, createdItems[i].parentLink)
                                              : GameObject::INVALID_GAME_OBJECT;
         const auto fail = [&created, object, isExternal] {
             if (!isExternal) {
@@ -134,7 +154,7 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
             }
         }
 
-        if (item.descriptor->hasComponent(hierarchyType)) {
+        if (createdItems[i].parentLink) {
             created.push_back(object);
         } else if (created.front().isInvalid()) {
             created.front() = object;
@@ -167,6 +187,8 @@ void GameObjectPrefab::createComponentsAndUpdateFlags(const std::vector<GameObje
     const EntryPoint& entryPoint = EntryPoint::instance();
     World* const world = entryPoint.findValidWorld(worldId);
     std::optional<ObjectCreation> creation;
+    ParentGuess parents(items);
+    const bool isLarge = items.size() >= LARGE_INSTANCE;
     for (std::size_t i = 0; i < items.size(); ++i) {
         const GameObjectCreationItem& item = items[i];
         const Uuid& uuid = createdItems[i].uuid;
@@ -180,6 +202,10 @@ void GameObjectPrefab::createComponentsAndUpdateFlags(const std::vector<GameObje
         }
         if (!creation || creation->instance().first() != item.instanceUuid) {
             creation.emplace(*world, uuidMap, item.instanceUuid);
+        }
+        // A small map has the parent as fast.
+        if (const std::size_t parent = isLarge ? parents.find(i) : ParentGuess::NONE; parent != ParentGuess::NONE) {
+            creation->noteTarget(items[parent].descriptor->uuid(), createdItems[parent].object);
         }
         item.descriptor->createComponents(*creation, object, uuid, overrides);
         item.descriptor->updateStateFlags(*world, object);

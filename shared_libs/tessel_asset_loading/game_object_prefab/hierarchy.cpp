@@ -1,7 +1,6 @@
 #include <tessel_asset_loading/game_object_prefab.h>
 
 #include <object_framework/hierarchy_component.h>
-#include <object_serialization/typed_component_descriptor.h>
 #include <tessel_asset_loading/detail/reporting.h>
 
 #include <algorithm>
@@ -61,12 +60,11 @@ std::size_t GameObjectPrefab::parentNodeId(std::size_t id) const {
         Report::invalidNodeIndex(id, m_nodes.size());
         return INVALID_NODE_ID;
     }
-    const auto* const hierarchy = static_cast<const ComponentDescriptor<HierarchyComponent>*>(
-        m_nodes[id]->findComponent(NativeComponent<HierarchyComponent>::getType()));
-    if (!hierarchy) {
+    const GameObjectLink* const link = m_nodes[id]->parentLink();
+    if (!link) {
         return INVALID_NODE_ID;
     }
-    const Uuid& parentUuid = hierarchy->config().parent.uuid();
+    const Uuid& parentUuid = link->uuid();
     const auto parent = std::find_if(m_nodes.begin(), m_nodes.end(),
                                      [&parentUuid](const auto& node) { return node->uuid() == parentUuid; });
     if (parent == m_nodes.end()) {

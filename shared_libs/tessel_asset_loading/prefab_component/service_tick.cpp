@@ -5,6 +5,7 @@
 #include <object_framework/entry_point.h>
 #include <object_framework/game_object_manager.h>
 #include <object_serialization/component_library.h>
+#include <tessel_asset_loading/detail/map_disposal.h>
 #include <tessel_asset_loading/detail/prefab_cache.h>
 #include <tessel_asset_loading/detail/reporting.h>
 #include <tessel_asset_loading/detail/service_locks.h>
@@ -131,6 +132,7 @@ GameObject PrefabService::createFromLoader(const GameObjectLoader& loader) {
     ICreationListener* const listener = EntryPoint::instance().getService<ComponentLibrary>()->creationListener();
     GameObjectPrefab::CreateConfig config{loader.worldId, loader.uuid, loader.overrides,
                                           std::unordered_map<Uuid, GameObject>(8)};
+    const MapDisposal disposal(config.uuidMap);
     const GameObject root = prefab->createGameObjects(config).front();
     if (root.isInvalid()) {
         return GameObject::INVALID_GAME_OBJECT;
