@@ -39,9 +39,12 @@ struct GameObjectManager::State {
     ComponentKinds kinds;
     std::vector<KnownQuery> queries;
 
-    /// By component type: the queries that ask for it. An object enters or leaves a query when the first of the types
-    /// that it asks for is met, so that it is looked at once.
-    std::vector<std::vector<QueryBase*>> queriesByType;
+    using QueriesByType = std::vector<std::vector<QueryBase*>>;
+
+    /// By component type: the queries that ask for it, and those among them that ask for nothing rarer. What most
+    /// objects have, a place in the hierarchy for one, was registered first.
+    QueriesByType queriesByType;
+    QueriesByType queriesByRarestType;
 
     /// The living objects by UUID, without those that have none; made by the first search and exact from then on.
     bool isIndexed = false;
@@ -52,26 +55,31 @@ struct GameObjectManager::State {
     }
 
     [[nodiscard]] bool matches(const GameObjectRecord& record, const QueryBase& query) const {
-        // From the last: what most objects have, a place in the hierarchy for one, was registered first.
         return std::all_of(query.config().types.rbegin(), query.config().types.rend(),
                            [&](ComponentTypeId type) { return hasComponent(record, type); });
     }
 
-    [[nodiscard]] std::span<QueryBase* const> queriesOf(ComponentTypeId type) const {
-        return type < queriesByType.size() ? std::span<QueryBase* const>(queriesByType[type])
-                                           : std::span<QueryBase* const>();
+    static void addQuery(QueriesByType& queries, ComponentTypeId type, QueryBase& query) {
+        if (type >= queries.size()) {
+            queries.resize(type + std::size_t{1});
+        }
+        queries[type].push_back(&query);
     }
 
-    void enterQueries(ObjectIndex place, ComponentTypeId type) {
-        for (QueryBase* query : queriesOf(type)) {
+    [[nodiscard]] static std::span<QueryBase* const> queriesOf(const QueriesByType& queries, ComponentTypeId type) {
+        return type < queries.size() ? std::span<QueryBase* const>(queries[type]) : std::span<QueryBase* const>();
+    }
+
+    void enterQueries(std::span<QueryBase* const> candidates, ObjectIndex place) {
+        for (QueryBase* query : candidates) {
             if (matches(table[place], *query) && !query->contains(table.handle(place))) {
                 query->addObject(table.handle(place));
             }
         }
     }
 
-    void leaveQueries(ObjectIndex place, ComponentTypeId type) {
-        for (QueryBase* query : queriesOf(type)) {
+    void leaveQueries(std::span<QueryBase* const> candidates, ObjectIndex place) {
+        for (QueryBase* query : candidates) {
             if (query->contains(table.handle(place))) {
                 query->removeObject(table.handle(place));
             }
@@ -88,10 +96,7 @@ struct GameObjectManager::State {
             components.component(i).activate();
         }
         for (std::size_t i = 0; i < components.size(); ++i) {
-            const ComponentTypeId type = kinds.type(components.kind(i));
-            if (!queriesOf(type).empty()) {
-                enterQueries(place, type);
-            }
+            enterQueries(queriesOf(queriesByRarestType, kinds.type(components.kind(i))), place);
         }
     }
 
@@ -99,7 +104,7 @@ struct GameObjectManager::State {
         GameObjectRecord& record = table[place];
         const ComponentList& components = record.components;
         for (std::size_t i = 0; i < components.size(); ++i) {
-            leaveQueries(place, kinds.type(components.kind(i)));
+            leaveQueries(queriesOf(queriesByRarestType, kinds.type(components.kind(i))), place);
         }
         for (std::size_t i = 0; i < components.size(); ++i) {
             components.component(i).deactivate();
@@ -215,7 +220,7 @@ struct GameObjectManager::State {
         record->components.add(std::move(component), kinds, type);
         if (record->isActive()) {
             added->activate();
-            enterQueries(place, type);
+            enterQueries(queriesOf(queriesByType, type), place);
         }
         if (type == NativeComponent<HierarchyComponent>::getType()) {
             auto& hierarchy = static_cast<HierarchyComponent&>(*added);
@@ -362,7 +367,7 @@ void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type)
         return;
     }
     if (record->isActive()) {
-        m_state->leaveQueries(object.index(), type);
+        m_state->leaveQueries(State::queriesOf(m_state->queriesByType, type), object.index());
         record->components.component(index).deactivate();
         // The component may have removed others, itself or its object meanwhile.
         index = record->isOf(object) ? record->components.find(type, m_state->kinds) : ComponentList::NONE;
@@ -488,11 +493,9 @@ std::shared_ptr<QueryBase> GameObjectManagerInternal::getQuery(const QueryConfig
     query->m_manager = this;
     m_state->queries.push_back({queryClass, query, query.get()});
     for (const ComponentTypeId type : config.types) {
-        if (type >= m_state->queriesByType.size()) {
-            m_state->queriesByType.resize(type + std::size_t{1});
-        }
-        m_state->queriesByType[type].push_back(query.get());
+        State::addQuery(m_state->queriesByType, type, *query);
     }
+    State::addQuery(m_state->queriesByRarestType, config.types.back(), *query);
     for (ObjectIndex place = 0; place < m_state->table.size(); ++place) {
         if (m_state->table[place].isActive() && m_state->matches(m_state->table[place], *query)) {
             query->addObject(m_state->table.handle(place));
@@ -503,8 +506,10 @@ std::shared_ptr<QueryBase> GameObjectManagerInternal::getQuery(const QueryConfig
 
 void GameObjectManagerInternal::forgetQuery(const QueryBase& query) {
     std::erase_if(m_state->queries, [&query](const State::KnownQuery& known) { return known.query == &query; });
-    for (std::vector<QueryBase*>& queries : m_state->queriesByType) {
-        std::erase(queries, &query);
+    for (State::QueriesByType* const queriesByType : {&m_state->queriesByType, &m_state->queriesByRarestType}) {
+        for (std::vector<QueryBase*>& queries : *queriesByType) {
+            std::erase(queries, &query);
+        }
     }
 }
 
