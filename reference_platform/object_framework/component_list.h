@@ -76,18 +76,18 @@ public:
     ComponentList() noexcept : m_inPlace{} {}
     ~ComponentList() {
         if (isOnHeap()) {
-            delete m_entries;
+            delete[] m_heap.entries;
         }
     }
 
     [[nodiscard]] bool empty() const noexcept { return m_size == 0; }
-    [[nodiscard]] std::size_t size() const noexcept { return isOnHeap() ? m_entries->size() : m_size; }
+    [[nodiscard]] std::size_t size() const noexcept { return isOnHeap() ? m_heap.size : m_size; }
 
     [[nodiscard]] IComponent& component(std::size_t index) const noexcept {
-        return *(isOnHeap() ? (*m_entries)[index].component : m_inPlace[index]);
+        return *(isOnHeap() ? m_heap.entries[index].component : m_inPlace[index]);
     }
     [[nodiscard]] ComponentKind kind(std::size_t index) const noexcept {
-        return isOnHeap() ? (*m_entries)[index].kind : m_kinds[index];
+        return isOnHeap() ? m_heap.entries[index].kind : m_kinds[index];
     }
 
     /// Index of the component of that type; NONE when there is none.
@@ -100,27 +100,29 @@ public:
         return NONE;
     }
 
-    void add(ComponentPointer component, ComponentKinds& kinds, ComponentTypeId type) {
+    /// Takes a component over and returns true, unless there is one of that type.
+    [[nodiscard]] bool add(ComponentPointer&& component, ComponentKinds& kinds, ComponentTypeId type) {
+        if (find(type, kinds) != NONE) {
+            return false;
+        }
         const ComponentKind itsKind = kinds.of(type, component.get_deleter());
         if (m_size < IN_PLACE) {
             m_inPlace[m_size] = component.get();
             m_kinds[m_size] = itsKind;
             ++m_size;
         } else {
-            if (!isOnHeap()) {
-                moveToHeap();
-            }
-            m_entries->push_back({component.get(), itsKind});
+            addToHeap({component.get(), itsKind});
         }
         component.release();
+        return true;
     }
 
     /// Takes a component out.
     [[nodiscard]] ComponentPointer remove(std::size_t index, const ComponentKinds& kinds) noexcept {
         ComponentPointer removed(&component(index), kinds.deleter(kind(index)));
         if (isOnHeap()) {
-            m_entries->erase(m_entries->begin() + static_cast<std::ptrdiff_t>(index));
-            if (m_entries->size() == IN_PLACE) {
+            std::copy(m_heap.entries + index + 1, m_heap.entries + m_heap.size, m_heap.entries + index);
+            if (--m_heap.size == IN_PLACE) {
                 moveInPlace();
             }
         } else {
@@ -136,37 +138,49 @@ private:
         IComponent* component;
         ComponentKind kind;
     };
-    using Entries = std::vector<Entry>;
+    struct Heap {
+        Entry* entries;
+        std::uint32_t size;
+        std::uint32_t capacity;
+    };
 
     static constexpr std::uint8_t ON_HEAP = 0xFF;
 
     [[nodiscard]] bool isOnHeap() const noexcept { return m_size == ON_HEAP; }
 
-    void moveToHeap() {
-        auto entries = std::make_unique<Entries>();
-        entries->reserve(2 * IN_PLACE);
-        for (std::size_t index = 0; index < IN_PLACE; ++index) {
-            entries->push_back({m_inPlace[index], m_kinds[index]});
+    /// Also when the others are in place as yet.
+    void addToHeap(Entry entry) {
+        const auto count = static_cast<std::uint32_t>(size());
+        if (!isOnHeap() || count == m_heap.capacity) {
+            const std::uint32_t capacity = 2 * count;
+            auto* const entries = new Entry[capacity];
+            for (std::uint32_t index = 0; index < count; ++index) {
+                entries[index] = {&component(index), kind(index)};
+            }
+            if (isOnHeap()) {
+                delete[] m_heap.entries;
+            }
+            m_heap = {entries, count, capacity};
+            m_size = ON_HEAP;
         }
-        m_entries = entries.release();
-        m_size = ON_HEAP;
+        m_heap.entries[m_heap.size++] = entry;
     }
 
     void moveInPlace() noexcept {
-        const std::unique_ptr<Entries> entries(m_entries);
+        const std::unique_ptr<Entry[]> entries(m_heap.entries);
         for (std::size_t index = 0; index < IN_PLACE; ++index) {
-            m_inPlace[index] = (*entries)[index].component;
-            m_kinds[index] = (*entries)[index].kind;
+            m_inPlace[index] = entries[index].component;
+            m_kinds[index] = entries[index].kind;
         }
         m_size = IN_PLACE;
     }
 
     union {
         IComponent* m_inPlace[IN_PLACE];
-        Entries* m_entries; ///< All of them, when there are more than fit in place.
+        Heap m_heap; ///< All of them, when there are more than fit in place.
     };
     std::array<ComponentKind, IN_PLACE> m_kinds{};
-    std::uint8_t m_size = 0; ///< ON_HEAP when it is that of m_entries.
+    std::uint8_t m_size = 0; ///< Of those in place; ON_HEAP when none is.
 };
 
 } // namespace Kiln::Tessel

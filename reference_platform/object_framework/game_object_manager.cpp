@@ -212,12 +212,11 @@ struct GameObjectManager::State {
     /// `record` is null when the object is not alive.
     IComponent* addComponent(GameObjectRecord* record, ObjectIndex place, ComponentPointer&& component,
                              ComponentTypeId type) {
-        if (!record || !component || hasComponent(*record, type)) {
-            reportRefused(record, component.get());
+        IComponent* const added = component.get();
+        if (!record || !added || !record->components.add(std::move(component), kinds, type)) {
+            reportRefused(record, added);
             return nullptr;
         }
-        IComponent* const added = component.get();
-        record->components.add(std::move(component), kinds, type);
         if (record->isActive()) {
             added->activate();
             enterQueries(queriesOf(queriesByType, type), place);
@@ -533,7 +532,7 @@ GameObjectRecord* GameObjectManagerInternal::describeGameObject(GameObject objec
 }
 
 IComponent* GameObjectManagerInternal::addComponent(GameObjectRecord& record, GameObject object,
-                                                    ComponentPointer component, ComponentTypeId type) {
+                                                    ComponentPointer&& component, ComponentTypeId type) {
     GameObjectRecord* const alive = record.isOf(object) ? &record : nullptr;
     return m_state->addComponent(alive, object.index(), std::move(component), type);
 }

@@ -146,8 +146,8 @@ public:
     GameObjectRecord* describeGameObject(GameObject object, const Uuid& uuid, const SharedText& name);
 
     using GameObjectManager::addComponent;
-    /// The same for an object whose record is at hand; the object may be gone from it.
-    IComponent* addComponent(GameObjectRecord& record, GameObject object, ComponentPointer component,
+    /// The same for an object whose record is at hand; the object may be gone from it. What is refused is not taken.
+    IComponent* addComponent(GameObjectRecord& record, GameObject object, ComponentPointer&& component,
                              ComponentTypeId type);
 
     /// UUIDs of the nested roots among the objects that the creation under way has made; resolving a link to the point

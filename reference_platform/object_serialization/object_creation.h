@@ -34,7 +34,7 @@ public:
     [[nodiscard]] Tessel::GameObject object() const noexcept { return m_object; }
 
     /// Adds a component to the object, see GameObjectManager::addComponent.
-    Tessel::IComponent* addComponent(Tessel::ComponentPointer component, Tessel::ComponentTypeId type) const {
+    Tessel::IComponent* addComponent(Tessel::ComponentPointer&& component, Tessel::ComponentTypeId type) const {
         return m_world.manager().addComponent(*m_record, m_object, std::move(component), type);
     }
 
