@@ -92,8 +92,11 @@ public:
 
     /// Index of the component of that type; NONE when there is none.
     [[nodiscard]] std::size_t find(ComponentTypeId type, const ComponentKinds& kinds) const noexcept {
-        for (std::size_t index = 0; index < size(); ++index) {
-            if (kinds.type(kind(index)) == type) {
+        if (isOnHeap()) {
+            return findOnHeap(type, kinds);
+        }
+        for (std::size_t index = 0; index < m_size; ++index) {
+            if (kinds.type(m_kinds[index]) == type) {
                 return index;
             }
         }
@@ -147,6 +150,15 @@ private:
     static constexpr std::uint8_t ON_HEAP = 0xFF;
 
     [[nodiscard]] bool isOnHeap() const noexcept { return m_size == ON_HEAP; }
+
+    [[nodiscard]] std::size_t findOnHeap(ComponentTypeId type, const ComponentKinds& kinds) const noexcept {
+        for (std::size_t index = 0; index < m_heap.size; ++index) {
+            if (kinds.type(m_heap.entries[index].kind) == type) {
+                return index;
+            }
+        }
+        return NONE;
+    }
 
     /// Also when the others are in place as yet.
     void addToHeap(Entry entry) {

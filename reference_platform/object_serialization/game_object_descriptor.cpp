@@ -49,7 +49,7 @@ void GameObjectDescriptor::addComponent(SmartPointer<IComponentDescriptor> compo
     if (!component) {
         return;
     }
-    if (m_components.empty()) {
+    if (m_components.capacity() == 0) {
         m_components.reserve(TYPICAL_COMPONENTS);
     }
     if (m_components.size() < m_firstTypes.size()) {

@@ -65,6 +65,9 @@ public:
     /// Appends a component descriptor, which other descriptors may hold too. Null adds nothing.
     void addComponent(SmartPointer<IComponentDescriptor> component);
 
+    /// Makes room for so many components.
+    void reserveComponents(std::size_t count) { m_components.reserve(count); }
+
     /// Makes an empty game object in the world; the invalid object when the world is not valid. Main thread.
     [[nodiscard]] Tessel::GameObject createGameObject(int worldId) const;
     /// The same for a caller that has the parent link at hand.

@@ -139,6 +139,9 @@ public:
     void regenerateHierarchyUuids(const Uuid& seed);
 
 private:
+    /// The first root; null when there is none.
+    [[nodiscard]] const SmartPointer<GameObjectDescriptor>* findRoot() const;
+
     using ObjectsByUuid = std::unordered_map<Uuid, GameObject>;
 
     /// What an item became.

@@ -1,5 +1,6 @@
 #include <tessel_asset_loading/game_object_prefab.h>
 
+#include <core/non_copyable.h>
 #include <generic_components/transform_component.h>
 #include <object_framework/entry_point.h>
 #include <object_framework/hierarchy_component.h>
@@ -9,6 +10,7 @@
 #include <tessel_asset_loading/prefab_component.h>
 #include <tessel_asset_loading/prefab_service.h>
 
+#include <optional>
 #include <utility>
 
 namespace Kiln::Tessel {
@@ -22,35 +24,49 @@ using HierarchyDescriptor = ComponentDescriptor<HierarchyComponent>;
     return static_cast<HierarchyDescriptor*>(node.findComponent(NativeComponent<HierarchyComponent>::getType()));
 }
 
-/// What an integration point nests, with the overrides in force applied.
-struct NestedReference {
-    std::string resource;
-    SmartPointer<OverrideRecords> records; ///< For the nested instance; may be null.
+/// What an integration point nests, with the overrides in force applied: those of the point's own PrefabComponent
+/// that the enclosing instance has, null for none. They are in force as long as this lives at the most, so that they
+/// reach this instance alone.
+class NestedReference : NonCopyable {
+public:
+    NestedReference(PrefabDescriptor& component, const ComponentOverrideRecords* outer)
+        : m_component(component), m_records(OverrideRecords::create(component.prefabProperties().overridesData)) {
+        component.setupOverrides(outer);
+        const SmartPointer<OverrideRecords> after = OverrideRecords::create(config().overridesData);
+        if (!m_records) {
+            m_records = after;
+        } else if (after) {
+            m_records->merge(*after);
+        }
+    }
+    ~NestedReference() { m_component.setupOverrides(nullptr); }
+
+    [[nodiscard]] const std::string& resource() const { return config().resource; }
+
+    /// For the nested instance; may be null.
+    [[nodiscard]] const SmartPointer<OverrideRecords>& records() const { return m_records; }
+
+private:
+    [[nodiscard]] const PrefabComponent::Config& config() const { return std::as_const(m_component).config(); }
+
+    PrefabDescriptor& m_component;
+    SmartPointer<OverrideRecords> m_records;
 };
 
-/// Reads an integration point's reference. `outer` are the enclosing instance's overrides of the point's own
-/// PrefabComponent, null for none; they are in force only while this runs, so that they reach this instance alone.
-[[nodiscard]] NestedReference readReference(PrefabDescriptor& component, const ComponentOverrideRecords* outer) {
-    SmartPointer<OverrideRecords> before = OverrideRecords::create(component.prefabProperties().overridesData);
-    component.setupOverrides(outer);
-    const PrefabComponent::Config& config = std::as_const(component).config();
-    NestedReference reference{config.resource, OverrideRecords::create(config.overridesData)};
-    component.setupOverrides(nullptr);
-    if (before) {
-        if (reference.records) {
-            before->merge(*reference.records);
-        }
-        reference.records = std::move(before);
-    }
-    return reference;
-}
+/// What the integration points of one prefab need all alike, made for the first of them.
+struct NestingContext {
+    explicit NestingContext(const Uuid& instanceUuid) : enclosingInstance(instanceUuid) {}
+
+    UuidCombiner enclosingInstance;
+    PrefabService& service = *EntryPoint::instance().getService<PrefabService>();
+};
 
 /// Turns the merged node's parent, which lives in the enclosing instance, into the UUID of the live object: the node
 /// itself belongs to the nested instance.
-void rebaseParent(const GameObjectDescriptor& merged, const Uuid& enclosingInstanceUuid) {
+void rebaseParent(const GameObjectDescriptor& merged, const UuidCombiner& enclosingInstance) {
     if (HierarchyDescriptor* const hierarchy = findHierarchy(merged)) {
         GameObjectLink& parent = hierarchy->config().parent;
-        parent.setUuid(Uuid::combine(enclosingInstanceUuid, parent.uuid()));
+        parent.setUuid(enclosingInstance(parent.uuid()));
         parent.setLiveUuid(true);
     }
 }
@@ -74,7 +90,10 @@ void rebaseParent(const GameObjectDescriptor& merged, const Uuid& enclosingInsta
 /// is no such component type.
 [[nodiscard]] SmartPointer<IComponentDescriptor> copyHierarchy(const IComponentDescriptor& original) {
     const ComponentLibrary& library = ComponentLibrary::instance();
-    const std::size_t id = library.findComponent(typeid(HierarchyComponent));
+    // A component that is registered stays so.
+    static const std::size_t s_id = library.findComponent(typeid(HierarchyComponent));
+    const std::size_t id =
+        s_id != ComponentLibrary::INVALID_ID ? s_id : library.findComponent(typeid(HierarchyComponent));
     if (id == ComponentLibrary::INVALID_ID) {
         Report::componentTypeNotRegistered();
         return nullptr;
@@ -96,6 +115,7 @@ bool GameObjectPrefab::gatherGameObjectsRecursively(std::vector<GameObjectCreati
         Report::nestingTooDeep();
         return false;
     }
+    std::optional<NestingContext> context;
     for (const SmartPointer<GameObjectDescriptor>& node : m_nodes) {
         const bool isRoot = !findHierarchy(*node);
         if (skipRoots && isRoot) {
@@ -112,24 +132,26 @@ bool GameObjectPrefab::gatherGameObjectsRecursively(std::vector<GameObjectCreati
 
         const ComponentOverrideRecords* const outer =
             overrides ? overrides->getComponentRecord(node->uuid(), component->name()) : nullptr;
-        const NestedReference reference = readReference(*component, outer);
-        const Uuid nestedInstanceUuid = Uuid::combine(instanceUuid, node->uuid());
-        const SmartPointer<DescriptorCacheData> nested =
-            EntryPoint::instance().getService<PrefabService>()->loadSharedPrefab(reference.resource);
+        const NestedReference reference(*component, outer);
+        if (!context) {
+            context.emplace(instanceUuid);
+        }
+        const Uuid nestedInstanceUuid = context->enclosingInstance(node->uuid());
+        const SmartPointer<DescriptorCacheData> nested = context->service.loadSharedPrefab(reference.resource());
         const GameObjectPrefab* const nestedPrefab = nested->prefab.get();
         if (!nestedPrefab) {
             continue;
         }
         SmartPointer<GameObjectDescriptor> merged = mergePrefabIntoIntegrationPoint(nestedPrefab, node);
         if (!merged) {
-            Report::error("Failed to instantiate prefab '%s'\n", reference.resource.c_str());
+            Report::error("Failed to instantiate prefab '%s'\n", reference.resource().c_str());
             continue;
         }
-        rebaseParent(*merged, instanceUuid);
+        rebaseParent(*merged, context->enclosingInstance);
         SmartPointer<OverrideRecords> mergedRecords =
-            mergedNodeRecords(reference.records, merged->uuid(), items.empty(), outer);
+            mergedNodeRecords(reference.records(), merged->uuid(), items.empty(), outer);
         items.push_back({std::move(merged), nestedInstanceUuid, std::move(mergedRecords)});
-        if (!nestedPrefab->gatherGameObjectsRecursively(items, nestedInstanceUuid, reference.records, true,
+        if (!nestedPrefab->gatherGameObjectsRecursively(items, nestedInstanceUuid, reference.records(), true,
                                                         depth + 1)) {
             return false;
         }
@@ -140,13 +162,15 @@ bool GameObjectPrefab::gatherGameObjectsRecursively(std::vector<GameObjectCreati
 SmartPointer<GameObjectDescriptor>
 GameObjectPrefab::mergePrefabIntoIntegrationPoint(const GameObjectPrefab* nested,
                                                   SmartPointer<GameObjectDescriptor> integrationPoint) const {
-    const SmartPointer<GameObjectDescriptor> root = nested->findRootGameObject();
-    if (!root) {
+    const SmartPointer<GameObjectDescriptor>* const firstRoot = nested->findRoot();
+    if (!firstRoot) {
         return nullptr;
     }
+    const GameObjectDescriptor* const root = firstRoot->get();
     const ComponentTypeId hierarchyType = NativeComponent<HierarchyComponent>::getType();
     const ComponentTypeId transformType = NativeComponent<TransformComponent>::getType();
     SmartPointer<GameObjectDescriptor> merged = makeSmart<GameObjectDescriptor>();
+    merged->reserveComponents(integrationPoint->components().size() + root->components().size());
     for (const SmartPointer<IComponentDescriptor>& component : integrationPoint->components()) {
         merged->addComponent(component->type() == hierarchyType ? copyHierarchy(*component) : component);
     }

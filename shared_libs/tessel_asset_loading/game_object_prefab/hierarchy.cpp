@@ -89,8 +89,13 @@ std::size_t GameObjectPrefab::countComponentsByType(ComponentTypeId type) const 
 }
 
 SmartPointer<GameObjectDescriptor> GameObjectPrefab::findRootGameObject() const {
+    const SmartPointer<GameObjectDescriptor>* const root = findRoot();
+    return root ? *root : nullptr;
+}
+
+const SmartPointer<GameObjectDescriptor>* GameObjectPrefab::findRoot() const {
     const auto root = std::find_if(m_nodes.begin(), m_nodes.end(), [](const auto& node) { return isRoot(*node); });
-    return root == m_nodes.end() ? nullptr : *root;
+    return root == m_nodes.end() ? nullptr : &*root;
 }
 
 void GameObjectPrefab::clear() {
