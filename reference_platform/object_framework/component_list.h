@@ -22,13 +22,8 @@ class ComponentKinds {
 public:
     /// The kind of that type and deleter, entered when it is new.
     [[nodiscard]] ComponentKind of(ComponentTypeId type, IComponentDeleter deleter) {
-        if (type < m_firstOfType.size()) {
-            const ComponentKind known = m_firstOfType[type];
-            if (known < m_kinds.size() && m_kinds[known].isOf(type, deleter)) {
-                return known;
-            }
-        }
-        return search(type, deleter);
+        return type < m_firstOfType.size() && m_firstOfType[type].isOf(type, deleter) ? m_firstOfType[type].number
+                                                                                      : search(type, deleter);
     }
 
     [[nodiscard]] ComponentTypeId type(ComponentKind kind) const noexcept { return m_kinds[kind].type; }
@@ -36,32 +31,19 @@ public:
 
 private:
     struct Kind {
+        IComponentDeleter deleter; ///< None for a type that was not met.
         ComponentTypeId type;
-        IComponentDeleter deleter;
+        ComponentKind number;
 
         [[nodiscard]] bool isOf(ComponentTypeId otherType, IComponentDeleter otherDeleter) const noexcept {
             return type == otherType && deleter.deallocate == otherDeleter.deallocate;
         }
     };
 
-    [[nodiscard]] ComponentKind search(ComponentTypeId type, IComponentDeleter deleter) {
-        const auto known =
-            std::find_if(m_kinds.begin(), m_kinds.end(), [&](const Kind& kind) { return kind.isOf(type, deleter); });
-        const auto number = static_cast<ComponentKind>(known - m_kinds.begin());
-        if (known == m_kinds.end()) {
-            m_kinds.push_back({type, deleter});
-            m_firstOfType.resize(std::max(m_firstOfType.size(), type + std::size_t{1}), NONE);
-            if (m_firstOfType[type] == NONE) {
-                m_firstOfType[type] = number;
-            }
-        }
-        return number;
-    }
+    ComponentKind search(ComponentTypeId type, IComponentDeleter deleter);
 
-    static constexpr ComponentKind NONE = 0xFFFF;
-
-    std::vector<Kind> m_kinds;
-    std::vector<ComponentKind> m_firstOfType; ///< By type; NONE for one that was not met.
+    std::vector<Kind> m_kinds;       ///< By number.
+    std::vector<Kind> m_firstOfType; ///< By type.
 };
 
 /// The components of one game object, in the order in which they were added. They are few, so they are searched

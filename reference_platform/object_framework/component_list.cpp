@@ -1,0 +1,20 @@
+#include <object_framework/component_list.h>
+
+namespace Kiln::Tessel {
+
+ComponentKind ComponentKinds::search(ComponentTypeId type, IComponentDeleter deleter) {
+    const auto known =
+        std::find_if(m_kinds.begin(), m_kinds.end(), [&](const Kind& kind) { return kind.isOf(type, deleter); });
+    if (known != m_kinds.end()) {
+        return known->number;
+    }
+    const Kind kind{deleter, type, static_cast<ComponentKind>(m_kinds.size())};
+    m_firstOfType.resize(std::max(m_firstOfType.size(), type + std::size_t{1}));
+    m_kinds.push_back(kind);
+    if (!m_firstOfType[type].deleter.deallocate) {
+        m_firstOfType[type] = kind;
+    }
+    return kind.number;
+}
+
+} // namespace Kiln::Tessel
