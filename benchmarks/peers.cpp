@@ -1,11 +1,11 @@
-// Compares with another engine, whose scenes have the same shape: creates W1 to W4 and reads W3 with both, in turns,
-// and prints the medians and their ratios; exit status 1 when one is too small, 2 when the engine can't be run.
+// Compares with another engine, whose scenes have the same shape: creates W1 to W4 and reads W3 with both, each time in
+// a process of its own and in turns, and prints the medians and their ratios; exit status 1 when one is too small, 2 when
+// the engine can't be run.
 
 #include "godot_scenes.h"
 #include "kiln_runs.h"
 
 #include <core/log.h>
-#include <tessel_asset_loading/loading.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -23,66 +23,66 @@ using namespace Kiln::Benchmarks;
 namespace {
 
 constexpr int TURNS = 5;
+constexpr int WORKLOADS[] = {1, 2, 3, 4};
 
 /// Creations in each turn: a small workload that is created once shows how warm the caches are. As in measure.gd.
-[[nodiscard]] int creations(int workload) {
-    return workload <= 2 ? 20 : 1;
+[[nodiscard]] int creations(int number) {
+    return number <= 2 ? 20 : 1;
 }
-
-constexpr std::size_t FIGURES = 4 + 20 + 20 + 1 + 1; ///< Of the other engine in each turn: four readings, creations.
 
 /// Nanoseconds per object of each repetition, by workload and step ("W1 create").
 using Figures = std::map<std::string, std::vector<double>>;
-
-void add(Figures& figures, const Workload& workload, const std::string& step, Seconds duration) {
-    figures[workload.name + " " + step].push_back(duration.count() * 1e9 /
-                                                  static_cast<double>(workload.objectsCount()));
-}
 
 [[nodiscard]] double median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
 }
 
-void measureKiln(Figures& figures) {
-    for (const int number : {1, 2, 3, 4}) {
-        const Workload& workload = Benchmarks::workload(number);
-        cache(workload.path);
-        for (int i = 0; i < creations(number); ++i) {
-            waitForWorkers();
-            add(figures, workload, "create", KilnWorld().create(workload.path, workload.instances));
-        }
-    }
-    Tessel::Loading::fullyClearCache();
-    const Workload& large = workload(3);
-    add(figures, large, "read", KilnWorld().read(large.path));
-    Tessel::Loading::fullyClearCache();
+void print(const Workload& workload, const char* step, Seconds duration) {
+    std::printf("KILN %s %s %.3f\n", workload.name.c_str(), step, duration.count() * 1e6);
 }
 
-/// Runs the engine on a directory with its script and scenes.
-void measureGodot(const std::filesystem::path& directory, Figures& figures) {
-    const std::string command = "godot3-server --path '" + directory.string() + "' -s measure.gd 2>&1";
+/// Measures this library and prints, as measure.gd does, "KILN <workload> <step> <microseconds>" for each figure.
+void measureKiln() {
+    for (const int number : WORKLOADS) {
+        const Workload& workload = Benchmarks::workload(number);
+        print(workload, "read", KilnWorld().read(workload.path));
+        cache(workload.path); // What was loaded for a world goes with it.
+        for (int i = 0; i < creations(number); ++i) {
+            waitForWorkers();
+            print(workload, "create", KilnWorld().create(workload.path, workload.instances));
+        }
+    }
+}
+
+/// Runs a program that prints figures and enters them.
+void measure(const std::string& command, Figures& figures) {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(popen(command.c_str(), "r"), &pclose);
     if (!output) {
-        throw std::runtime_error("godot3-server can't be started");
+        throw std::runtime_error("can't be started: " + command);
     }
-    std::size_t lines = 0;
+    std::map<std::string, int> missing;
+    for (const int number : WORKLOADS) {
+        missing[workload(number).name + " read"] = 1;
+        missing[workload(number).name + " create"] = creations(number);
+    }
     std::string all;
     char buffer[4096];
     while (std::fgets(buffer, sizeof buffer, output.get())) {
         all += buffer;
         std::istringstream line(buffer);
         std::string mark;
-        std::string workloadName;
+        std::string name;
         std::string step;
         double microseconds = 0;
-        if (line >> mark >> workloadName >> step >> microseconds && mark == "KILN") {
-            add(figures, workload(workloadName.back() - '0'), step, Seconds(microseconds * 1e-6));
-            ++lines;
+        if (line >> mark >> name >> step >> microseconds && mark == "KILN") {
+            figures[name + " " + step].push_back(microseconds * 1000 /
+                                                 static_cast<double>(workload(name.back() - '0').objectsCount()));
+            --missing[name + " " + step];
         }
     }
-    if (lines != FIGURES) {
-        throw std::runtime_error("godot3-server has not measured every workload:\n" + all);
+    if (std::any_of(missing.begin(), missing.end(), [](const auto& figure) { return figure.second != 0; })) {
+        throw std::runtime_error("not every workload has been measured:\n" + all);
     }
 }
 
@@ -96,18 +96,17 @@ void measureGodot(const std::filesystem::path& directory, Figures& figures) {
     return theirs / ours >= LEAST;
 }
 
-int compare(const std::filesystem::path& scripts) {
-    const ScopedLogSink silence([](const LogMessage&) {});
+int compare(const std::string& self, const std::filesystem::path& scripts) {
     const std::filesystem::path directory = filePath("godot");
     std::filesystem::copy(scripts, directory);
-    for (const int number : {1, 2, 3, 4}) {
+    for (const int number : WORKLOADS) {
         writeGodotScenes(workload(number), directory);
     }
     Figures kiln;
     Figures godot;
     for (int i = 0; i < TURNS; ++i) {
-        measureKiln(kiln);
-        measureGodot(directory, godot);
+        measure("'" + self + "'", kiln);
+        measure("godot3-server --path '" + directory.string() + "' -s measure.gd 2>&1", godot);
     }
     std::printf("ns per object       Kiln    godot3-server      times   (medians of %d turns)\n", TURNS);
     bool isEnough = true;
@@ -120,12 +119,13 @@ int compare(const std::filesystem::path& scripts) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: kiln-peers <folder with the engine's scripts>\n");
-        return 2;
-    }
+    const ScopedLogSink silence([](const LogMessage&) {});
     try {
-        return compare(argv[1]);
+        if (argc == 2) {
+            return compare(argv[0], argv[1]);
+        }
+        measureKiln();
+        return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "kiln-peers: %s\n", error.what());
         return 2;
