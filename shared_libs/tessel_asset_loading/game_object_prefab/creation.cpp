@@ -4,6 +4,7 @@
 #include <object_framework/entry_point.h>
 #include <object_framework/world.h>
 #include <object_serialization/object_creation.h>
+#include <tessel_asset_loading/detail/object_map.h>
 #include <tessel_asset_loading/detail/parent_guess.h>
 #include <tessel_asset_loading/detail/reporting.h>
 
@@ -119,6 +120,7 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
 
     ObjectsByUuid objects(8); // UUIDs used by this creation.
     const bool areEntered = items.size() >= LARGE_INSTANCE && uuidMap.empty() && enterUuids(createdItems, objects);
+    SpareNodes& nodes = SpareNodes::ofThisThread();
     bool isRepaired = false;
     for (std::size_t i = 0; i < items.size(); ++i) {
         const GameObjectCreationItem& item = items[i];
@@ -138,7 +140,7 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
         createdItems[i].object = object;
         if (areEntered) {
             *createdItems[i].entry = object;
-        } else if (!objects.try_emplace(uuid, object).second) {
+        } else if (!nodes.emplace(objects, uuid, object).second) {
             Report::error("UUID conflict detected. Trying to generate new instance UUID.");
             if (isExternal) {
                 Report::error("This conflict can't be resolved because of external uuid map");

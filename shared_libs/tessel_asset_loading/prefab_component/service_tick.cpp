@@ -5,7 +5,7 @@
 #include <object_framework/entry_point.h>
 #include <object_framework/game_object_manager.h>
 #include <object_serialization/component_library.h>
-#include <tessel_asset_loading/detail/map_disposal.h>
+#include <tessel_asset_loading/detail/object_map.h>
 #include <tessel_asset_loading/detail/prefab_cache.h>
 #include <tessel_asset_loading/detail/reporting.h>
 #include <tessel_asset_loading/detail/service_locks.h>
