@@ -22,12 +22,12 @@ using namespace Kiln::Benchmarks;
 
 namespace {
 
-constexpr int TURNS = 5;
+constexpr int TURNS = 3;
 constexpr int WORKLOADS[] = {1, 2, 3, 4};
 
-/// Creations in each turn: a small workload that is created once shows how warm the caches are. As in measure.gd.
-[[nodiscard]] int creations(int number) {
-    return number <= 2 ? 20 : 1;
+/// Readings and creations in each turn: what is done once shows how warm caches and memory are. As in measure.gd.
+[[nodiscard]] int repetitions(int number) {
+    return number <= 2 ? 20 : 3;
 }
 
 /// Nanoseconds per object of each repetition, by workload and step ("W1 create").
@@ -46,9 +46,11 @@ void print(const Workload& workload, const char* step, Seconds duration) {
 void measureKiln() {
     for (const int number : WORKLOADS) {
         const Workload& workload = Benchmarks::workload(number);
-        print(workload, "read", KilnWorld().read(workload.path));
+        for (int i = 0; i < repetitions(number); ++i) {
+            print(workload, "read", KilnWorld().read(workload.path));
+        }
         cache(workload.path); // What was loaded for a world goes with it.
-        for (int i = 0; i < creations(number); ++i) {
+        for (int i = 0; i < repetitions(number); ++i) {
             waitForWorkers();
             print(workload, "create", KilnWorld().create(workload.path, workload.instances));
         }
@@ -63,8 +65,9 @@ void measure(const std::string& command, Figures& figures) {
     }
     std::map<std::string, int> missing;
     for (const int number : WORKLOADS) {
-        missing[workload(number).name + " read"] = 1;
-        missing[workload(number).name + " create"] = creations(number);
+        for (const char* const step : {" read", " create"}) {
+            missing[workload(number).name + step] = repetitions(number);
+        }
     }
     std::string all;
     char buffer[4096];
