@@ -1,6 +1,6 @@
 // Compares with another engine, whose scenes have the same shape: creates W1 to W4 and reads W3 with both, each time in
-// a process of its own and in turns, and prints the medians and their ratios; exit status 1 when one is too small, 2 when
-// the engine can't be run.
+// a process of its own and in turns, and prints the medians and their ratios; exit status 1 when one is too small, 2
+// when the engine can't be run.
 
 #include "godot_scenes.h"
 #include "kiln_runs.h"

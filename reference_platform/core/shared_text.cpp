@@ -14,7 +14,8 @@ SharedText::SharedText(std::string_view text) {
     if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
         throw std::length_error("A shared text can't be so long");
     }
-    m_shared = ::new (::operator new(sizeof(Shared) + text.size() + 1)) Shared{1, static_cast<std::uint32_t>(text.size())};
+    m_shared =
+        ::new (::operator new(sizeof(Shared) + text.size() + 1)) Shared{1, static_cast<std::uint32_t>(text.size())};
     std::memcpy(m_shared->text(), text.data(), text.size());
     m_shared->text()[text.size()] = '\0';
 }

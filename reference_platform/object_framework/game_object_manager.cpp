@@ -86,8 +86,7 @@ struct GameObjectManager::State {
         }
     }
 
-    void setActive(ObjectIndex place) {
-        GameObjectRecord& record = table[place];
+    void setActive(ObjectIndex place, GameObjectRecord& record) {
         record.setActive(true);
         const ComponentList& components = record.components;
         // A component that another one adds meanwhile is activated as it is added.
@@ -100,8 +99,7 @@ struct GameObjectManager::State {
         }
     }
 
-    void setInactive(ObjectIndex place) {
-        GameObjectRecord& record = table[place];
+    void setInactive(ObjectIndex place, GameObjectRecord& record) {
         const ComponentList& components = record.components;
         for (std::size_t i = 0; i < components.size(); ++i) {
             leaveQueries(queriesOf(queriesByRarestType, kinds.type(components.kind(i))), place);
@@ -113,36 +111,44 @@ struct GameObjectManager::State {
     }
 
     /// The object after `place` in a walk through the tree below `root`, parents first; NO_OBJECT at its end.
-    /// `isEntered` tells whether the walk goes into the children of `place`.
-    [[nodiscard]] ObjectIndex nextInTree(ObjectIndex root, ObjectIndex place, bool isEntered) {
-        if (isEntered && table[place].firstChild != NO_OBJECT) {
-            return table[place].firstChild;
+    /// `isEntered` tells whether the walk goes into the children of `place`, whose record is given.
+    [[nodiscard]] ObjectIndex nextInTree(ObjectIndex root, ObjectIndex place, const GameObjectRecord& record,
+                                         bool isEntered) {
+        if (isEntered && record.firstChild != NO_OBJECT) {
+            return record.firstChild;
         }
+        const GameObjectRecord* current = &record;
         while (place != root) {
-            if (table[place].nextSibling != NO_OBJECT) {
-                return table[place].nextSibling;
+            if (current->nextSibling != NO_OBJECT) {
+                return current->nextSibling;
             }
-            place = table[place].parent;
+            place = current->parent;
+            if (place == NO_OBJECT) { // A component has taken its object out of the tree.
+                break;
+            }
+            current = &table[place];
         }
         return NO_OBJECT;
     }
 
     void activateTree(ObjectIndex root) {
         for (ObjectIndex place = root; place != NO_OBJECT;) {
-            if (table[place].isEnabled() && !table[place].isActive()) {
-                setActive(place);
+            GameObjectRecord& record = table[place];
+            if (record.isEnabled() && !record.isActive()) {
+                setActive(place, record);
             }
-            place = nextInTree(root, place, table[place].isActive());
+            place = nextInTree(root, place, record, record.isActive());
         }
     }
 
     void deactivateTree(ObjectIndex root) {
         for (ObjectIndex place = root; place != NO_OBJECT;) {
-            const bool wasActive = table[place].isActive();
+            GameObjectRecord& record = table[place];
+            const bool wasActive = record.isActive();
             if (wasActive) {
-                setInactive(place);
+                setInactive(place, record);
             }
-            place = nextInTree(root, place, wasActive);
+            place = nextInTree(root, place, record, wasActive);
         }
     }
 
@@ -237,11 +243,12 @@ struct GameObjectManager::State {
     }
 
     void removeOne(ObjectIndex place) {
-        if (table[place].isActive()) {
-            setInactive(place);
+        GameObjectRecord& record = table[place];
+        if (record.isActive()) {
+            setInactive(place, record);
         }
         detach(place);
-        ComponentList& components = table[place].components;
+        ComponentList& components = record.components;
         while (!components.empty()) {
             components.remove(components.size() - 1, kinds).reset();
         }
@@ -542,7 +549,9 @@ void GameObjectManagerInternal::noteNestedRoot(const Uuid& descriptorUuid) {
         m_nestedRoots.clear();
         m_areNestedRootsComplete = false;
     }
-    m_nestedRoots.push_back(descriptorUuid);
+    if (m_nestedRoots.empty() || m_nestedRoots.back() != descriptorUuid) {
+        m_nestedRoots.push_back(descriptorUuid);
+    }
 }
 
 void GameObjectManagerInternal::beginComponents() {

@@ -184,6 +184,19 @@ TEST_F(MeddlingComponents, activated_addsAnother_isActivatedOnce) {
     EXPECT_THAT(journal, ElementsAre("activate A"));
 }
 
+TEST_F(MeddlingComponents, activated_leavesItsParent_theWalkEndsThere) {
+    const GameObject root = create();
+    const GameObject child = createChild(root);
+    const GameObject grandchild = createChild(child);
+    meddler = add<Meddler>(child);
+    meddler->onActivate = [this, child] { removeComponent<HierarchyComponent>(child); };
+    manager().activateGameObject(root);
+    EXPECT_TRUE(manager().isActive(root));
+    EXPECT_TRUE(manager().isActive(child));
+    EXPECT_TRUE(manager().isActive(grandchild));
+    EXPECT_TRUE(manager().getChildren(root).empty());
+}
+
 TEST_F(MeddlingComponents, activated_removesAnother_theOthersAreActivated) {
     const GameObject object = create();
     meddler = add<Meddler>(object);
