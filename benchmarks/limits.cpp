@@ -47,6 +47,7 @@ void measureMemory() {
     const double withDocument = allocatedBytes();
     KilnWorld world;
     world.create(workload.path, 1);
+    waitForWorkers(); // One of them takes the map apart.
     const double withObjects = allocatedBytes();
     report("memory of a document, per byte of its file",
            (withDocument - before) / static_cast<double>(std::filesystem::file_size(filePath(workload.path))), 0.7);

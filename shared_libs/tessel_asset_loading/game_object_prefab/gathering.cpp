@@ -53,12 +53,27 @@ private:
     SmartPointer<OverrideRecords> m_records;
 };
 
-/// What the integration points of one prefab need all alike, made for the first of them.
-struct NestingContext {
+/// What the integration points of one prefab have in common, made for the first of them.
+class NestingContext : NonCopyable {
+public:
     explicit NestingContext(const Uuid& instanceUuid) : enclosingInstance(instanceUuid) {}
 
-    UuidCombiner enclosingInstance;
-    PrefabService& service = *EntryPoint::instance().getService<PrefabService>();
+    /// The prefab that a point nests, or null. It is kept until another one is asked for: neighbours often nest the
+    /// same, and then the service is asked once.
+    [[nodiscard]] const GameObjectPrefab* load(const std::string& resource) {
+        if (!m_nested || !m_nested->prefab || m_resource != resource) {
+            m_nested = m_service.loadSharedPrefab(resource);
+            m_resource = resource;
+        }
+        return m_nested->prefab.get();
+    }
+
+    const UuidCombiner enclosingInstance;
+
+private:
+    PrefabService& m_service = *EntryPoint::instance().getService<PrefabService>();
+    std::string m_resource;
+    SmartPointer<DescriptorCacheData> m_nested;
 };
 
 /// Turns the merged node's parent, which lives in the enclosing instance, into the UUID of the live object: the node
@@ -137,8 +152,7 @@ bool GameObjectPrefab::gatherGameObjectsRecursively(std::vector<GameObjectCreati
             context.emplace(instanceUuid);
         }
         const Uuid nestedInstanceUuid = context->enclosingInstance(node->uuid());
-        const SmartPointer<DescriptorCacheData> nested = context->service.loadSharedPrefab(reference.resource());
-        const GameObjectPrefab* const nestedPrefab = nested->prefab.get();
+        const GameObjectPrefab* const nestedPrefab = context->load(reference.resource());
         if (!nestedPrefab) {
             continue;
         }
