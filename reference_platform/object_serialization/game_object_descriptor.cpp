@@ -6,12 +6,11 @@
 #include <object_serialization/override_records.h>
 #include <object_serialization/typed_component_descriptor.h>
 
-namespace Kiln {
+#include <algorithm>
+#include <iterator>
+#include <utility>
 
-namespace {
-/// Room that is made for a start: a place, what shows, and one thing that the object does.
-constexpr std::size_t TYPICAL_COMPONENTS = 3;
-} // namespace
+namespace Kiln {
 
 GameObjectDescriptor::GameObjectDescriptor() = default;
 GameObjectDescriptor::~GameObjectDescriptor() = default;
@@ -28,16 +27,16 @@ const Tessel::GameObjectLink* GameObjectDescriptor::parentLink() const noexcept 
 }
 
 IComponentDescriptor* GameObjectDescriptor::findFurtherComponent(Tessel::ComponentTypeId type) const noexcept {
-    for (std::size_t i = m_firstTypes.size(); i < m_components.size(); ++i) {
-        if (m_components[i]->type() == type) {
-            return m_components[i].get();
+    for (const SmartPointer<IComponentDescriptor>& component : components().subspan(m_firstTypes.size())) {
+        if (component->type() == type) {
+            return component.get();
         }
     }
     return nullptr;
 }
 
 IComponentDescriptor* GameObjectDescriptor::findComponent(std::string_view name) const noexcept {
-    for (const SmartPointer<IComponentDescriptor>& component : m_components) {
+    for (const SmartPointer<IComponentDescriptor>& component : components()) {
         if (component->name() == name) {
             return component.get();
         }
@@ -49,13 +48,20 @@ void GameObjectDescriptor::addComponent(SmartPointer<IComponentDescriptor> compo
     if (!component) {
         return;
     }
-    if (m_components.capacity() == 0) {
-        m_components.reserve(TYPICAL_COMPONENTS);
+    if (m_manyComponents) {
+        m_manyComponents->push_back(std::move(component));
+    } else if (m_fewCount < FEW) {
+        m_firstTypes[m_fewCount] = component->type();
+        m_fewComponents[m_fewCount] = std::move(component);
+        ++m_fewCount;
+    } else {
+        auto many = std::make_unique<std::vector<SmartPointer<IComponentDescriptor>>>();
+        many->reserve(2 * FEW);
+        std::move(m_fewComponents.begin(), m_fewComponents.end(), std::back_inserter(*many));
+        many->push_back(std::move(component));
+        m_manyComponents = std::move(many);
+        m_fewCount = 0;
     }
-    if (m_components.size() < m_firstTypes.size()) {
-        m_firstTypes[m_components.size()] = component->type();
-    }
-    m_components.push_back(std::move(component));
 }
 
 Tessel::GameObject GameObjectDescriptor::createGameObject(int worldId) const {
@@ -89,7 +95,7 @@ void GameObjectDescriptor::createComponents(ObjectCreation& creation, Tessel::Ga
     }
     creation.enterObject(object, *record);
     manager.beginComponents();
-    for (const SmartPointer<IComponentDescriptor>& component : m_components) {
+    for (const SmartPointer<IComponentDescriptor>& component : components()) {
         component->instantiate(creation, overrides ? overrides->find(component->name()) : nullptr);
     }
 }

@@ -12,6 +12,8 @@
 #include <array>
 #include <bitset>
 #include <cstdint>
+#include <memory>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -41,20 +43,21 @@ public:
     void setFlags(std::bitset<6> flags) noexcept { m_flags = static_cast<std::uint8_t>(flags.to_ulong()); }
     [[nodiscard]] bool isInactiveByDefault() const noexcept;
 
-    /// Components in the order in which they were added.
-    [[nodiscard]] const std::vector<SmartPointer<IComponentDescriptor>>& components() const noexcept {
-        return m_components;
+    /// Components in the order in which they were added. Valid until another one is added.
+    [[nodiscard]] std::span<const SmartPointer<IComponentDescriptor>> components() const noexcept {
+        return m_manyComponents ? std::span(*m_manyComponents) : std::span(m_fewComponents).first(m_fewCount);
     }
 
     /// The first component of that type or registered name; null when there is none.
     [[nodiscard]] IComponentDescriptor* findComponent(Tessel::ComponentTypeId type) const noexcept {
-        const std::size_t known = std::min(m_components.size(), m_firstTypes.size());
+        const std::span all = components();
+        const std::size_t known = std::min(all.size(), m_firstTypes.size());
         for (std::size_t i = 0; i < known; ++i) {
             if (m_firstTypes[i] == type) {
-                return m_components[i].get();
+                return all[i].get();
             }
         }
-        return known == m_components.size() ? nullptr : findFurtherComponent(type);
+        return known == all.size() ? nullptr : findFurtherComponent(type);
     }
     [[nodiscard]] IComponentDescriptor* findComponent(std::string_view name) const noexcept;
     [[nodiscard]] bool hasComponent(Tessel::ComponentTypeId type) const noexcept { return findComponent(type); }
@@ -64,9 +67,6 @@ public:
 
     /// Appends a component descriptor, which other descriptors may hold too. Null adds nothing.
     void addComponent(SmartPointer<IComponentDescriptor> component);
-
-    /// Makes room for so many components.
-    void reserveComponents(std::size_t count) { m_components.reserve(count); }
 
     /// Makes an empty game object in the world; the invalid object when the world is not valid. Main thread.
     [[nodiscard]] Tessel::GameObject createGameObject(int worldId) const;
@@ -90,11 +90,17 @@ public:
 private:
     [[nodiscard]] IComponentDescriptor* findFurtherComponent(Tessel::ComponentTypeId type) const noexcept;
 
+    /// Most objects have no more: then there is nothing to be allocated.
+    static constexpr std::size_t FEW = 4;
+
     std::uint8_t m_flags = 0; ///< A byte, where a bitset would take a word.
+    std::uint8_t m_fewCount = 0;
     Uuid m_uuid;
-    SharedText m_name;                                     ///< The objects that are made from this share it.
-    std::array<Tessel::ComponentTypeId, 4> m_firstTypes{}; ///< Of the first components, so that a search stays here.
-    std::vector<SmartPointer<IComponentDescriptor>> m_components;
+    SharedText m_name; ///< The objects that are made from this share it.
+
+    std::array<Tessel::ComponentTypeId, FEW> m_firstTypes{}; ///< Of the first components, so that a search stays here.
+    std::array<SmartPointer<IComponentDescriptor>, FEW> m_fewComponents;
+    std::unique_ptr<std::vector<SmartPointer<IComponentDescriptor>>> m_manyComponents; ///< All of more than FEW.
 };
 
 } // namespace Kiln

@@ -67,6 +67,26 @@ TEST_F(ObjectDescriptor, findComponent_byTypeAndByName_givesTheFirst) {
     EXPECT_EQ(node->components().size(), 3U);
 }
 
+TEST_F(ObjectDescriptor, addComponent_manyTimes_keepsTheOrderAndFindsEach) {
+    std::vector<IComponentDescriptor*> added;
+    for (int count = 1; count <= 10; ++count) {
+        const bool isLast = count == 10; // The others have another type.
+        const SmartPointer<IComponentDescriptor> component =
+            isLast ? SmartPointer<IComponentDescriptor>(text) : makeDescriptor<LinksComponent>();
+        added.push_back(component.get());
+        node->addComponent(component);
+        std::vector<IComponentDescriptor*> held;
+        for (const SmartPointer<IComponentDescriptor>& each : node->components()) {
+            held.push_back(each.get());
+        }
+        ASSERT_EQ(held, added);
+        ASSERT_EQ(node->findComponent(added[0]->type()), added[0]);
+        ASSERT_EQ(node->findComponent("LinksComponent"), added[0]);
+        ASSERT_EQ(node->findComponent(text->type()), isLast ? text.get() : nullptr);
+        ASSERT_EQ(node->findComponent("TextComponent"), isLast ? text.get() : nullptr);
+    }
+}
+
 TEST_F(ObjectDescriptor, findComponent_absent_isNull) {
     node->addComponent(text);
     EXPECT_EQ(node->findComponent("LinksComponent"), nullptr);

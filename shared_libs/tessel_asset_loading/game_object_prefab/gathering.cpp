@@ -184,7 +184,6 @@ GameObjectPrefab::mergePrefabIntoIntegrationPoint(const GameObjectPrefab* nested
     const ComponentTypeId hierarchyType = NativeComponent<HierarchyComponent>::getType();
     const ComponentTypeId transformType = NativeComponent<TransformComponent>::getType();
     SmartPointer<GameObjectDescriptor> merged = makeSmart<GameObjectDescriptor>();
-    merged->reserveComponents(integrationPoint->components().size() + root->components().size());
     for (const SmartPointer<IComponentDescriptor>& component : integrationPoint->components()) {
         merged->addComponent(component->type() == hierarchyType ? copyHierarchy(*component) : component);
     }
