@@ -61,4 +61,54 @@ TEST_F(LargeInstance, objectOfTheCallersMap_isReused) {
     EXPECT_EQ(manager().gameObjectsCount(), COUNT);
 }
 
+/// Gives the number of a node's parent, which may stand anywhere.
+struct NodeOrder {
+    const char* name;
+    std::uint64_t (*parent)(std::uint64_t number);
+};
+
+void PrintTo(const NodeOrder& order, std::ostream* stream) {
+    *stream << order.name;
+}
+
+class LargeInstanceInOrder : public CreationFixture, public testing::WithParamInterface<NodeOrder> {};
+
+TEST_P(LargeInstanceInOrder, eachObject_isBelowItsParent) {
+    constexpr std::uint64_t COUNT = 5000;
+    PrefabBuilder builder;
+    builder.root(id(1), "Root");
+    for (std::uint64_t number = 2; number <= COUNT; ++number) {
+        builder.child(id(number), std::to_string(number), id(GetParam().parent(number)));
+    }
+    const std::vector<GameObject> created = create(builder);
+    ASSERT_EQ(created.size(), COUNT);
+    for (std::uint64_t number = 2; number <= COUNT; ++number) {
+        ASSERT_EQ(manager().getParent(created[number - 1]), created[GetParam().parent(number) - 1]) << number;
+    }
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Orders, LargeInstanceInOrder,
+    testing::Values(NodeOrder{"breadth first", [](std::uint64_t number) { return (number + 8) / 10; }},
+                    NodeOrder{"depth first", [](std::uint64_t number) { return number - 1 - (number - 2) % 3; }},
+                    NodeOrder{"one chain", [](std::uint64_t number) { return number - 1; }},
+                    NodeOrder{"parents last", [](std::uint64_t number) { return number < 4000 ? number + 1000 : 1; }},
+                    NodeOrder{"scattered", [](std::uint64_t number) { return 1 + number * 7919 % (number - 1); }}));
+
+TEST_F(LargeInstance, nestedTwice_eachObjectIsBelowTheParentOfItsInstance) {
+    cachePrefab("flock.prefab", flock());
+    const std::vector<GameObject> created = create(PrefabBuilder()
+                                                       .root(id(1), "Root")
+                                                       .nested(id(2), "A", id(1), "flock.prefab")
+                                                       .nested(id(3), "B", id(1), "flock.prefab"));
+    ASSERT_EQ(created.size(), 1 + 2 * COUNT);
+    EXPECT_EQ(manager().getChildren(created.front()).size(), 2U);
+    for (const std::string point : {"A", "B"}) {
+        EXPECT_EQ(parentOf(point), "Root");
+        EXPECT_EQ(manager().getChildren(object(point)).size(), COUNT - 1) << point;
+    }
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
 } // namespace

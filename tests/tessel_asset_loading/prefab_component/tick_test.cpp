@@ -35,6 +35,68 @@ TEST_F(TickTest, parsedLoad_isCreatedInNextTick) {
     EXPECT_THAT(queued(), IsEmpty());
 }
 
+TEST_F(TickTest, largeInstance_leavesItsMapToAWorker) {
+    PrefabBuilder flock;
+    flock.root(id(1), "Root").with<PrefabComponent>();
+    for (std::uint64_t number = 2; number <= 5000; ++number) {
+        flock.child(id(number), "", id(1));
+    }
+    cachePrefab("flock.prefab", flock);
+    const WorkerGate gate;
+    load("flock.prefab");
+
+    tick();
+
+    EXPECT_EQ(manager().gameObjectsCount(), 5000U);
+    EXPECT_EQ(WorkerGate::pendingTasks(), 1U);
+}
+
+TEST_F(TickTest, smallInstance_leavesNothingToWorkers) {
+    cachePrefab("lamp.prefab", PrefabBuilder().root(id(1), "Lamp").with<PrefabComponent>());
+    const WorkerGate gate;
+    load("lamp.prefab");
+
+    tick();
+
+    EXPECT_THAT(names(), ElementsAre("Lamp"));
+    EXPECT_EQ(WorkerGate::pendingTasks(), 0U);
+}
+
+TEST_F(TickTest, instanceAfterAnother_doesNotSeeItsObjects) {
+    PrefabBuilder lamp;
+    lamp.root(id(1), "Lamp").with<PrefabComponent>().child(id(2), "Bulb", id(1));
+    cachePrefab("lamp.prefab", lamp);
+    load("lamp.prefab", id(100));
+    tick();
+    load("lamp.prefab", id(101));
+    tick();
+
+    std::vector<Uuid> uuids;
+    for (const GameObject object : manager().gameObjects()) {
+        uuids.push_back(manager().getGameObjectUuid(object));
+        EXPECT_EQ(manager().findGameObject(uuids.back()), object);
+    }
+    EXPECT_THAT(uuids, ElementsAre(Uuid::combine(id(100), id(1)), Uuid::combine(id(100), id(2)),
+                                   Uuid::combine(id(101), id(1)), Uuid::combine(id(101), id(2))));
+    EXPECT_EQ(manager().gameObjects()[3], manager().getChildren(manager().gameObjects()[2]).front());
+}
+
+TEST_F(TickTest, conflictAfterAnotherInstance_isReportedAsInTheFirst) {
+    cachePrefab("lamp.prefab", PrefabBuilder().root(id(1), "Lamp").with<PrefabComponent>().child(id(2), "Bulb", id(1)));
+    load("lamp.prefab");
+    tick();
+    cachePrefab("twins.prefab", PrefabBuilder().root(id(1), "Root").child(id(2), "A", id(1)).child(id(2), "B", id(1)));
+    load("twins.prefab", id(7));
+    tick();
+
+    EXPECT_EQ(manager().gameObjectsCount(), 2U);
+    EXPECT_THAT(queued(), ElementsAre(id(7)));
+    EXPECT_THAT(logged(), ElementsAre("5: UUID conflict detected. Trying to generate new instance UUID.",
+                                      "5: Failed to workaround UUID conflict. Check content for Game Objects with "
+                                      "duplicate UUIDs.",
+                                      "5: Failed to create prefab instance.\n"));
+}
+
 TEST_F(TickTest, pendingLoad_waits) {
     writeRoot("lamp.prefab", "Lamp");
     WorkerGate gate;
