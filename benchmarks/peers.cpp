@@ -16,6 +16,7 @@
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
 using namespace Kiln;
 using namespace Kiln::Benchmarks;
@@ -23,6 +24,7 @@ using namespace Kiln::Benchmarks;
 namespace {
 
 constexpr int TURNS = 3;
+constexpr const char* MEASURE = "--measure"; ///< Has this program measure this library alone.
 constexpr int WORKLOADS[] = {1, 2, 3, 4};
 
 /// Readings and creations in each turn: what is done once shows how warm caches and memory are. As in measure.gd.
@@ -108,7 +110,7 @@ int compare(const std::string& self, const std::filesystem::path& scripts) {
     Figures kiln;
     Figures godot;
     for (int i = 0; i < TURNS; ++i) {
-        measure("'" + self + "'", kiln);
+        measure("'" + self + "' " + MEASURE, kiln);
         measure("godot3-server --path '" + directory.string() + "' -s measure.gd 2>&1", godot);
     }
     std::printf("ns per object       Kiln    godot3-server      times   (medians of %d turns)\n", TURNS);
@@ -123,9 +125,14 @@ int compare(const std::string& self, const std::filesystem::path& scripts) {
 
 int main(int argc, char** argv) {
     const ScopedLogSink silence([](const LogMessage&) {});
+    const std::string_view argument = argc == 2 ? argv[1] : "";
+    if (argument.empty()) {
+        std::fputs("usage: kiln-peers <folder with the engine's scripts> | --measure\n", stderr);
+        return 2;
+    }
     try {
-        if (argc == 2) {
-            return compare(argv[0], argv[1]);
+        if (argument != MEASURE) {
+            return compare(argv[0], argument);
         }
         measureKiln();
         return 0;

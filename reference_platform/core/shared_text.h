@@ -12,7 +12,8 @@ namespace Kiln {
 /// A text that does not change, shared by all copies: a pointer in size, and a copy takes no memory. The empty text
 /// takes none at all.
 ///
-/// Threads: copies of one text may be made and destroyed on any thread; one SharedText is used by one at a time.
+/// Threads: copies of one text may be made, read and destroyed on any thread; only an assignment needs its SharedText
+/// for itself.
 class KILN_CORE_EXPORT SharedText {
 public:
     SharedText() noexcept = default;

@@ -93,6 +93,9 @@ struct GameObjectManager::State {
         const std::size_t count = components.size();
         for (std::size_t i = 0; i < count && i < components.size(); ++i) {
             components.component(i).activate();
+            if (!record.isActive()) {
+                return; // The component has deactivated or removed its object.
+            }
         }
         for (std::size_t i = 0; i < components.size(); ++i) {
             enterQueries(queriesOf(queriesByRarestType, kinds.type(components.kind(i))), place);
@@ -104,10 +107,13 @@ struct GameObjectManager::State {
         for (std::size_t i = 0; i < components.size(); ++i) {
             leaveQueries(queriesOf(queriesByRarestType, kinds.type(components.kind(i))), place);
         }
+        const std::uint64_t generation = record.generation;
         for (std::size_t i = 0; i < components.size(); ++i) {
             components.component(i).deactivate();
         }
-        record.setActive(false);
+        if (record.generation == generation) { // No component has removed its object.
+            record.setActive(false);
+        }
     }
 
     /// The object after `place` in a walk through the tree below `root`, parents first; NO_OBJECT at its end.
@@ -131,25 +137,72 @@ struct GameObjectManager::State {
         return NO_OBJECT;
     }
 
-    void activateTree(ObjectIndex root) {
+    /// Where an object stands before its components are activated or deactivated; they may remove or move it.
+    struct Standpoint {
+        explicit Standpoint(const GameObjectRecord& record) noexcept
+            : generation(record.generation), parent(record.parent), nextSibling(record.nextSibling) {}
+
+        [[nodiscard]] bool isLeftBy(const GameObjectRecord& record) const noexcept {
+            return record.generation != generation || record.parent != parent;
+        }
+
+        std::uint64_t generation;
+        ObjectIndex parent;
+        ObjectIndex nextSibling;
+    };
+
+    /// nextInTree() from where an object stood that is no longer there.
+    [[nodiscard]] ObjectIndex nextAfter(ObjectIndex root, const Standpoint& left) {
+        const ObjectIndex parent = left.parent;
+        if (parent == NO_OBJECT || !table[parent].isAlive() || !isSelfOrDescendant(root, parent)) {
+            return NO_OBJECT;
+        }
+        const ObjectIndex next = left.nextSibling;
+        return next != NO_OBJECT && table[next].parent == parent ? next
+                                                                 : nextInTree(root, parent, table[parent], false);
+    }
+
+    /// Walks through the tree below `root`, parents first. `change(place, record)` tells whether to go into the
+    /// children.
+    template <class Change>
+    void walkTree(ObjectIndex root, const Change& change) {
+        const std::uint64_t rootGeneration = table[root].generation;
         for (ObjectIndex place = root; place != NO_OBJECT;) {
             GameObjectRecord& record = table[place];
-            if (record.isEnabled() && !record.isActive()) {
-                setActive(place, record);
+            const Standpoint before(record);
+            const bool isEntered = change(place, record);
+            if (place == root || !before.isLeftBy(record)) [[likely]] {
+                place = nextInTree(root, place, record, isEntered);
+                continue;
             }
-            place = nextInTree(root, place, record, record.isActive());
+            if (isEntered && record.generation == before.generation) { // It has taken its children along.
+                for (ObjectIndex child = record.firstChild; child != NO_OBJECT;) {
+                    const ObjectIndex next = table[child].nextSibling;
+                    walkTree(child, change);
+                    child = next;
+                }
+            }
+            place = table[root].generation == rootGeneration ? nextAfter(root, before) : NO_OBJECT;
         }
     }
 
+    void activateTree(ObjectIndex root) {
+        walkTree(root, [this](ObjectIndex place, GameObjectRecord& record) {
+            if (record.isEnabled() && !record.isActive()) {
+                setActive(place, record);
+            }
+            return record.isActive();
+        });
+    }
+
     void deactivateTree(ObjectIndex root) {
-        for (ObjectIndex place = root; place != NO_OBJECT;) {
-            GameObjectRecord& record = table[place];
+        walkTree(root, [this](ObjectIndex place, GameObjectRecord& record) {
             const bool wasActive = record.isActive();
             if (wasActive) {
                 setInactive(place, record);
             }
-            place = nextInTree(root, place, record, wasActive);
-        }
+            return wasActive;
+        });
     }
 
     void detach(ObjectIndex place) {
@@ -244,30 +297,40 @@ struct GameObjectManager::State {
 
     void removeOne(ObjectIndex place) {
         GameObjectRecord& record = table[place];
+        const std::uint64_t generation = record.generation;
         if (record.isActive()) {
             setInactive(place, record);
+        }
+        // Any component may remove its object once more.
+        if (record.generation != generation) {
+            return;
         }
         detach(place);
         ComponentList& components = record.components;
         while (!components.empty()) {
             components.remove(components.size() - 1, kinds).reset();
+            if (record.generation != generation) {
+                return;
+            }
         }
         removeFromIndex(place);
         table.free(place);
     }
 
     void removeTree(ObjectIndex root) {
+        const std::uint64_t rootGeneration = table[root].generation;
         for (ObjectIndex place = root;;) {
             if (const ObjectIndex first = table[place].firstChild; first != NO_OBJECT) {
                 place = table[first].previousSibling; // The last child.
                 continue;
             }
             const ObjectIndex parent = table[place].parent;
+            const std::uint64_t parentGeneration = parent == NO_OBJECT ? 0 : table[parent].generation;
             removeOne(place);
-            if (place == root) {
+            if (place == root || table[root].generation != rootGeneration) {
                 return;
             }
-            place = parent;
+            place = parent != NO_OBJECT && table[parent].generation == parentGeneration ? parent : root;
         }
     }
 
@@ -380,6 +443,8 @@ void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type)
         if (index == ComponentList::NONE) {
             return;
         }
+        // It may also have brought the object into a query again.
+        m_state->leaveQueries(State::queriesOf(m_state->queriesByType, type), object.index());
     }
     if (type == NativeComponent<HierarchyComponent>::getType()) {
         m_state->detach(object.index());

@@ -58,6 +58,14 @@ public:
     }
 
     void instantiate(ObjectCreation& creation, const ComponentOverrideRecords* overrides) override {
+        struct Restoring { // Also when the component's constructor throws.
+            ComponentDescriptor& descriptor;
+            ~Restoring() {
+                if (descriptor.isOffPrefabProperties()) {
+                    descriptor.setupOverrides(nullptr);
+                }
+            }
+        } const restoring{*this};
         if (overrides) {
             setupOverrides(overrides);
         }
@@ -66,9 +74,6 @@ public:
             IComponentDescriptor::resolveLinks(creation, *meta, m_editable ? m_editable : &m_prefabProperties);
         }
         creation.addComponent(make(creation.world()), Tessel::NativeComponent<T>::getType());
-        if (isOffPrefabProperties()) {
-            setupOverrides(nullptr);
-        }
     }
 
     Tessel::IComponent* reapplyOnObject(Tessel::GameObject object, const Uuid& instanceUuid,

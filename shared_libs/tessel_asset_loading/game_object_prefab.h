@@ -142,8 +142,6 @@ private:
     /// The first root; null when there is none.
     [[nodiscard]] const SmartPointer<GameObjectDescriptor>* findRoot() const;
 
-    using ObjectsByUuid = std::unordered_map<Uuid, GameObject>;
-
     /// What an item became.
     struct CreatedObject {
         Uuid uuid;
@@ -162,14 +160,14 @@ private:
     [[nodiscard]] static std::vector<CreatedObject> deriveUuids(const std::vector<GameObjectCreationItem>& items);
     /// Enters all UUIDs in an empty map, in one pass that does nothing else: the look-ups of a large map wait for
     /// memory, and next to each other they wait at the same time. False when two are the same; the map is empty then.
-    [[nodiscard]] static bool enterUuids(std::vector<CreatedObject>& createdItems, ObjectsByUuid& objects);
+    [[nodiscard]] static bool enterUuids(std::vector<CreatedObject>& createdItems, UuidMap& objects);
     [[nodiscard]] bool createGoInstances(std::vector<GameObjectCreationItem>& items, int worldId,
-                                         std::vector<GameObject>& created, ObjectsByUuid& uuidMap,
+                                         std::vector<GameObject>& created, UuidMap& uuidMap,
                                          std::vector<CreatedObject>& createdItems) const;
     void createComponentsAndUpdateFlags(const std::vector<GameObjectCreationItem>& items,
                                         const std::vector<CreatedObject>& createdItems, int worldId,
-                                        const ObjectsByUuid& uuidMap) const;
-    [[nodiscard]] Uuid generateNewInstanceUuid(std::vector<GameObjectCreationItem>& items, ObjectsByUuid& objects,
+                                        const UuidMap& uuidMap) const;
+    [[nodiscard]] Uuid generateNewInstanceUuid(std::vector<GameObjectCreationItem>& items, UuidMap& objects,
                                                Uuid oldInstanceUuid) const;
     void backgroundLoadRecursively(SmartPointer<GameObjectDescriptor> node, int depth) const;
 

@@ -164,6 +164,19 @@ TEST_F(MeddlingComponents, removed_removesAnother_bothAreGone) {
     EXPECT_EQ(ComponentB::livingCount, 1);
 }
 
+TEST_F(MeddlingComponents, removed_bringsItsObjectIntoAQuery_theObjectIsOutOfItAgain) {
+    using BothQuery = Query<ComponentA, Meddler>;
+    const auto query =
+        manager().getQuery<BothQuery>(BothQuery::makeConfig(), [] { return std::make_unique<BothQuery>(); });
+    const GameObject object = create();
+    meddler = add<Meddler>(object);
+    manager().activateGameObject(object);
+    meddler->onDeactivate = [this, object] { add<ComponentA>(object); };
+    removeComponent<Meddler>(object);
+    EXPECT_EQ(query->size(), 0U);
+    EXPECT_THAT(manager().componentTypes(object), ElementsAre(typeOf<ComponentA>()));
+}
+
 TEST_F(MeddlingComponents, removed_removesItsObject_everythingIsGone) {
     const GameObject object = createActive();
     meddler->onDeactivate = [this, object] {
@@ -184,17 +197,88 @@ TEST_F(MeddlingComponents, activated_addsAnother_isActivatedOnce) {
     EXPECT_THAT(journal, ElementsAre("activate A"));
 }
 
-TEST_F(MeddlingComponents, activated_leavesItsParent_theWalkEndsThere) {
+TEST_F(MeddlingComponents, activated_leavesItsParent_itsChildrenAndSiblingsAreActivated) {
     const GameObject root = create();
     const GameObject child = createChild(root);
     const GameObject grandchild = createChild(child);
+    const GameObject sibling = createChild(root);
     meddler = add<Meddler>(child);
     meddler->onActivate = [this, child] { removeComponent<HierarchyComponent>(child); };
     manager().activateGameObject(root);
-    EXPECT_TRUE(manager().isActive(root));
-    EXPECT_TRUE(manager().isActive(child));
-    EXPECT_TRUE(manager().isActive(grandchild));
-    EXPECT_TRUE(manager().getChildren(root).empty());
+    for (const GameObject object : {root, child, grandchild, sibling}) {
+        EXPECT_TRUE(manager().isActive(object));
+    }
+    EXPECT_THAT(manager().getChildren(root), ElementsAre(sibling));
+}
+
+TEST_F(MeddlingComponents, activated_removesItsObject_siblingsAreActivated) {
+    const GameObject root = create();
+    const GameObject child = createChild(root);
+    const GameObject sibling = createChild(root);
+    meddler = add<Meddler>(child);
+    meddler->onActivate = [this, child] { manager().removeGameObject(child); };
+    manager().activateGameObject(root);
+    EXPECT_FALSE(manager().isGameObjectValid(child));
+    EXPECT_TRUE(manager().isActive(sibling));
+}
+
+TEST_F(MeddlingComponents, activated_movesToAnInactiveTree_noneOfItsNewNeighboursIsActivated) {
+    const GameObject root = create();
+    const GameObject mover = createChild(root);
+    const GameObject sibling = createChild(root);
+    const GameObject otherRoot = create();
+    const GameObject newParent = createChild(otherRoot);
+    const GameObject newUncle = createChild(otherRoot);
+    meddler = add<Meddler>(mover);
+    meddler->onActivate = [&] {
+        removeComponent<HierarchyComponent>(mover);
+        add<HierarchyComponent>(mover, newParent);
+    };
+    manager().activateGameObject(root);
+    EXPECT_TRUE(manager().isActive(sibling));
+    for (const GameObject object : {mover, otherRoot, newParent, newUncle}) {
+        EXPECT_FALSE(manager().isActive(object));
+    }
+}
+
+TEST_F(MeddlingComponents, deactivated_leavesItsParent_siblingsAreDeactivated) {
+    const GameObject root = create();
+    const GameObject child = createChild(root);
+    const GameObject grandchild = createChild(child);
+    const GameObject sibling = createChild(root);
+    meddler = add<Meddler>(child);
+    manager().activateGameObject(root);
+    meddler->onDeactivate = [this, child] { removeComponent<HierarchyComponent>(child); };
+    manager().deactivateGameObject(root);
+    for (const GameObject object : {root, child, grandchild, sibling}) {
+        EXPECT_FALSE(manager().isActive(object));
+    }
+}
+
+TEST_F(MeddlingComponents, removedObject_removesItselfAgain_isGoneOnce) {
+    const GameObject object = createActive();
+    meddler->onDeactivate = [this, object] {
+        meddler->onDeactivate = nullptr;
+        manager().removeGameObject(object);
+    };
+    manager().removeGameObject(object);
+    EXPECT_EQ(manager().gameObjectsCount(), 0U);
+    EXPECT_NE(create().index(), create().index());
+}
+
+TEST_F(MeddlingComponents, removedChild_removesTheRoot_allAreGoneOnce) {
+    const GameObject root = create();
+    const GameObject child = createChild(root);
+    createChild(root);
+    meddler = add<Meddler>(child);
+    manager().activateGameObject(root);
+    meddler->onDeactivate = [this, root] {
+        meddler->onDeactivate = nullptr;
+        manager().removeGameObject(root);
+    };
+    manager().removeGameObject(root);
+    EXPECT_EQ(manager().gameObjectsCount(), 0U);
+    EXPECT_NE(create().index(), create().index());
 }
 
 TEST_F(MeddlingComponents, activated_removesAnother_theOthersAreActivated) {

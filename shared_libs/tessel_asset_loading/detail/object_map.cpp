@@ -1,40 +1,47 @@
 #include <tessel_asset_loading/detail/object_map.h>
 
 #include <core/task_manager.h>
+#include <tessel_asset_loading/prefab_component/prefab_load_task.h>
+
+#include <atomic>
 
 namespace Kiln::Tessel {
 
 namespace {
 
-/// After everything that somebody waits for.
-constexpr int PRIORITY = 0;
-
 class DisposalTask final : public BackgroundTask {
 public:
-    DisposalTask() : BackgroundTask("MapDisposalTask") {}
+    DisposalTask() : BackgroundTask("MapDisposalTask") { s_isWaiting = true; }
+    ~DisposalTask() override { s_isWaiting = false; }
 
-    void take(ObjectsByUuid& map) noexcept { m_map.swap(map); }
-    void doBackgroundTask(TaskManager& /*manager*/) override { ObjectsByUuid().swap(m_map); }
+    [[nodiscard]] static bool isWaiting() noexcept { return s_isWaiting; }
+
+    void take(UuidMap& map) noexcept { m_map.swap(map); }
+
+    using BackgroundTask::doBackgroundTask;
+    void doBackgroundTask(TaskManager& /*manager*/) override { UuidMap().swap(m_map); }
 
 private:
-    ObjectsByUuid m_map;
+    static inline std::atomic<bool> s_isWaiting{false}; ///< Whether there is a task.
+
+    UuidMap m_map;
 };
 
 } // namespace
 
-SpareNodes& SpareNodes::ofThisThread() {
-    static thread_local SpareNodes nodes;
-    return nodes;
+SpareNodes& SpareNodes::instance() {
+    static auto* const nodes = new SpareNodes;
+    return *nodes;
 }
 
-std::pair<ObjectsByUuid::iterator, bool> SpareNodes::emplace(ObjectsByUuid& map, const Uuid& uuid, GameObject object) {
+std::pair<UuidMap::iterator, bool> SpareNodes::emplace(UuidMap& map, const Uuid& uuid, GameObject object) {
     if (m_nodes.empty()) {
         return map.try_emplace(uuid, object);
     }
-    ObjectsByUuid::node_type& node = m_nodes.back();
+    UuidMap::node_type& node = m_nodes.back();
     node.key() = uuid;
     node.mapped() = object;
-    ObjectsByUuid::insert_return_type result = map.insert(std::move(node));
+    UuidMap::insert_return_type result = map.insert(std::move(node));
     if (result.inserted) {
         m_nodes.pop_back();
     } else {
@@ -43,7 +50,7 @@ std::pair<ObjectsByUuid::iterator, bool> SpareNodes::emplace(ObjectsByUuid& map,
     return {result.position, result.inserted};
 }
 
-void SpareNodes::takeFrom(ObjectsByUuid& map) {
+void SpareNodes::takeFrom(UuidMap& map) {
     while (!map.empty() && m_nodes.size() < MOST) {
         m_nodes.push_back(map.extract(map.begin()));
     }
@@ -53,12 +60,12 @@ void SpareNodes::takeFrom(ObjectsByUuid& map) {
 MapDisposal::~MapDisposal() {
     try {
         if (m_map.size() < SpareNodes::MOST) {
-            SpareNodes::ofThisThread().takeFrom(m_map);
-            return;
+            SpareNodes::instance().takeFrom(m_map);
+        } else if (!DisposalTask::isWaiting()) {
+            SmartPointer<DisposalTask> task = makeSmart<DisposalTask>();
+            task->take(m_map);
+            FileIOTaskManager::instance().addBackgroundTask(std::move(task), PrefabLoadTask::PRIORITY);
         }
-        SmartPointer<DisposalTask> task = makeSmart<DisposalTask>();
-        task->take(m_map);
-        FileIOTaskManager::instance().addBackgroundTask(std::move(task), PRIORITY);
     } catch (...) { // NOLINT(bugprone-empty-catch): what has not been disposed of goes with the task or the map.
     }
 }

@@ -82,25 +82,26 @@ GameObjectPrefab::deriveUuids(const std::vector<GameObjectCreationItem>& items) 
     return objects;
 }
 
-bool GameObjectPrefab::enterUuids(std::vector<CreatedObject>& createdItems, ObjectsByUuid& objects) {
-    using Bucket = ObjectsByUuid::const_local_iterator;
-    std::array<Bucket, LOOKED_UP_TOGETHER> buckets;
+bool GameObjectPrefab::enterUuids(std::vector<CreatedObject>& createdItems, UuidMap& objects) {
+    std::array<std::size_t, LOOKED_UP_TOGETHER> buckets;
+    std::array<UuidMap::const_local_iterator, LOOKED_UP_TOGETHER> places;
     for (std::size_t begin = 0; begin < createdItems.size(); begin += LOOKED_UP_TOGETHER) {
         const std::span group(createdItems.begin() + begin, std::min(LOOKED_UP_TOGETHER, createdItems.size() - begin));
         // Step by step for the whole group what a look-up does for one UUID, so that the processor waits for all of
         // them at once.
         for (std::size_t i = 0; i < group.size(); ++i) {
-            buckets[i] = objects.cbegin(objects.bucket(group[i].uuid));
+            buckets[i] = objects.bucket(group[i].uuid);
+            places[i] = objects.cbegin(buckets[i]);
         }
         for (std::size_t i = 0; i < group.size(); ++i) {
-            if (buckets[i] != Bucket()) {
-                ++buckets[i];
+            if (places[i] != objects.cend(buckets[i])) {
+                ++places[i];
             }
         }
         for (CreatedObject& item : group) {
             const auto [entry, isNew] = objects.try_emplace(item.uuid);
             if (!isNew) {
-                objects = ObjectsByUuid(8);
+                objects = UuidMap(8);
                 return false;
             }
             item.entry = &entry->second;
@@ -110,7 +111,7 @@ bool GameObjectPrefab::enterUuids(std::vector<CreatedObject>& createdItems, Obje
 }
 
 bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& items, int worldId,
-                                         std::vector<GameObject>& created, ObjectsByUuid& uuidMap,
+                                         std::vector<GameObject>& created, UuidMap& uuidMap,
                                          std::vector<CreatedObject>& createdItems) const {
     const StackTrackerScope tracker("Kiln::Tessel::GameObjectPrefab::createGoInstances",
                                     Report::GAME_OBJECT_PREFAB_SOURCE, 716);
@@ -118,9 +119,9 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
     created.reserve(items.size());
     created.push_back(GameObject::INVALID_GAME_OBJECT); // Place of the root.
 
-    ObjectsByUuid objects(8); // UUIDs used by this creation.
+    UuidMap objects(8); // UUIDs used by this creation.
     const bool areEntered = items.size() >= LARGE_INSTANCE && uuidMap.empty() && enterUuids(createdItems, objects);
-    SpareNodes& nodes = SpareNodes::ofThisThread();
+    SpareNodes& nodes = SpareNodes::instance();
     bool isRepaired = false;
     for (std::size_t i = 0; i < items.size(); ++i) {
         const GameObjectCreationItem& item = items[i];
@@ -185,7 +186,7 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
 
 void GameObjectPrefab::createComponentsAndUpdateFlags(const std::vector<GameObjectCreationItem>& items,
                                                       const std::vector<CreatedObject>& createdItems, int worldId,
-                                                      const ObjectsByUuid& uuidMap) const {
+                                                      const UuidMap& uuidMap) const {
     const EntryPoint& entryPoint = EntryPoint::instance();
     World* const world = entryPoint.findValidWorld(worldId);
     std::optional<ObjectCreation> creation;

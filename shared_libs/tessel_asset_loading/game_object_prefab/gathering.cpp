@@ -25,12 +25,12 @@ using HierarchyDescriptor = ComponentDescriptor<HierarchyComponent>;
 }
 
 /// What an integration point nests, with the overrides in force applied: those of the point's own PrefabComponent
-/// that the enclosing instance has, null for none. They are in force as long as this lives at the most, so that they
-/// reach this instance alone.
+/// that the enclosing instance has, null for none. They are in force as long as this lives, so that they reach this
+/// instance alone.
 class NestedReference : NonCopyable {
 public:
     NestedReference(PrefabDescriptor& component, const ComponentOverrideRecords* outer)
-        : m_component(component), m_records(OverrideRecords::create(component.prefabProperties().overridesData)) {
+        : m_restoring{component}, m_records(OverrideRecords::create(component.prefabProperties().overridesData)) {
         component.setupOverrides(outer);
         const SmartPointer<OverrideRecords> after = OverrideRecords::create(config().overridesData);
         if (!m_records) {
@@ -39,7 +39,6 @@ public:
             m_records->merge(*after);
         }
     }
-    ~NestedReference() { m_component.setupOverrides(nullptr); }
 
     [[nodiscard]] const std::string& resource() const { return config().resource; }
 
@@ -47,9 +46,16 @@ public:
     [[nodiscard]] const SmartPointer<OverrideRecords>& records() const { return m_records; }
 
 private:
-    [[nodiscard]] const PrefabComponent::Config& config() const { return std::as_const(m_component).config(); }
+    [[nodiscard]] const PrefabComponent::Config& config() const {
+        return std::as_const(m_restoring.component).config();
+    }
 
-    PrefabDescriptor& m_component;
+    struct Restoring {
+        PrefabDescriptor& component;
+        ~Restoring() { component.setupOverrides(nullptr); }
+    };
+
+    Restoring m_restoring; ///< The first member, so that it works when the constructor fails, too.
     SmartPointer<OverrideRecords> m_records;
 };
 
@@ -101,19 +107,23 @@ void rebaseParent(const GameObjectDescriptor& merged, const UuidCombiner& enclos
     return withOuter;
 }
 
+/// The id of the hierarchy component in the component library. A component that is registered stays so: an id that was
+/// found once is not looked up again.
+[[nodiscard]] std::size_t findHierarchyComponent() {
+    const auto find = [] { return ComponentLibrary::instance().findComponent(typeid(HierarchyComponent)); };
+    static const std::size_t s_found = find();
+    return s_found != ComponentLibrary::INVALID_ID ? s_found : find();
+}
+
 /// A hierarchy component with the same parent as the integration point's; null, with an error in the log, when there
 /// is no such component type.
 [[nodiscard]] SmartPointer<IComponentDescriptor> copyHierarchy(const IComponentDescriptor& original) {
-    const ComponentLibrary& library = ComponentLibrary::instance();
-    // A component that is registered stays so.
-    static const std::size_t s_id = library.findComponent(typeid(HierarchyComponent));
-    const std::size_t id =
-        s_id != ComponentLibrary::INVALID_ID ? s_id : library.findComponent(typeid(HierarchyComponent));
+    const std::size_t id = findHierarchyComponent();
     if (id == ComponentLibrary::INVALID_ID) {
         Report::componentTypeNotRegistered();
         return nullptr;
     }
-    SmartPointer<IComponentDescriptor> copy = library.createDescriptor(id);
+    SmartPointer<IComponentDescriptor> copy = ComponentLibrary::instance().createDescriptor(id);
     if (copy) {
         static_cast<HierarchyDescriptor&>(*copy).config().parent.setUuid(
             static_cast<const HierarchyDescriptor&>(original).config().parent.uuid());
@@ -147,26 +157,26 @@ bool GameObjectPrefab::gatherGameObjectsRecursively(std::vector<GameObjectCreati
 
         const ComponentOverrideRecords* const outer =
             overrides ? overrides->getComponentRecord(node->uuid(), component->name()) : nullptr;
-        const NestedReference reference(*component, outer);
+        std::optional<NestedReference> reference(std::in_place, *component, outer);
         if (!context) {
             context.emplace(instanceUuid);
         }
         const Uuid nestedInstanceUuid = context->enclosingInstance(node->uuid());
-        const GameObjectPrefab* const nestedPrefab = context->load(reference.resource());
+        const GameObjectPrefab* const nestedPrefab = context->load(reference->resource());
         if (!nestedPrefab) {
             continue;
         }
         SmartPointer<GameObjectDescriptor> merged = mergePrefabIntoIntegrationPoint(nestedPrefab, node);
         if (!merged) {
-            Report::error("Failed to instantiate prefab '%s'\n", reference.resource().c_str());
+            Report::error("Failed to instantiate prefab '%s'\n", reference->resource().c_str());
             continue;
         }
         rebaseParent(*merged, context->enclosingInstance);
-        SmartPointer<OverrideRecords> mergedRecords =
-            mergedNodeRecords(reference.records(), merged->uuid(), items.empty(), outer);
+        const SmartPointer<OverrideRecords> records = reference->records();
+        reference.reset();
+        SmartPointer<OverrideRecords> mergedRecords = mergedNodeRecords(records, merged->uuid(), items.empty(), outer);
         items.push_back({std::move(merged), nestedInstanceUuid, std::move(mergedRecords)});
-        if (!nestedPrefab->gatherGameObjectsRecursively(items, nestedInstanceUuid, reference.records(), true,
-                                                        depth + 1)) {
+        if (!nestedPrefab->gatherGameObjectsRecursively(items, nestedInstanceUuid, records, true, depth + 1)) {
             return false;
         }
     }

@@ -28,7 +28,7 @@ void rewriteLinks(const mirra::ReflectedObject& object, const RemapTable& table)
 
 } // namespace
 
-Uuid GameObjectPrefab::generateNewInstanceUuid(std::vector<GameObjectCreationItem>& items, ObjectsByUuid& objects,
+Uuid GameObjectPrefab::generateNewInstanceUuid(std::vector<GameObjectCreationItem>& items, UuidMap& objects,
                                                Uuid oldInstanceUuid) const {
     const Uuid newInstanceUuid = Uuid::generate();
     for (GameObjectCreationItem& item : items) {

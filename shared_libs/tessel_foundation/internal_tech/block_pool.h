@@ -29,7 +29,8 @@ namespace Kiln::Tessel {
 template <class T>
 class BlockPool : NonCopyable {
 public:
-    /// A count of 0 is taken as 1. With an owner, the block is number `number` of it.
+    /// A count of 0 is taken as 1; more than ElemStates::MAX_SIZE throw std::length_error. With an owner, the block is
+    /// number `number` of it.
     explicit BlockPool(std::size_t elementsCount, PoolDirectory* owner = nullptr, std::size_t number = 0)
         : m_buffer(std::make_unique<Slot[]>(std::max<std::size_t>(elementsCount, 1))),
           m_elementStates(std::max<std::size_t>(elementsCount, 1)),
@@ -193,7 +194,7 @@ public:
     }
 
 protected:
-    /// For a class that keeps books of its own; the chains have to stay whole.
+    /// For tests of what breaks the chains.
     [[nodiscard]] ElemStates& elementStates() noexcept { return m_elementStates; }
 
 private:
