@@ -8,6 +8,7 @@ namespace Kiln {
 namespace {
 
 constexpr std::size_t TEXT_LENGTH = 36;
+
 std::mt19937_64 makeRandomlySeededGenerator() {
     // 512 bits of entropy, so that the streams of any number of threads and processes do not meet.
     std::random_device device;
