@@ -86,7 +86,8 @@ bool GameObjectPrefab::enterUuids(std::vector<CreatedObject>& createdItems, Uuid
     std::array<std::size_t, LOOKED_UP_TOGETHER> buckets;
     std::array<UuidMap::const_local_iterator, LOOKED_UP_TOGETHER> places;
     for (std::size_t begin = 0; begin < createdItems.size(); begin += LOOKED_UP_TOGETHER) {
-        const std::span group(createdItems.begin() + begin, std::min(LOOKED_UP_TOGETHER, createdItems.size() - begin));
+        const std::span group =
+            std::span(createdItems).subspan(begin, std::min(LOOKED_UP_TOGETHER, createdItems.size() - begin));
         // Step by step for the whole group what a look-up does for one UUID, so that the processor waits for all of
         // them at once.
         for (std::size_t i = 0; i < group.size(); ++i) {

@@ -60,7 +60,8 @@ public:
             return nullptr;
         }
         try {
-            return ::new (static_cast<void*>(&m_buffer[index])) T(std::forward<Args>(args)...);
+            return ::new (static_cast<void*>(&m_buffer[static_cast<std::size_t>(index)]))
+                T(std::forward<Args>(args)...);
         } catch (...) {
             release(index);
             throw;
@@ -209,7 +210,7 @@ private:
     }
 
     [[nodiscard]] T* elementAt(std::int64_t index) noexcept {
-        return std::launder(reinterpret_cast<T*>(m_buffer[index].bytes));
+        return std::launder(reinterpret_cast<T*>(m_buffer[static_cast<std::size_t>(index)].bytes));
     }
 
     [[nodiscard]] std::uintptr_t offsetOf(const T* element) const noexcept {
