@@ -3,21 +3,20 @@
 
 #include <gmock/gmock.h>
 
-#include <mutex>
 #include <string_view>
 
 namespace Kiln {
 
 namespace {
 
-/// What the main thread enters and leaves while this exists.
+/// What the thread that makes this enters and leaves while it exists. Workers have their own, empty, place.
 class Trail : NonCopyable {
 public:
     Trail() { s_current = this; }
     ~Trail() { s_current = nullptr; }
 
     static void push(const char* function, std::string_view file) {
-        if (s_current && std::this_thread::get_id() == s_current->m_thread) {
+        if (s_current) {
             ++s_current->m_depth;
             std::string_view name(function);
             constexpr std::string_view SERVICE = "Kiln::Tessel::PrefabService::";
@@ -29,7 +28,7 @@ public:
     }
 
     static void pop() {
-        if (s_current && std::this_thread::get_id() == s_current->m_thread) {
+        if (s_current) {
             --s_current->m_depth;
         }
     }
@@ -40,10 +39,9 @@ public:
     std::vector<std::string> entered; ///< Operations of the prefab service, in their order.
 
 private:
-    static inline Trail* s_current = nullptr;
+    static inline thread_local Trail* s_current = nullptr;
 
     int m_depth = 0;
-    std::thread::id m_thread = std::this_thread::get_id();
 };
 
 } // namespace
