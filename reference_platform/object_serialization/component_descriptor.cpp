@@ -13,7 +13,7 @@ void IComponentDescriptor::instantiate(ObjectCreation& creation, const Component
     if (overrides) {
         setupOverrides(overrides);
     }
-    resolveLinks(creation.object(), creation.instance().first(), creation.uuidMap());
+    resolveLinks(creation.object(), creation.instanceUuid(), creation.uuidMap());
     createOnObject(creation.object());
     if (isOffPrefabProperties()) {
         setupOverrides(nullptr);

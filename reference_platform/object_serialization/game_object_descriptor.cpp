@@ -82,7 +82,7 @@ void GameObjectDescriptor::createComponents(Tessel::GameObject object, const Uui
                                             const GameObjectOverrideRecords* overrides) const {
     if (Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId())) {
         ObjectCreation creation(*world, uuidMap, instanceUuid);
-        createComponents(creation, object, creation.instance()(m_uuid), overrides);
+        createComponents(creation, object, creation.inInstance(m_uuid), overrides);
     }
 }
 

@@ -27,17 +27,14 @@ void LinkResolver::resolve(const mirra::ValueType& type, void* value) const {
 }
 
 Tessel::GameObject LinkResolver::findTarget(const Tessel::ILinkConfig& link) const {
-    if (!link.isLiveUuid()) {
-        if (const Tessel::GameObject* const known = m_creation.lastTarget(link.uuid())) {
-            return *known;
-        }
+    LinkTarget& lastTarget = m_creation.lastTarget(link.isLiveUuid());
+    if (const Tessel::GameObject* const known = lastTarget.find(link.uuid())) {
+        return *known;
     }
-    const Uuid key = link.isLiveUuid() ? link.uuid() : m_creation.instance()(link.uuid());
+    const Uuid key = link.isLiveUuid() ? link.uuid() : m_creation.inInstance(link.uuid());
     const auto found = m_creation.uuidMap().find(key);
     if (found != m_creation.uuidMap().end()) {
-        if (!link.isLiveUuid()) {
-            m_creation.noteTarget(link.uuid(), found->second);
-        }
+        lastTarget.note(link.uuid(), found->second);
         return found->second;
     }
     if (link.uuid() == Uuid::ZERO) {

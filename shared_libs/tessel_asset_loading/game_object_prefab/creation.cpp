@@ -204,12 +204,17 @@ void GameObjectPrefab::createComponentsAndUpdateFlags(const std::vector<GameObje
             item.descriptor->updateStateFlags(object);
             continue;
         }
-        if (!creation || creation->instance().first() != item.instanceUuid) {
+        if (!creation) {
             creation.emplace(*world, uuidMap, item.instanceUuid);
+        }
+        if (i == 0 || creation->instanceUuid() != item.instanceUuid) {
+            creation->enterInstance(item.instanceUuid);
+            // As a rule, the first object of an instance is the parent of the next one.
+            creation->lastTarget(false).note(item.descriptor->uuid(), object);
         }
         // A small map has the parent as fast.
         if (const std::size_t parent = isLarge ? parents.find(i) : ParentGuess::NONE; parent != ParentGuess::NONE) {
-            creation->noteTarget(items[parent].descriptor->uuid(), createdItems[parent].object);
+            creation->lastTarget(false).note(items[parent].descriptor->uuid(), createdItems[parent].object);
         }
         item.descriptor->createComponents(*creation, object, uuid, overrides);
         item.descriptor->updateStateFlags(*world, object);

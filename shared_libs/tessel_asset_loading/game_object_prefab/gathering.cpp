@@ -74,9 +74,20 @@ public:
         return m_nested->prefab.get();
     }
 
+    /// The UUID in the enclosing instance of the parent of points. Neighbours often have one.
+    [[nodiscard]] const Uuid& liveParent(const Uuid& parent) noexcept {
+        if (!m_liveParent || m_parent != parent) {
+            m_parent = parent;
+            m_liveParent = enclosingInstance(parent);
+        }
+        return *m_liveParent;
+    }
+
     const UuidCombiner enclosingInstance;
 
 private:
+    Uuid m_parent;
+    std::optional<Uuid> m_liveParent;
     PrefabService& m_service = *EntryPoint::instance().getService<PrefabService>();
     std::string m_resource;
     SmartPointer<DescriptorCacheData> m_nested;
@@ -84,10 +95,10 @@ private:
 
 /// Turns the merged node's parent, which lives in the enclosing instance, into the UUID of the live object: the node
 /// itself belongs to the nested instance.
-void rebaseParent(const GameObjectDescriptor& merged, const UuidCombiner& enclosingInstance) {
+void rebaseParent(const GameObjectDescriptor& merged, NestingContext& context) {
     if (HierarchyDescriptor* const hierarchy = findHierarchy(merged)) {
         GameObjectLink& parent = hierarchy->config().parent;
-        parent.setUuid(enclosingInstance(parent.uuid()));
+        parent.setUuid(context.liveParent(parent.uuid()));
         parent.setLiveUuid(true);
     }
 }
@@ -171,7 +182,7 @@ bool GameObjectPrefab::gatherGameObjectsRecursively(std::vector<GameObjectCreati
             Report::error("Failed to instantiate prefab '%s'\n", reference->resource().c_str());
             continue;
         }
-        rebaseParent(*merged, context->enclosingInstance);
+        rebaseParent(*merged, *context);
         const SmartPointer<OverrideRecords> records = reference->records();
         reference.reset();
         SmartPointer<OverrideRecords> mergedRecords = mergedNodeRecords(records, merged->uuid(), items.empty(), outer);

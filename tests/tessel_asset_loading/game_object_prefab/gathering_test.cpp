@@ -84,6 +84,19 @@ TEST_F(Gathering, samePrefabTwice_givesTwoInstances) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
+TEST_F(Gathering, pointsOfTwoParentsInTurn_areBelowTheirOwn) {
+    PrefabBuilder builder;
+    builder.root(id(1), "Root").child(id(2), "Other", id(1));
+    builder.nested(id(3), "A", id(1), "leaf.prefab").nested(id(4), "B", id(2), "leaf.prefab");
+    builder.nested(id(5), "C", id(1), "leaf.prefab").nested(id(6), "D", id(2), "leaf.prefab");
+    create(builder);
+    EXPECT_EQ(parentOf("A"), "Root");
+    EXPECT_EQ(parentOf("B"), "Other");
+    EXPECT_EQ(parentOf("C"), "Root");
+    EXPECT_EQ(parentOf("D"), "Other");
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
 TEST_F(Gathering, nestedPrefabIsReadFromItsFileWhenItIsNotCached) {
     PrefabText document;
     document.root(id(1), "file root");
