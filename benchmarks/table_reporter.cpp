@@ -1,29 +1,11 @@
 #include "table_reporter.h"
 
+#include "samples.h"
+
 #include <algorithm>
 #include <cstdio>
 
 namespace Kiln::Benchmarks {
-
-namespace {
-
-/// Of sorted samples.
-[[nodiscard]] double quantile(const std::vector<double>& samples, double part) {
-    return samples[static_cast<std::size_t>(part * static_cast<double>(samples.size() - 1) + 0.5)];
-}
-
-[[nodiscard]] std::string number(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, value < 100 ? "%.2f" : "%.0f", value);
-    return text;
-}
-
-[[nodiscard]] std::string medianAndQuartiles(const std::vector<double>& samples) {
-    return number(quantile(samples, 0.5)) + " (" + number(quantile(samples, 0.25)) + " to " +
-           number(quantile(samples, 0.75)) + ")";
-}
-
-} // namespace
 
 bool TableReporter::ReportContext(const Context& context) {
     std::printf("%d processors at %.0f MHz, load %.2f\n", context.cpu_info.num_cpus,
