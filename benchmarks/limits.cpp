@@ -151,7 +151,7 @@ void measureWorkers() {
            }),
            1.7, false);
     // A file is parsed under the cache's lock, from which follows that two are not parsed at the same time; a second
-    // worker must only not be in the way, by more than repetitions vary.
+    // worker must not slow the first one down, by more than repetitions vary.
     report("two workers read 1000 files as many times as fast as one", gainOfTwoWorkers(&loadFiles), 0.95, false);
 }
 

@@ -1,5 +1,5 @@
 // Compares with another engine, whose scenes have the same shape: creates W1 to W4 and reads W3 with both, each time in
-// a process of its own and in turns, and prints the medians and their ratios; exit status 1 when one is too small, 2
+// a process of its own and in turns, and prints medians, quartiles and ratios; exit status 1 when one is too small, 2
 // when the engine can't be run.
 
 #include "godot_scenes.h"
@@ -112,12 +112,12 @@ int compare(const std::string& self, const std::filesystem::path& scripts) {
         measure("'" + self + "' " + MEASURE, kiln);
         measure("godot3-server --path '" + directory.string() + "' -s measure.gd 2>&1", godot);
     }
-    std::printf("%-20s %28s %28s %7s\n", "", "ns per object (quartiles)", "godot3-server", "times");
+    std::printf("%-20s %28s %28s %7s\n", "", "Kiln (quartiles)", "godot3-server (quartiles)", "times");
     bool isEnough = true;
     for (const char* const what : {"W1 create", "W2 create", "W3 create", "W4 create", "W3 read"}) {
-        isEnough = report(what, kiln[what], godot[what]) && isEnough;
+        isEnough = report(what, kiln.at(what), godot.at(what)) && isEnough;
     }
-    std::printf("%d turns, each in a process of its own\n", TURNS);
+    std::printf("ns per object, of all repetitions in %d turns\n", TURNS);
     return isEnough ? 0 : 1;
 }
 

@@ -619,12 +619,13 @@ void GameObjectManagerInternal::noteNestedRoot(const Uuid& descriptorUuid) {
     }
 }
 
-void GameObjectManagerInternal::beginComponents() {
+const std::vector<Uuid>& GameObjectManagerInternal::completeNestedRoots() {
     if (!m_areNestedRootsComplete) {
         m_areNestedRootsComplete = true;
         std::sort(m_nestedRoots.begin(), m_nestedRoots.end());
         m_nestedRoots.erase(std::unique(m_nestedRoots.begin(), m_nestedRoots.end()), m_nestedRoots.end());
     }
+    return m_nestedRoots;
 }
 
 } // namespace Kiln::Tessel

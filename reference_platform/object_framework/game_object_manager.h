@@ -150,11 +150,12 @@ public:
     IComponent* addComponent(GameObjectRecord& record, GameObject object, ComponentPointer&& component,
                              ComponentTypeId type);
 
-    /// UUIDs of the nested roots among the objects that the creation under way has made; resolving a link to the point
-    /// where a prefab is nested needs them. Emptied when the first object of a further creation is made.
+    /// Notes the UUID of a nested root among the objects that a creation makes; resolving a link to the point where a
+    /// prefab is nested needs it.
     void noteNestedRoot(const Uuid& descriptorUuid);
-    void beginComponents();
-    [[nodiscard]] const std::vector<Uuid>& nestedRoots() const noexcept { return m_nestedRoots; }
+    /// What has been noted, each UUID once, for a creation that has made its objects. What is noted next belongs to
+    /// another creation: the list begins anew.
+    [[nodiscard]] const std::vector<Uuid>& completeNestedRoots();
 
 private:
     friend class QueryBase;

@@ -94,7 +94,6 @@ void GameObjectDescriptor::createComponents(ObjectCreation& creation, Tessel::Ga
         return;
     }
     creation.enterObject(object, *record);
-    manager.beginComponents();
     for (const SmartPointer<IComponentDescriptor>& component : components()) {
         component->instantiate(creation, overrides ? overrides->find(component->name()) : nullptr);
     }

@@ -27,14 +27,14 @@ void LinkResolver::resolve(const mirra::ValueType& type, void* value) const {
 }
 
 Tessel::GameObject LinkResolver::findTarget(const Tessel::ILinkConfig& link) const {
-    LinkTarget& lastTarget = m_creation.lastTarget(link.isLiveUuid());
-    if (const Tessel::GameObject* const known = lastTarget.find(link.uuid())) {
+    LinkTarget& knownTarget = link.isLiveUuid() ? m_creation.liveTarget() : m_creation.documentTarget();
+    if (const Tessel::GameObject* const known = knownTarget.find(link.uuid())) {
         return *known;
     }
     const Uuid key = link.isLiveUuid() ? link.uuid() : m_creation.inInstance(link.uuid());
     const auto found = m_creation.uuidMap().find(key);
     if (found != m_creation.uuidMap().end()) {
-        lastTarget.note(link.uuid(), found->second);
+        knownTarget.note(link.uuid(), found->second);
         return found->second;
     }
     if (link.uuid() == Uuid::ZERO) {
@@ -52,7 +52,7 @@ Tessel::GameObject LinkResolver::findTarget(const Tessel::ILinkConfig& link) con
 
 // The object that a nested root became has the UUID combine(nested instance UUID, UUID of the nested root).
 Tessel::GameObject LinkResolver::findNestedRoot(const Uuid& nestedInstanceUuid) const {
-    for (const Uuid& rootUuid : m_creation.world().manager().nestedRoots()) {
+    for (const Uuid& rootUuid : m_creation.nestedRoots()) {
         const auto found = m_creation.uuidMap().find(Uuid::combine(nestedInstanceUuid, rootUuid));
         if (found != m_creation.uuidMap().end()) {
             return found->second;

@@ -191,6 +191,9 @@ void GameObjectPrefab::createComponentsAndUpdateFlags(const std::vector<GameObje
     const EntryPoint& entryPoint = EntryPoint::instance();
     World* const world = entryPoint.findValidWorld(worldId);
     std::optional<ObjectCreation> creation;
+    if (world) {
+        creation.emplace(*world, uuidMap, items.front().instanceUuid);
+    }
     ParentGuess parents(items);
     const bool isLarge = items.size() >= LARGE_INSTANCE;
     for (std::size_t i = 0; i < items.size(); ++i) {
@@ -204,17 +207,14 @@ void GameObjectPrefab::createComponentsAndUpdateFlags(const std::vector<GameObje
             item.descriptor->updateStateFlags(object);
             continue;
         }
-        if (!creation) {
-            creation.emplace(*world, uuidMap, item.instanceUuid);
-        }
         if (i == 0 || creation->instanceUuid() != item.instanceUuid) {
             creation->enterInstance(item.instanceUuid);
-            // As a rule, the first object of an instance is the parent of the next one.
-            creation->lastTarget(false).note(item.descriptor->uuid(), object);
+            // As a rule, where an instance begins, the next object is this one's child.
+            creation->documentTarget().note(item.descriptor->uuid(), object);
         }
         // A small map has the parent as fast.
         if (const std::size_t parent = isLarge ? parents.find(i) : ParentGuess::NONE; parent != ParentGuess::NONE) {
-            creation->lastTarget(false).note(items[parent].descriptor->uuid(), createdItems[parent].object);
+            creation->documentTarget().note(items[parent].descriptor->uuid(), createdItems[parent].object);
         }
         item.descriptor->createComponents(*creation, object, uuid, overrides);
         item.descriptor->updateStateFlags(*world, object);

@@ -74,7 +74,7 @@ public:
         return m_nested->prefab.get();
     }
 
-    /// The UUID in the enclosing instance of the parent of points. Neighbours often have one.
+    /// What a point's parent has as UUID in the enclosing instance. Neighbours often have the same parent.
     [[nodiscard]] const Uuid& liveParent(const Uuid& parent) noexcept {
         if (!m_liveParent || m_parent != parent) {
             m_parent = parent;

@@ -122,6 +122,24 @@ TEST_F(Links, parentThatIsAnIntegrationPoint_isFoundInAnyNodeOrder) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
+TEST_F(Links, toAnIntegrationPoint_areResolvedWhenAComponentHasCreatedAnotherPrefabMeanwhile) {
+    PrefabBuilder nestedElsewhere;
+    nestedElsewhere.root(id(21), "other inner root");
+    cachePrefab("elsewhere.prefab", nestedElsewhere);
+    PrefabBuilder other;
+    other.root(id(1), "Other").nested(id(2), "Other point", id(1), "elsewhere.prefab");
+    HookComponent::onConstruct = [&](const HookComponent::Config&) {
+        GameObjectPrefab::CreateConfig otherConfig = makeConfig(id(77));
+        EXPECT_EQ(other.build().createGameObjects(otherConfig).size(), 2U);
+    };
+    PrefabBuilder builder;
+    builder.root(id(1), "Root").with<HookComponent>({"creates"}).nested(id(5), "Point", id(1), "inner.prefab");
+    builder.child(id(6), "Child", id(5));
+    create(builder);
+    EXPECT_EQ(parentOf("Child"), "Point");
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
 TEST_F(Links, integrationPointBelowAnIntegrationPoint_isPlacedThere) {
     PrefabBuilder builder;
     builder.root(id(1), "Root").nested(id(5), "Upper", id(1), "inner.prefab");
