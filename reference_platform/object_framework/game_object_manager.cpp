@@ -4,11 +4,12 @@
 #include <object_framework/entry_point.h>
 #include <object_framework/game_object_table.h>
 #include <object_framework/hierarchy_component.h>
+#include <object_framework/object_tree.h>
+#include <object_framework/uuid_index.h>
 #include <object_framework/world.h>
 
 #include <algorithm>
 #include <span>
-#include <unordered_map>
 #include <utility>
 
 namespace Kiln::Tessel {
@@ -27,7 +28,7 @@ void logError(const std::string& text) {
 
 /// A manager's data, and the steps of its operations that work on records.
 struct GameObjectManager::State {
-    explicit State(int worldId) : table(worldId) {}
+    explicit State(int worldId) : table(worldId), tree(table), uuids(table) {}
 
     struct KnownQuery {
         std::type_index queryClass;
@@ -36,6 +37,8 @@ struct GameObjectManager::State {
     };
 
     GameObjectTable table;
+    ObjectTree tree;
+    UuidIndex uuids;
     ComponentKinds kinds;
     std::vector<KnownQuery> queries;
 
@@ -45,10 +48,6 @@ struct GameObjectManager::State {
     /// objects have, a place in the hierarchy for one, was registered first.
     QueriesByType queriesByType;
     QueriesByType queriesByRarestType;
-
-    /// The living objects by UUID, without those that have none; made by the first search and exact from then on.
-    bool isIndexed = false;
-    std::unordered_multimap<Uuid, ObjectIndex> index;
 
     [[nodiscard]] bool hasComponent(const GameObjectRecord& record, ComponentTypeId type) const {
         return record.components.find(type, kinds) != ComponentList::NONE;
@@ -116,78 +115,8 @@ struct GameObjectManager::State {
         }
     }
 
-    /// The object after `place` in a walk through the tree below `root`, parents first; NO_OBJECT at its end.
-    /// `isEntered` tells whether the walk goes into the children of `place`, whose record is given.
-    [[nodiscard]] ObjectIndex nextInTree(ObjectIndex root, ObjectIndex place, const GameObjectRecord& record,
-                                         bool isEntered) {
-        if (isEntered && record.firstChild != NO_OBJECT) {
-            return record.firstChild;
-        }
-        const GameObjectRecord* current = &record;
-        while (place != root) {
-            if (current->nextSibling != NO_OBJECT) {
-                return current->nextSibling;
-            }
-            place = current->parent;
-            if (place == NO_OBJECT) { // A component has taken its object out of the tree.
-                break;
-            }
-            current = &table[place];
-        }
-        return NO_OBJECT;
-    }
-
-    /// Where an object stands before its components are activated or deactivated; they may remove or move it.
-    struct Standpoint {
-        explicit Standpoint(const GameObjectRecord& record) noexcept
-            : generation(record.generation), parent(record.parent), nextSibling(record.nextSibling) {}
-
-        [[nodiscard]] bool isLeftBy(const GameObjectRecord& record) const noexcept {
-            return record.generation != generation || record.parent != parent;
-        }
-
-        std::uint64_t generation;
-        ObjectIndex parent;
-        ObjectIndex nextSibling;
-    };
-
-    /// nextInTree() from where an object stood that is no longer there.
-    [[nodiscard]] ObjectIndex nextAfter(ObjectIndex root, const Standpoint& left) {
-        const ObjectIndex parent = left.parent;
-        if (parent == NO_OBJECT || !table[parent].isAlive() || !isSelfOrDescendant(root, parent)) {
-            return NO_OBJECT;
-        }
-        const ObjectIndex next = left.nextSibling;
-        return next != NO_OBJECT && table[next].parent == parent ? next
-                                                                 : nextInTree(root, parent, table[parent], false);
-    }
-
-    /// Walks through the tree below `root`, parents first. `change(place, record)` tells whether to go into the
-    /// children.
-    template <class Change>
-    void walkTree(ObjectIndex root, const Change& change) {
-        const std::uint64_t rootGeneration = table[root].generation;
-        for (ObjectIndex place = root; place != NO_OBJECT;) {
-            GameObjectRecord& record = table[place];
-            const Standpoint before(record);
-            const bool isEntered = change(place, record);
-            if (place == root || !before.isLeftBy(record)) [[likely]] {
-                place = nextInTree(root, place, record, isEntered);
-                continue;
-            }
-            if (isEntered && record.generation == before.generation) { // It has taken its children along.
-                for (ObjectIndex child = record.firstChild; child != NO_OBJECT;) {
-                    const ObjectIndex next = table[child].nextSibling;
-                    walkTree(child, change);
-                    child = next;
-                }
-            }
-            place = table[root].generation == rootGeneration ? nextAfter(root, before) : NO_OBJECT;
-        }
-    }
-
     void activateTree(ObjectIndex root) {
-        walkTree(root, [this](ObjectIndex place, GameObjectRecord& record) {
+        tree.walk(root, [this](ObjectIndex place, GameObjectRecord& record) {
             if (record.isEnabled() && !record.isActive()) {
                 setActive(place, record);
             }
@@ -196,7 +125,7 @@ struct GameObjectManager::State {
     }
 
     void deactivateTree(ObjectIndex root) {
-        walkTree(root, [this](ObjectIndex place, GameObjectRecord& record) {
+        tree.walk(root, [this](ObjectIndex place, GameObjectRecord& record) {
             const bool wasActive = record.isActive();
             if (wasActive) {
                 setInactive(place, record);
@@ -205,63 +134,17 @@ struct GameObjectManager::State {
         });
     }
 
-    void detach(ObjectIndex place) {
-        GameObjectRecord& record = table[place];
-        if (record.parent == NO_OBJECT) {
-            return;
-        }
-        GameObjectRecord& parent = table[record.parent];
-        const bool isFirst = parent.firstChild == place;
-        const bool isLast = record.nextSibling == NO_OBJECT;
-        if (!isFirst) {
-            table[record.previousSibling].nextSibling = record.nextSibling;
-        }
-        if (!(isFirst && isLast)) {
-            table[isLast ? parent.firstChild : record.nextSibling].previousSibling = record.previousSibling;
-        }
-        if (isFirst) {
-            parent.firstChild = record.nextSibling;
-        }
-        record.parent = record.previousSibling = record.nextSibling = NO_OBJECT;
-    }
-
-    void attach(ObjectIndex place, ObjectIndex parentPlace) {
-        GameObjectRecord& record = table[place];
-        GameObjectRecord& parent = table[parentPlace];
-        record.parent = parentPlace;
-        if (parent.firstChild == NO_OBJECT) {
-            parent.firstChild = record.previousSibling = place;
-            return;
-        }
-        GameObjectRecord& first = table[parent.firstChild];
-        record.previousSibling = first.previousSibling;
-        table[first.previousSibling].nextSibling = place;
-        first.previousSibling = place;
-    }
-
-    [[nodiscard]] bool isSelfOrDescendant(ObjectIndex ancestor, ObjectIndex place) {
-        if (table[ancestor].firstChild == NO_OBJECT) {
-            return place == ancestor;
-        }
-        for (; place != NO_OBJECT; place = table[place].parent) {
-            if (place == ancestor) {
-                return true;
-            }
-        }
-        return false;
-    }
-
     /// Returns false when the parent is not to be had: not alive here, or a descendant of the object.
     bool attachToParent(ObjectIndex place, GameObject parent) {
         if (!table.find(parent)) {
             return false;
         }
-        if (isSelfOrDescendant(place, parent.index())) {
+        if (tree.isSelfOrDescendant(place, parent.index())) {
             logError("Parent of game object '" + nameOf(table[place]) + "' is refused: '" +
                      nameOf(table[parent.index()]) + "' is the object itself or one of its descendants");
             return false;
         }
-        attach(place, parent.index());
+        tree.attach(place, parent.index());
         if (table[place].isActive() && !table[parent.index()].isActive()) {
             deactivateTree(place);
         }
@@ -305,7 +188,7 @@ struct GameObjectManager::State {
         if (record.generation != generation) {
             return;
         }
-        detach(place);
+        tree.detach(place);
         ComponentList& components = record.components;
         while (!components.empty()) {
             components.remove(components.size() - 1, kinds).reset();
@@ -313,7 +196,7 @@ struct GameObjectManager::State {
                 return;
             }
         }
-        removeFromIndex(place);
+        uuids.remove(place);
         table.free(place);
     }
 
@@ -331,32 +214,6 @@ struct GameObjectManager::State {
                 return;
             }
             place = parent != NO_OBJECT && table[parent].generation == parentGeneration ? parent : root;
-        }
-    }
-
-    void addToIndex(ObjectIndex place) {
-        const GameObjectRecord& record = table[place];
-        if (isIndexed && record.isAlive() && record.uuid != Uuid::ZERO) {
-            index.emplace(record.uuid, place);
-        }
-    }
-
-    void removeFromIndex(ObjectIndex place) {
-        if (!isIndexed) {
-            return;
-        }
-        const auto [first, last] = index.equal_range(table[place].uuid);
-        const auto entry = std::find_if(first, last, [place](const auto& other) { return other.second == place; });
-        if (entry != last) {
-            index.erase(entry);
-        }
-    }
-
-    void makeIndex() {
-        isIndexed = true;
-        index.reserve(table.aliveCount());
-        for (ObjectIndex place = 0; place < table.size(); ++place) {
-            addToIndex(place);
         }
     }
 };
@@ -396,21 +253,14 @@ Uuid GameObjectManager::getGameObjectUuid(GameObject object) const {
 
 void GameObjectManager::setGameObjectUuid(GameObject object, const Uuid& uuid) {
     if (GameObjectRecord* const record = m_state->table.find(object)) {
-        m_state->removeFromIndex(object.index());
+        m_state->uuids.remove(object.index());
         record->uuid = uuid;
-        m_state->addToIndex(object.index());
+        m_state->uuids.add(object.index());
     }
 }
 
 GameObject GameObjectManager::findGameObject(const Uuid& uuid) {
-    if (!m_state->isIndexed) {
-        m_state->makeIndex();
-    }
-    const auto [first, last] = m_state->index.equal_range(uuid);
-    const auto earliest = std::min_element(first, last, [this](const auto& a, const auto& b) {
-        return m_state->table[a.second].generation < m_state->table[b.second].generation;
-    });
-    return earliest != last ? m_state->table.handle(earliest->second) : GameObject::INVALID_GAME_OBJECT;
+    return m_state->uuids.find(uuid);
 }
 
 std::bitset<6> GameObjectManager::getGameObjectFlags(GameObject object) const {
@@ -447,7 +297,7 @@ void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type)
         m_state->leaveQueries(State::queriesOf(m_state->queriesByType, type), object.index());
     }
     if (type == NativeComponent<HierarchyComponent>::getType()) {
-        m_state->detach(object.index());
+        m_state->tree.detach(object.index());
     }
     record->components.remove(index, m_state->kinds).reset();
 }
@@ -596,9 +446,9 @@ GameObjectRecord* GameObjectManagerInternal::describeGameObject(GameObject objec
     if (!record) {
         return nullptr;
     }
-    m_state->removeFromIndex(object.index());
+    m_state->uuids.remove(object.index());
     record->uuid = uuid;
-    m_state->addToIndex(object.index());
+    m_state->uuids.add(object.index());
     record->name = name;
     return record;
 }

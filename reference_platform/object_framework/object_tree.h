@@ -1,0 +1,135 @@
+#pragma once
+
+#include <object_framework/game_object_table.h>
+
+namespace Kiln::Tessel {
+
+/// The tree that the objects of a table form by parent, first child and siblings. Works on their places and records;
+/// tells nobody of what changes. Refers to the table. Main thread.
+class ObjectTree {
+public:
+    explicit ObjectTree(GameObjectTable& table) noexcept : m_table(table) {}
+
+    /// Makes an object that has no parent the last child of another one.
+    void attach(ObjectIndex place, ObjectIndex parentPlace) {
+        GameObjectRecord& record = m_table[place];
+        GameObjectRecord& parent = m_table[parentPlace];
+        record.parent = parentPlace;
+        if (parent.firstChild == NO_OBJECT) {
+            parent.firstChild = record.previousSibling = place;
+            return;
+        }
+        GameObjectRecord& first = m_table[parent.firstChild];
+        record.previousSibling = first.previousSibling;
+        m_table[first.previousSibling].nextSibling = place;
+        first.previousSibling = place;
+    }
+
+    /// Takes an object, with those below it, from its parent, if it has one.
+    void detach(ObjectIndex place) {
+        GameObjectRecord& record = m_table[place];
+        if (record.parent == NO_OBJECT) {
+            return;
+        }
+        GameObjectRecord& parent = m_table[record.parent];
+        const bool isFirst = parent.firstChild == place;
+        const bool isLast = record.nextSibling == NO_OBJECT;
+        if (!isFirst) {
+            m_table[record.previousSibling].nextSibling = record.nextSibling;
+        }
+        if (!(isFirst && isLast)) {
+            m_table[isLast ? parent.firstChild : record.nextSibling].previousSibling = record.previousSibling;
+        }
+        if (isFirst) {
+            parent.firstChild = record.nextSibling;
+        }
+        record.parent = record.previousSibling = record.nextSibling = NO_OBJECT;
+    }
+
+    [[nodiscard]] bool isSelfOrDescendant(ObjectIndex ancestor, ObjectIndex place) const {
+        if (m_table[ancestor].firstChild == NO_OBJECT) {
+            return place == ancestor;
+        }
+        for (; place != NO_OBJECT; place = m_table[place].parent) {
+            if (place == ancestor) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// The object after `place` in a walk through the tree below `root`, parents first; NO_OBJECT at its end.
+    /// `isEntered` tells whether the walk goes into the children of `place`, whose record is given.
+    [[nodiscard]] ObjectIndex next(ObjectIndex root, ObjectIndex place, const GameObjectRecord& record,
+                                   bool isEntered) const {
+        if (isEntered && record.firstChild != NO_OBJECT) {
+            return record.firstChild;
+        }
+        const GameObjectRecord* current = &record;
+        while (place != root) {
+            if (current->nextSibling != NO_OBJECT) {
+                return current->nextSibling;
+            }
+            place = current->parent;
+            if (place == NO_OBJECT) { // A component has taken its object out of the tree.
+                break;
+            }
+            current = &m_table[place];
+        }
+        return NO_OBJECT;
+    }
+
+    /// Where an object stands before its components are activated or deactivated; they may remove or move it.
+    struct Standpoint {
+        explicit Standpoint(const GameObjectRecord& record) noexcept
+            : generation(record.generation), parent(record.parent), nextSibling(record.nextSibling) {}
+
+        [[nodiscard]] bool isLeftBy(const GameObjectRecord& record) const noexcept {
+            return record.generation != generation || record.parent != parent;
+        }
+
+        std::uint64_t generation;
+        ObjectIndex parent;
+        ObjectIndex nextSibling;
+    };
+
+    /// next() from where an object stood that is no longer there.
+    [[nodiscard]] ObjectIndex nextAfter(ObjectIndex root, const Standpoint& left) const {
+        const ObjectIndex parent = left.parent;
+        if (parent == NO_OBJECT || !m_table[parent].isAlive() || !isSelfOrDescendant(root, parent)) {
+            return NO_OBJECT;
+        }
+        const ObjectIndex sibling = left.nextSibling;
+        return sibling != NO_OBJECT && m_table[sibling].parent == parent ? sibling
+                                                                         : next(root, parent, m_table[parent], false);
+    }
+
+    /// Walks through the tree below `root`, parents first. `change(place, record)` tells whether to go into the
+    /// children; it may remove and move objects.
+    template <class Change>
+    void walk(ObjectIndex root, const Change& change) {
+        const std::uint64_t rootGeneration = m_table[root].generation;
+        for (ObjectIndex place = root; place != NO_OBJECT;) {
+            GameObjectRecord& record = m_table[place];
+            const Standpoint before(record);
+            const bool isEntered = change(place, record);
+            if (place == root || !before.isLeftBy(record)) [[likely]] {
+                place = next(root, place, record, isEntered);
+                continue;
+            }
+            if (isEntered && record.generation == before.generation) { // It has taken its children along.
+                for (ObjectIndex child = record.firstChild; child != NO_OBJECT;) {
+                    const ObjectIndex sibling = m_table[child].nextSibling;
+                    walk(child, change);
+                    child = sibling;
+                }
+            }
+            place = m_table[root].generation == rootGeneration ? nextAfter(root, before) : NO_OBJECT;
+        }
+    }
+
+private:
+    GameObjectTable& m_table;
+};
+
+} // namespace Kiln::Tessel
