@@ -459,23 +459,4 @@ IComponent* GameObjectManagerInternal::addComponent(GameObjectRecord& record, Ga
     return m_state->addComponent(alive, object.index(), std::move(component), type);
 }
 
-void GameObjectManagerInternal::noteNestedRoot(const Uuid& descriptorUuid) {
-    if (m_areNestedRootsComplete) {
-        m_nestedRoots.clear();
-        m_areNestedRootsComplete = false;
-    }
-    if (m_nestedRoots.empty() || m_nestedRoots.back() != descriptorUuid) {
-        m_nestedRoots.push_back(descriptorUuid);
-    }
-}
-
-const std::vector<Uuid>& GameObjectManagerInternal::completeNestedRoots() {
-    if (!m_areNestedRootsComplete) {
-        m_areNestedRootsComplete = true;
-        std::sort(m_nestedRoots.begin(), m_nestedRoots.end());
-        m_nestedRoots.erase(std::unique(m_nestedRoots.begin(), m_nestedRoots.end()), m_nestedRoots.end());
-    }
-    return m_nestedRoots;
-}
-
 } // namespace Kiln::Tessel

@@ -150,22 +150,12 @@ public:
     IComponent* addComponent(GameObjectRecord& record, GameObject object, ComponentPointer&& component,
                              ComponentTypeId type);
 
-    /// Notes the UUID of a nested root among the objects that a creation makes; resolving a link to the point where a
-    /// prefab is nested needs it.
-    void noteNestedRoot(const Uuid& descriptorUuid);
-    /// What has been noted, each UUID once, for a creation that has made its objects. What is noted next belongs to
-    /// another creation: the list begins anew.
-    [[nodiscard]] const std::vector<Uuid>& completeNestedRoots();
-
 private:
     friend class QueryBase;
 
     void forgetQuery(const QueryBase& query);
     [[nodiscard]] std::shared_ptr<QueryBase> getQuery(const QueryConfig& config, std::type_index queryClass,
                                                       const QueryFactory& factory);
-
-    std::vector<Uuid> m_nestedRoots;
-    bool m_areNestedRootsComplete = true;
 };
 
 } // namespace Kiln::Tessel

@@ -9,21 +9,10 @@ const char* const IComponentDescriptor::DEFAULT_CATEGORY = "General";
 
 IComponentDescriptor::~IComponentDescriptor() = default;
 
-void IComponentDescriptor::instantiate(ObjectCreation& creation, const ComponentOverrideRecords* overrides) {
-    if (overrides) {
-        setupOverrides(overrides);
-    }
-    resolveLinks(creation.object(), creation.instanceUuid(), creation.uuidMap());
-    createOnObject(creation.object());
-    if (isOffPrefabProperties()) {
-        setupOverrides(nullptr);
-    }
-}
-
 void IComponentDescriptor::resolveLinks(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap) {
     Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId());
     if (world && hasLinks()) {
-        ObjectCreation creation(*world, uuidMap, instanceUuid);
+        ObjectCreation creation(*world, uuidMap, instanceUuid, nullptr);
         const mirra::ReflectedObject config = viewConfiguration();
         LinkResolver(creation, object, name()).resolve(*config.metaObject(), config.object());
     }

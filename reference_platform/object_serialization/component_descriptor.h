@@ -18,15 +18,15 @@ class ComponentOverrideRecords;
 
 /// The serialised description of one component: its type and its configuration.
 ///
-/// The configuration has two faces. The prefab's own values are what was last stored with storePrefabProperties(); the
-/// configuration itself starts from them and may be changed by overrides or by hand until it is stored or restored.
+/// The configuration exists twice. The prefab's own values are those that storePrefabProperties() stored last. The
+/// configuration itself starts from them and may be changed by overrides or by callers until it is stored or restored.
 ///
-/// Ownership: shared; several game-object descriptors may hold one. Threads: the prefab's own values, the accessors of
-/// the type's texts and preload() may be used by workers while the main thread creates objects; everything else
-/// belongs to one thread at a time.
+/// Ownership: shared; several game-object descriptors may hold one. Threads: workers may use the prefab's own values,
+/// the accessors of the type's texts and preload() while the main thread creates objects; everything else is for one
+/// thread at a time.
 class KILN_OBJECT_SERIALIZATION_EXPORT IComponentDescriptor : public mirra::Object, public SafeReferenceCount {
 public:
-    /// Category of component types that name none.
+    /// Category of component types that do not name one.
     static const char* const DEFAULT_CATEGORY;
 
     ~IComponentDescriptor() override;
@@ -48,11 +48,11 @@ public:
     /// Description of the component type; null when it has none.
     [[nodiscard]] virtual const mirra::BaseStaticMetaObject* metaType() const = 0;
 
-    /// Loads whatever external data the component needs, from the prefab's own values. Worker thread, no lock held.
+    /// Loads the external data that the component needs, by the prefab's own values. Worker thread, no lock held.
     virtual void preload() const = 0;
 
     /// Adds a component made from the configuration to the object and returns it; null when the object's world is
-    /// gone or the object can't take it.
+    /// gone or the manager refuses the component.
     virtual Tessel::IComponent* createOnObject(Tessel::GameObject object) = 0;
 
     /// Resolves the links anew, removes the object's component of this type and adds a new one. Null when the object's
@@ -65,7 +65,7 @@ public:
     /// The configuration, to be changed; not valid when its type is not described.
     [[nodiscard]] virtual mirra::ReflectedObject configuration() = 0;
 
-    /// The configuration as it stands, to be read; the targets of its links may be set.
+    /// The current configuration, for reading; the targets of its links may be set.
     [[nodiscard]] virtual mirra::ReflectedObject viewConfiguration() = 0;
 
     /// Takes the configuration as the prefab's own values.
@@ -80,14 +80,14 @@ public:
     /// Whether the configuration's type holds links.
     [[nodiscard]] virtual bool hasLinks() const = 0;
 
-    /// Adds a component to the object that a creation is at: with the overrides (null for none) applied and the links
-    /// resolved. Afterwards the configuration is back at the prefab's own values.
-    virtual void instantiate(ObjectCreation& creation, const ComponentOverrideRecords* overrides);
+    /// Adds a component to the current object of a creation: with the overrides (null for none) applied and the links
+    /// resolved. Afterwards the configuration has the prefab's own values again.
+    virtual void instantiate(ObjectCreation& creation, const ComponentOverrideRecords* overrides) = 0;
 
     /// Gives every link of the configuration its target: the object that `uuidMap` has under combine(instance UUID,
-    /// link UUID), or under the link UUID itself when that is live. A link to the point where a prefab is nested means
-    /// the object that the nested root became. A link that resolves to nothing gets the invalid object and a warning
-    /// in the log that names `object`, the component and the UUID; the zero UUID is no link.
+    /// link UUID), or under the link UUID itself when that is live. A link that resolves to nothing gets the invalid
+    /// object and a warning in the log that names `object`, the component and the UUID; the zero UUID is no link. Links
+    /// to the point where a prefab is nested resolve only during the creation of that instance.
     void resolveLinks(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap);
 
     [[nodiscard]] Tessel::ComponentOptions getInstanceOptions() const noexcept { return m_instanceOptions; }
@@ -97,7 +97,8 @@ public:
     [[nodiscard]] static bool needToDeserialize(Tessel::ComponentOptions options);
 
 protected:
-    /// resolveLinks() for a configuration of that description, for the object that the creation is at.
+    /// resolveLinks() for a configuration of that description and the current object of a creation. A link to the point
+    /// where a prefab is nested refers to the object that stands for the nested root.
     void resolveLinks(ObjectCreation& creation, const mirra::BaseStaticMetaObject& meta, void* config) const;
 
 private:

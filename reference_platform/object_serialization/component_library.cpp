@@ -16,14 +16,14 @@ namespace Kiln {
 
 namespace {
 
-/// Records by id, which stay for good, for readers that take no lock: workers ask for every component that they read.
+/// Records by id. They are never removed, and readers take no lock, since workers look up every component they read.
 class RecordTable {
 public:
     RecordTable() { grow(64); }
 
     /// Null when there is none.
     [[nodiscard]] const ComponentRecord* find(std::size_t id) const noexcept {
-        // Acquire, paired with the releases below: whoever sees a table or a record sees what is in it.
+        // Acquire, paired with the releases below: a reader that sees a table or a record also sees its content.
         const Slots& slots = *m_slots.load(std::memory_order_acquire);
         return id < slots.size() ? slots[id].load(std::memory_order_acquire) : nullptr;
     }
@@ -57,7 +57,7 @@ private:
 
     std::atomic<Slots*> m_slots{nullptr};
     std::atomic<std::size_t> m_count{0};
-    std::vector<std::unique_ptr<Slots>> m_allSlots; ///< The outgrown ones, too: readers may still be in them.
+    std::vector<std::unique_ptr<Slots>> m_allSlots; ///< Old tables too: readers may still use them.
     std::vector<std::unique_ptr<const ComponentRecord>> m_records;
 };
 

@@ -21,7 +21,7 @@ namespace Tessel {
 class GameObjectPrefab;
 }
 
-/// What the library knows about a component type.
+/// The registration of a component type.
 struct ComponentRecord {
     Tessel::ComponentTypeId typeId = 0;
     std::type_index type = typeid(void);
@@ -29,16 +29,16 @@ struct ComponentRecord {
     std::string name;        ///< What files store.
     std::string category;
     Tessel::ComponentOptions options = Tessel::ALL_ROLES;
-    bool isUserAddable = true; ///< Editors offer it for any game object.
+    bool isUserAddable = true; ///< Editors offer the type for any game object.
     bool isStorable = true;    ///< Instances are part of saved prefabs.
-    std::uint32_t version = 0; ///< Of the component's data as it is written now.
+    std::uint32_t version = 0; ///< Version in which the component's data is written.
     std::shared_ptr<void> extraData;
 
     /// Makes a descriptor with a default configuration.
     std::function<SmartPointer<IComponentDescriptor>()> factory;
 };
 
-/// What a creation listener is given about an instance.
+/// An instance that a creation listener processes.
 struct CreatedInstance {
     Uuid instanceUuid;
     UuidMap objects;
@@ -52,14 +52,15 @@ public:
     /// Whether the listener wants to process instances of the prefab.
     virtual bool acceptsPrefab(const Tessel::GameObjectPrefab& prefab) = 0;
 
-    /// Processes a new instance; false removes it again, and it is created anew in the next frame.
+    /// Processes a new instance; false removes it, and the next frame creates it again.
     virtual bool processInstance(int worldId, CreatedInstance instance) = 0;
 };
 
 /// The component types that can be stored in prefabs, by component type id. A service of the framework.
 ///
-/// Ids are those of IComponent::types(); some may have no record. Types are added while libraries are loaded and stay.
-/// Threads: look-ups from any thread, also while types are added; the listener belongs to the main thread.
+/// Ids are those of IComponent::types(); some may have no record. Types are added while libraries are loaded and are
+/// never removed. Threads: lookups from any thread, also while types are added; the listener belongs to the main
+/// thread.
 class KILN_OBJECT_SERIALIZATION_EXPORT ComponentLibrary : public Tessel::IService {
 public:
     static constexpr std::size_t INVALID_ID = static_cast<std::size_t>(-1);
@@ -76,7 +77,7 @@ public:
     void postTick() override {}
     void onWorldDestroyed(int /*worldId*/) override {}
 
-    /// Adds a type. The first record of a type id or name stays; a second one is dropped with an error in the log.
+    /// Adds a type. A second record of a type id or name is refused with an error in the log.
     void append(ComponentRecord record);
 
     /// Ids are below this number.
@@ -89,7 +90,7 @@ public:
     [[nodiscard]] std::size_t findComponent(std::string_view name) const;
     [[nodiscard]] std::size_t findComponent(const std::type_info& type) const;
 
-    /// The record, which stays where it is. Throws std::runtime_error for an id without record.
+    /// The record, whose address never changes. Throws std::runtime_error for an id without record.
     [[nodiscard]] const ComponentRecord& componentMeta(std::size_t id) const;
 
     /// A new, default descriptor; null when the id has no record or its factory yields none.

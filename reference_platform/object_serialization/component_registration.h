@@ -27,13 +27,13 @@ template <class T>
     return record;
 }
 
-/// Makes a component type known to the process while its library is loaded: a static object per type.
+/// Registers a component type while its library is loaded: a static object per type.
 ///
 ///     const Kiln::ComponentRegistration<Lamp> lampRegistration("LampComponent", [](auto& config) {
 ///         config.template addProperty<&Lamp::Config::colour>("colour");
 ///     });
 ///
-/// At exit it joins the file-I/O workers, so that none uses the library's code and data while these are taken down.
+/// At exit it joins the file-I/O workers, so that none uses the library's code and data while they are destroyed.
 template <class T>
 class ComponentRegistration {
 public:

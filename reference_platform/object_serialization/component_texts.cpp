@@ -8,7 +8,7 @@ namespace Kiln {
 
 const ComponentTexts& ComponentTexts::of(const std::string& name, const std::string& category) {
     struct Register {
-        std::mutex mutex; ///< Guards `texts`. A leaf: nothing else is locked under it.
+        std::mutex mutex; ///< Guards `texts`; no other lock is taken while it is held.
         std::map<std::pair<std::string, std::string>, const ComponentTexts> texts;
     };
     // Never destroyed: descriptors may outlive every static object.

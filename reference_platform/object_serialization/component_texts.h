@@ -6,13 +6,13 @@
 
 namespace Kiln {
 
-/// The texts that all descriptors of one component type have in common.
+/// The texts that all descriptors of one component type share.
 struct ComponentTexts {
     std::string name;
     std::string libraryPath; ///< "components/" followed by the name.
     std::string category;
 
-    /// The texts of that name and category, which stay where they are until the process ends. Any thread.
+    /// The texts of that name and category; they live until the process ends. Any thread.
     [[nodiscard]] KILN_OBJECT_SERIALIZATION_EXPORT static const ComponentTexts& of(const std::string& name,
                                                                                    const std::string& category);
 };

@@ -66,22 +66,17 @@ void GameObjectDescriptor::addComponent(SmartPointer<IComponentDescriptor> compo
 
 Tessel::GameObject GameObjectDescriptor::createGameObject(int worldId) const {
     Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(worldId);
-    return world ? createGameObject(*world, parentLink()) : Tessel::GameObject::INVALID_GAME_OBJECT;
+    return world ? createGameObject(*world) : Tessel::GameObject::INVALID_GAME_OBJECT;
 }
 
-Tessel::GameObject GameObjectDescriptor::createGameObject(Tessel::World& world,
-                                                          const Tessel::GameObjectLink* parent) const {
-    // The descriptor that stands for a nested prefab's root is the only one whose parent is given as a live UUID.
-    if (parent && parent->isLiveUuid()) {
-        world.manager().noteNestedRoot(m_uuid);
-    }
+Tessel::GameObject GameObjectDescriptor::createGameObject(Tessel::World& world) const {
     return world.manager().createGameObject();
 }
 
 void GameObjectDescriptor::createComponents(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap,
                                             const GameObjectOverrideRecords* overrides) const {
     if (Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId())) {
-        ObjectCreation creation(*world, uuidMap, instanceUuid);
+        ObjectCreation creation(*world, uuidMap, instanceUuid, nullptr);
         createComponents(creation, object, creation.inInstance(m_uuid), overrides);
     }
 }

@@ -23,8 +23,8 @@ class GameObjectOverrideRecords;
 
 /// The serialised description of one game object: UUID, name, state flags and component descriptors.
 ///
-/// Ownership: shared; it shares its component descriptors. Threads: once a document is published, workers may read
-/// what const operations give while the main thread creates objects; changes need exclusive access.
+/// Ownership: shared; it shares its component descriptors. Threads: once a document is published, workers may call
+/// const operations while the main thread creates objects; changes need exclusive access.
 class KILN_OBJECT_SERIALIZATION_EXPORT GameObjectDescriptor final : public SafeReferenceCount {
 public:
     GameObjectDescriptor();
@@ -33,7 +33,7 @@ public:
     [[nodiscard]] const Uuid& uuid() const noexcept { return m_uuid; }
     void setUuid(const Uuid& uuid) noexcept { m_uuid = uuid; }
 
-    /// Ends with a null character. Valid until the name is set again.
+    /// The text is null-terminated and valid until the name is set again.
     [[nodiscard]] std::string_view name() const noexcept { return m_name.view(); }
     [[nodiscard]] const SharedText& sharedName() const noexcept { return m_name; }
     void setName(std::string_view name) { m_name = SharedText(name); }
@@ -62,24 +62,23 @@ public:
     [[nodiscard]] IComponentDescriptor* findComponent(std::string_view name) const noexcept;
     [[nodiscard]] bool hasComponent(Tessel::ComponentTypeId type) const noexcept { return findComponent(type); }
 
-    /// The link to the parent, as its HierarchyComponent has it now; null for a root, which has none.
+    /// The current parent link of the HierarchyComponent; null for a root, which has no such component.
     [[nodiscard]] const Tessel::GameObjectLink* parentLink() const noexcept;
 
     /// Appends a component descriptor, which other descriptors may hold too. Null adds nothing.
     void addComponent(SmartPointer<IComponentDescriptor> component);
 
-    /// Makes an empty game object in the world; the invalid object when the world is not valid. Main thread.
+    /// Creates an empty game object in the world; the invalid object when the world is not valid. Main thread.
     [[nodiscard]] Tessel::GameObject createGameObject(int worldId) const;
-    /// The same for a caller that has the parent link at hand.
-    [[nodiscard]] Tessel::GameObject createGameObject(Tessel::World& world, const Tessel::GameObjectLink* parent) const;
+    [[nodiscard]] Tessel::GameObject createGameObject(Tessel::World& world) const;
 
     /// Gives the object its UUID (combine of the instance UUID and the descriptor's) and name, then creates its
     /// components in order: with their overrides, if any, and their links resolved through `uuidMap`. Afterwards the
-    /// component descriptors are back at the prefab's own values. Main thread.
+    /// component descriptors have the prefab's own values again. Main thread.
     void createComponents(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap,
                           const GameObjectOverrideRecords* overrides) const;
 
-    /// The same as part of a creation, for a caller that has the object's UUID.
+    /// The same as part of a creation, whose nested roots links may refer to; `objectUuid` is the UUID of the object.
     void createComponents(ObjectCreation& creation, Tessel::GameObject object, const Uuid& objectUuid,
                           const GameObjectOverrideRecords* overrides) const;
 

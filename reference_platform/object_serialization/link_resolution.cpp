@@ -40,7 +40,8 @@ Tessel::GameObject LinkResolver::findTarget(const Tessel::ILinkConfig& link) con
     if (link.uuid() == Uuid::ZERO) {
         return Tessel::GameObject::INVALID_GAME_OBJECT;
     }
-    const Tessel::GameObject nestedRoot = findNestedRoot(key);
+    // The key of a link to an integration point is the UUID of the instance that is nested there.
+    const Tessel::GameObject nestedRoot = m_creation.findNestedRoot(key);
     if (nestedRoot.isInvalid()) {
         DebugMessageHelper(0, LogSeverity::WARNING, "", "object_serialization/link_resolution")
             .message("Game object '%s', component '%s': the link to %s resolves to nothing",
@@ -48,17 +49,6 @@ Tessel::GameObject LinkResolver::findTarget(const Tessel::ILinkConfig& link) con
                      link.uuid().toString().c_str());
     }
     return nestedRoot;
-}
-
-// The object that a nested root became has the UUID combine(nested instance UUID, UUID of the nested root).
-Tessel::GameObject LinkResolver::findNestedRoot(const Uuid& nestedInstanceUuid) const {
-    for (const Uuid& rootUuid : m_creation.nestedRoots()) {
-        const auto found = m_creation.uuidMap().find(Uuid::combine(nestedInstanceUuid, rootUuid));
-        if (found != m_creation.uuidMap().end()) {
-            return found->second;
-        }
-    }
-    return Tessel::GameObject::INVALID_GAME_OBJECT;
 }
 
 } // namespace Kiln

@@ -20,7 +20,6 @@ public:
 private:
     void resolve(const mirra::ValueType& type, void* value) const;
     [[nodiscard]] Tessel::GameObject findTarget(const Tessel::ILinkConfig& link) const;
-    [[nodiscard]] Tessel::GameObject findNestedRoot(const Uuid& nestedInstanceUuid) const;
 
     ObjectCreation& m_creation;
     Tessel::GameObject m_object;

@@ -7,14 +7,28 @@
 #include <optional>
 #include <unordered_map>
 #include <utility>
-#include <vector>
 
 namespace Kiln {
 
 /// Live objects by their UUIDs.
 using UuidMap = std::unordered_map<Uuid, Tessel::GameObject>;
 
-/// The object that links with a certain UUID mean.
+/// The roots of nested prefabs among the objects of a creation. Whoever creates the objects knows them; links to the
+/// point where a prefab is nested are resolved through them. Main thread.
+class INestedRoots {
+public:
+    /// The object that stands for the root of the prefab nested with that instance UUID; the invalid object when the
+    /// creation has none.
+    [[nodiscard]] virtual Tessel::GameObject findNestedRoot(const Uuid& nestedInstanceUuid) = 0;
+
+protected:
+    INestedRoots() = default;
+    INestedRoots(const INestedRoots&) = default;
+    INestedRoots& operator=(const INestedRoots&) = default;
+    ~INestedRoots() = default;
+};
+
+/// The object that links with a certain UUID refer to.
 class LinkTarget {
 public:
     /// Null for any other UUID.
@@ -32,31 +46,33 @@ private:
     std::optional<Tessel::GameObject> m_object;
 };
 
-/// The creation of objects, instance by instance, for the descriptors that it works through: the world, what links are
-/// resolved through, and the UUID of the instance that it is at. Made when the objects have been made, before their
-/// components. Refers to the world and to the map, which must not change meanwhile. Main thread.
+/// What a creation of game objects tells the descriptors that it works through: the world, what links are resolved
+/// through, and the UUID of the current instance. It refers to the world, to the map and to the nested roots; the map
+/// must not change between the first and the last component. Main thread.
 class ObjectCreation {
 public:
-    ObjectCreation(Tessel::World& world, const UuidMap& uuidMap, const Uuid& instanceUuid)
-        : m_world(world),
-          m_uuidMap(uuidMap),
-          m_instanceUuid(instanceUuid),
-          m_nestedRoots(world.manager().completeNestedRoots()) {}
+    /// `nestedRoots` is null when the caller knows none; links to integration points then resolve to nothing.
+    ObjectCreation(Tessel::World& world, const UuidMap& uuidMap, const Uuid& instanceUuid, INestedRoots* nestedRoots)
+        : m_world(world), m_uuidMap(uuidMap), m_instanceUuid(instanceUuid), m_nestedRoots(nestedRoots) {}
 
     [[nodiscard]] Tessel::World& world() const noexcept { return m_world; }
     [[nodiscard]] const UuidMap& uuidMap() const noexcept { return m_uuidMap; }
     [[nodiscard]] const Uuid& instanceUuid() const noexcept { return m_instanceUuid; }
-    /// UUIDs of the descriptors that stand for the roots of nested prefabs, each once.
-    [[nodiscard]] const std::vector<Uuid>& nestedRoots() const noexcept { return m_nestedRoots; }
 
-    /// Goes on to the objects of another instance.
+    /// INestedRoots::findNestedRoot().
+    [[nodiscard]] Tessel::GameObject findNestedRoot(const Uuid& nestedInstanceUuid) const {
+        return m_nestedRoots ? m_nestedRoots->findNestedRoot(nestedInstanceUuid)
+                             : Tessel::GameObject::INVALID_GAME_OBJECT;
+    }
+
+    /// Continues with the objects of another instance.
     void enterInstance(const Uuid& instanceUuid) noexcept {
         m_instanceUuid = instanceUuid;
         m_combiner.reset();
         m_documentTarget.forget();
     }
 
-    /// The UUID that an object, or the target of a link, has in the instance.
+    /// The UUID that an object, or the target of a link, has in the current instance.
     [[nodiscard]] Uuid inInstance(const Uuid& uuid) noexcept {
         if (!m_combiner) {
             m_combiner.emplace(m_instanceUuid);
@@ -64,29 +80,29 @@ public:
         return (*m_combiner)(uuid);
     }
 
-    /// Goes on to the components of an object.
+    /// Continues with the components of another object.
     void enterObject(Tessel::GameObject object, Tessel::GameObjectRecord& record) noexcept {
         m_object = object;
         m_record = &record;
     }
     [[nodiscard]] Tessel::GameObject object() const noexcept { return m_object; }
 
-    /// Adds a component to the object, see GameObjectManager::addComponent.
+    /// Adds a component to the current object, see GameObjectManager::addComponent.
     Tessel::IComponent* addComponent(Tessel::ComponentPointer&& component, Tessel::ComponentTypeId type) const {
         return m_world.manager().addComponent(*m_record, m_object, std::move(component), type);
     }
 
-    /// A target within the instance that need not be looked up: of the link resolved last, as neighbours in a document
-    /// often have the same parent, or one that the caller has at hand.
+    /// A target within the current instance that needs no lookup: that of the link resolved last, since neighbours in a
+    /// document often have the same parent, or one that the caller knows already.
     [[nodiscard]] LinkTarget& documentTarget() noexcept { return m_documentTarget; }
-    /// The same for links with the UUID of a live object, whatever the instance.
+    /// The same for links that hold the UUID of a live object, whatever the instance.
     [[nodiscard]] LinkTarget& liveTarget() noexcept { return m_liveTarget; }
 
 private:
     Tessel::World& m_world;
     const UuidMap& m_uuidMap;
     Uuid m_instanceUuid;
-    std::vector<Uuid> m_nestedRoots;        ///< A copy: components may start further creations in the same world.
+    INestedRoots* m_nestedRoots;            ///< May be null.
     std::optional<UuidCombiner> m_combiner; ///< Made for the first link whose target is not known.
     Tessel::GameObject m_object;
     Tessel::GameObjectRecord* m_record = nullptr;

@@ -38,13 +38,13 @@ public:
     /// Null when the component has none.
     [[nodiscard]] const ComponentOverrideRecords* find(std::string_view componentName) const noexcept;
 
-    /// The records of a component, made when absent.
+    /// The records of a component, created when it has none.
     ComponentOverrideRecords& get(std::string_view componentName);
 
     void merge(const GameObjectOverrideRecords& after);
 
 private:
-    std::vector<ComponentOverrideRecords> m_components; ///< Few, so searched linearly.
+    std::vector<ComponentOverrideRecords> m_components; ///< Searched linearly, since they are few.
 };
 
 /// Per-instance override records, keyed by the UUID of a game object in the prefab that it stands in and by the
@@ -69,7 +69,7 @@ public:
     /// Adds every record of `after`; a property that both set takes the value of `after`.
     void merge(const OverrideRecords& after);
 
-    /// Puts the records of one component in front of those that it has, so that these win.
+    /// Inserts records of one component before the existing ones, which therefore win.
     void addBefore(const Uuid& objectUuid, const ComponentOverrideRecords& before);
 
     /// The records of a game object, or null.

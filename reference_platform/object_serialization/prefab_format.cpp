@@ -40,7 +40,7 @@ void reportUnreadable(const DataSection& document, DataNode node, const std::str
                  document.source().c_str(), document.positionOf(node).line);
 }
 
-/// Finds children that stand in the order in which they are asked for, each once, without looking at others.
+/// Finds the children of a node by name, fast when they are requested in the order of the document, each once.
 class ChildFinder {
 public:
     explicit ChildFinder(DataNode parent) : m_parent(parent), m_next(parent.firstChild()) {}
@@ -52,14 +52,14 @@ public:
         }
         const DataNode found = m_parent.child(name);
         if (found) {
-            m_next = {}; // What follows may stand before `found`, too.
+            m_next = {}; // The next child that is requested may stand before `found`.
         }
         return found;
     }
 
 private:
     DataNode m_parent;
-    DataNode m_next; ///< After the children found so far, while those are all that stand before it.
+    DataNode m_next; ///< The first child that was not found yet, as long as the order is kept; then null.
 };
 
 /// A number from a node's text: `absent` for a null node; `unreadable`, with an error in the log, when the text is not
@@ -80,7 +80,7 @@ template <class Number>
     return number;
 }
 
-/// Writes a number into a node, which is made under `parent` when it is null.
+/// Writes a number into a node; a null node is created under `parent` first.
 template <class Number>
 void writeNumber(DataNode& node, DataNode parent, std::string_view name, Number number) {
     if (!node) {

@@ -21,13 +21,13 @@
 /// alive and are used by one thread at a time.
 namespace Kiln::Tessel {
 
-/// One stored game object.
+/// A stored game object.
 class KILN_OBJECT_SERIALIZATION_EXPORT GameObjectData {
 public:
     GameObjectData(const DataSection& document, DataNode node) : m_document(&document), m_node(node) {}
 
-    /// A new descriptor without components. Problems are reported in the log: a UUID that is missing or malformed
-    /// becomes Uuid::ZERO, flags that don't read 0. Never null.
+    /// A new descriptor without components; never null. Problems are reported in the log: a UUID that is missing or
+    /// malformed becomes Uuid::ZERO, malformed flags become 0.
     [[nodiscard]] SmartPointer<GameObjectDescriptor> getDescriptor() const;
 
 private:
@@ -35,7 +35,7 @@ private:
     DataNode m_node;
 };
 
-/// The game objects of a document; a game object's index is its place in this pool.
+/// The game objects of a document. Their indices count from 0 in the order of the document.
 class KILN_OBJECT_SERIALIZATION_EXPORT GameObjectPool : NonCopyable {
 public:
     explicit GameObjectPool(SmartPointer<DataSection> section);
@@ -53,7 +53,7 @@ private:
     std::vector<DataNode> m_nodes;
 };
 
-/// One named property of a stored component.
+/// A named property of a stored component.
 class KILN_OBJECT_SERIALIZATION_EXPORT PropertyItem {
 public:
     explicit PropertyItem(DataNode node) : m_node(node) {}
@@ -65,15 +65,15 @@ private:
     DataNode m_node;
 };
 
-/// One stored component.
+/// A stored component.
 class KILN_OBJECT_SERIALIZATION_EXPORT ComponentItem {
 public:
     ComponentItem(const DataSection& document, const std::string& componentName, DataNode node);
 
-    /// Index of the game object that owns the component; 2^64 - 1 when it is missing or does not read.
+    /// Index of the game object that owns the component; 2^64 - 1 when it is missing or malformed.
     [[nodiscard]] std::uint64_t getGameObjectIndex() const;
 
-    /// ALL_ROLES when they are missing or do not read (an error in the log).
+    /// ALL_ROLES when they are missing or malformed; the latter is an error in the log.
     [[nodiscard]] ComponentOptions getInstanceOptions() const;
     void setInstanceOptions(ComponentOptions options);
 
@@ -92,7 +92,7 @@ private:
     ComponentItem(const DataSection& document, const std::string& componentName, DataNode node,
                   std::uint64_t gameObjectIndex);
 
-    /// A child that was found when this was made; one that has been made since is found now.
+    /// `known`, or the child of that name when it was added after this view was made.
     [[nodiscard]] DataNode child(DataNode known, std::string_view name) const {
         return known ? known : m_node.child(name);
     }
@@ -100,7 +100,7 @@ private:
     const DataSection* m_document;
     const std::string* m_componentName;
     DataNode m_node;
-    DataNode m_gameObject; ///< Children, null where there was none.
+    DataNode m_gameObject; ///< Children of the item; null for those that were missing.
     DataNode m_options;
     DataNode m_properties;
 };
@@ -113,7 +113,7 @@ public:
     /// The type's registered name.
     [[nodiscard]] const std::string& getComponentType() const noexcept { return m_type; }
 
-    /// DEFAULT_COMPONENT_VERSION when it is missing, 0 when it does not read.
+    /// DEFAULT_COMPONENT_VERSION when it is missing, 0 when it is malformed.
     [[nodiscard]] std::uint32_t getComponentVersion() const;
     void setComponentVersion(std::uint32_t version);
 
@@ -154,7 +154,7 @@ private:
     std::vector<std::unique_ptr<ComponentPool>> m_pools;
 };
 
-/// A prefab document, seen through its format. Pools belong to the format object.
+/// A view of a whole prefab document. It owns the views of its pools.
 class KILN_OBJECT_SERIALIZATION_EXPORT PrefabFormat : NonCopyable {
 public:
     static constexpr std::uint32_t FORMAT_VERSION = 1;
@@ -164,7 +164,7 @@ public:
     explicit PrefabFormat(SmartPointer<DataSection> section);
     ~PrefabFormat();
 
-    /// 0 when it is missing or does not read.
+    /// 0 when it is missing or malformed.
     [[nodiscard]] std::uint32_t getFormatVersion() const;
     void setFormatVersion(std::uint32_t version);
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* SOURCE = "object_serialization/property_io";
 
-/// Values nest no deeper in files; what lies deeper is refused instead of exhausting the stack.
+/// Limit of nested values. Deeper values are refused, so that they do not exhaust the stack.
 constexpr int MAX_DEPTH = 128;
 
 class PropertyReader {
@@ -37,16 +37,16 @@ private:
     [[nodiscard]] static const mirra::Property* findProperty(const mirra::BaseStaticMetaObject& metaObject,
                                                              DataNode node, std::size_t& expected) {
         const std::vector<mirra::Property>& properties = metaObject.properties();
-        std::size_t place = expected;
+        std::size_t index = expected;
         for (std::size_t i = 0; i < properties.size(); ++i) {
-            if (place == properties.size()) {
-                place = 0;
+            if (index == properties.size()) {
+                index = 0;
             }
-            if (node.isNamed(properties[place].name)) {
-                expected = place + 1;
-                return &properties[place];
+            if (node.isNamed(properties[index].name)) {
+                expected = index + 1;
+                return &properties[index];
             }
-            ++place;
+            ++index;
         }
         return nullptr;
     }

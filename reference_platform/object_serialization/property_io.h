@@ -11,10 +11,10 @@ namespace Kiln {
 
 class ComponentOverrideRecords;
 
-/// Reads the children of `properties` into the properties of that name. A property without child keeps its value. A
-/// child that the type does not know is a warning in the log; a text that does not parse leaves the value as it is and
-/// is an error; both name component, property, text and place. `document` is any section of the tree. With a handler,
-/// the problems go there instead of the log.
+/// Reads the children of `properties` into the properties of the same names. A property without a child keeps its
+/// value. A child that the type does not know is reported as a warning; a text that can't be parsed leaves the value
+/// unchanged and is reported as an error. Both messages name the component, the property, the text and the line. They
+/// go to the handler when there is one, else to the log. `document` is any section of the document.
 KILN_OBJECT_SERIALIZATION_EXPORT void readProperties(const DataSection& document, DataNode properties,
                                                      const mirra::ReflectedObject& object,
                                                      const std::string& componentName,

@@ -14,8 +14,8 @@ namespace Kiln {
 /// The descriptor of component type T, whose configuration is a `T::Config`: a copyable structure with a registered
 /// description, from which a T can be constructed. T may have a static `preload(const Config&)`.
 ///
-/// The prefab's own values are written only while the descriptor is stored or edited for good, so that workers can
-/// read them while objects are created; a configuration that is changed meanwhile is a copy.
+/// The prefab's own values are written only while the descriptor is stored, so that workers can read them while objects
+/// are created. Changes of the configuration during a creation go to a copy.
 template <class T>
 class ComponentDescriptor final : public IComponentDescriptor {
 public:
@@ -58,7 +58,7 @@ public:
     }
 
     void instantiate(ObjectCreation& creation, const ComponentOverrideRecords* overrides) override {
-        struct Restoring { // Also when the component's constructor throws.
+        struct Restoring { // Restores also when the component's constructor throws.
             ComponentDescriptor& descriptor;
             ~Restoring() {
                 if (descriptor.isOffPrefabProperties()) {
@@ -113,7 +113,7 @@ public:
 
     [[nodiscard]] bool hasLinks() const override { return configMeta() && configMeta()->containsLinks(); }
 
-    /// The configuration as it stands.
+    /// The current configuration.
     [[nodiscard]] const Config& config() const { return m_editable ? *m_editable : m_prefabProperties; }
 
     /// The configuration, to be changed until it is stored or restored.
@@ -127,8 +127,8 @@ public:
     /// The prefab's own values.
     [[nodiscard]] const Config& prefabProperties() const { return m_prefabProperties; }
 
-    /// Sets a member in both faces of the configuration: for state that is not reflected and so neither stored nor
-    /// restored. A worker that reads other members meanwhile is not disturbed.
+    /// Sets a member in the configuration and in the prefab's own values: for state that is not reflected and so
+    /// neither stored nor restored. Workers may read other members at the same time.
     template <class Value>
     void setState(Value Config::*member, Value value) {
         m_prefabProperties.*member = value;
@@ -156,7 +156,7 @@ private:
         return object;
     }
 
-    /// Ends the time before the first store, too.
+    /// Drops the changed copy. Before the first store there is none, but both become separate.
     void dropChanges() {
         if (isOffPrefabProperties()) {
             delete m_editable;
@@ -167,8 +167,8 @@ private:
     const ComponentTexts* m_texts;
     Config m_prefabProperties;
 
-    /// The configuration that changes go to: before the first store, when both faces are one, the prefab's own values;
-    /// later an owned copy, null until it is needed. One pointer, because there is a descriptor per stored component.
+    /// The configuration that callers change: before the first store the prefab's own values themselves, later an owned
+    /// copy, null until it is needed. A single pointer, because there is a descriptor per stored component.
     Config* m_editable = &m_prefabProperties;
 };
 

@@ -19,27 +19,32 @@
 
 namespace Kiln::Tessel {
 
-/// A prefab document: the ordered list of the game-object descriptors that a prefab file describes. Each is one node;
-/// its id is its place in the list. The hierarchy is not stored but follows from the descriptors: a node without
-/// HierarchyComponent is a root, any other names its parent by UUID. A valid prefab has exactly one root.
+namespace detail {
+class InstanceCreation;
+class InstanceGathering;
+} // namespace detail
+
+/// A prefab document: the ordered list of the game-object descriptors that a prefab file describes. Each descriptor is
+/// one node; its id is its index in the list. The hierarchy is not stored but follows from the descriptors: a node
+/// without HierarchyComponent is a root, any other names its parent by UUID. A valid prefab has exactly one root.
 ///
 /// Not for: finding and keeping prefabs by path (PrefabService), or waiting for them (Loading).
 /// Ownership: the list shares its descriptors; copies of a prefab share them too, so that a change of a descriptor
 /// shows in every copy.
-/// Threads: const queries may run concurrently; every change needs exclusive access. Creating objects belongs to the
-/// main thread; it leaves the document as it was, but no other thread may create from or serialize it meanwhile.
+/// Threads: const queries may run concurrently; every change needs exclusive access. Objects are created on the main
+/// thread; this leaves the document unchanged, but no other thread may create from it or serialize it meanwhile.
 /// Failure: reported to the caller's error handler or the engine log; the operation then yields its neutral value.
 ///
 ///     std::unique_ptr<GameObjectPrefab> prefab = GameObjectPrefab::loadHierarchy("props/lamp.prefab", nullptr);
 class KILN_TESSEL_ASSET_LOADING_EXPORT GameObjectPrefab {
 public:
-    /// "No such node": the parent of a root, for instance.
+    /// Not the id of any node: the parent of a root, for instance.
     static constexpr std::size_t INVALID_NODE_ID = std::numeric_limits<std::size_t>::max();
 
-    /// Nested prefabs are followed down to this depth below the top prefab.
+    /// Nested prefabs are loaded and created to this depth below the top prefab.
     static constexpr int MAX_NESTING_DEPTH = 5;
 
-    /// What createGameObjects() is asked for.
+    /// The arguments and the UUID map of createGameObjects().
     struct CreateConfig {
         int worldId = -1;
         Uuid instanceUuid;                       ///< A top-level object's UUID is combine(this, descriptor's UUID).
@@ -74,8 +79,8 @@ public:
     /// Null for an id out of range.
     [[nodiscard]] SmartPointer<GameObjectDescriptor> getGameObject(std::size_t id) const;
 
-    /// The first node with the UUID that the node names as its parent; INVALID_NODE_ID for a root (silently), when no
-    /// node has that UUID, and for an id out of range.
+    /// The first node that has the UUID of the node's parent. INVALID_NODE_ID for a root, when no node has that UUID,
+    /// and for an id out of range; the last two are reported.
     [[nodiscard]] std::size_t parentNodeId(std::size_t id) const;
 
     /// False for an id out of range.
@@ -95,15 +100,15 @@ public:
 
     // Reading and writing.
 
-    /// Appends the nodes of a stored document. Problems go to the handler, or to the log when it is null; only a wrong
-    /// format version and missing game objects end reading, anything else skips the smallest unit.
+    /// Appends the nodes of a stored document. Problems go to the handler, or to the log when it is null. Only a wrong
+    /// format version and missing game objects end reading; any other problem skips the smallest unit.
     void deserialize(const SmartPointer<DataSection>& section, DeseriralizeErrorHandler* handler);
 
-    /// Writes the document into an empty section and takes the written values as the prefab's own.
+    /// Writes the document into an empty section and stores the written values as the prefab's own.
     void serialize(SmartPointer<DataSection> section) const;
 
-    /// Reads a file; its root gets a PrefabComponent that names the path. Null only when the file can't be opened.
-    /// Any thread.
+    /// Reads a file and stores the path in the PrefabComponent of its root, which is added when it is missing. Null
+    /// only when the file can't be opened. Any thread.
     [[nodiscard]] static std::unique_ptr<GameObjectPrefab> loadHierarchy(const std::string& path,
                                                                          DeseriralizeErrorHandler* handler);
 
@@ -113,61 +118,53 @@ public:
 
     // Nested prefabs; one level deep.
 
-    /// `resource` of every node's PrefabComponent in node order, empty ones and repetitions included; so the root's
-    /// own path too, when the prefab was loaded by path.
+    /// `resource` of every node's PrefabComponent in node order, empty ones and repetitions included. A prefab that was
+    /// loaded by path lists its own path too, since its root names it.
     [[nodiscard]] std::vector<std::string> getNestedPrefabs() const;
 
-    /// The same from a document that is not loaded, in item order, without the empty ones.
+    /// The same for a document that is not loaded: in item order, without the empty ones.
     [[nodiscard]] static std::vector<std::string> getNestedPrefabs(SmartPointer<DataSection> document);
 
     /// Whether a file has a pool of prefab components; false when it can't be opened.
     [[nodiscard]] static bool hasNestedPrefabs(const std::string& path);
 
-    /// Lets every component descriptor preload its data, then does the same in the nested prefabs. `depth` is 0 for
-    /// the top prefab. Worker threads.
+    /// Lets the component descriptors of every node preload their data, and after each node that nests a prefab those
+    /// of the nested prefab. `depth` is 0 for the top prefab. Worker threads.
     void backgroundLoad(int depth) const;
 
     // Live objects.
 
     /// Creates the prefab's objects and those of its nested prefabs in a world: all objects first, then their
-    /// components and state flags; none is activated. Returns them root first, the others in the order of their
-    /// creation. On failure nothing is left in the world and the result is just INVALID_GAME_OBJECT.
+    /// components and state flags. No object is activated. Returns the root first and the others in the order of their
+    /// creation. On failure nothing remains in the world and the result is just INVALID_GAME_OBJECT; an exception that
+    /// a component throws also leaves nothing behind.
     [[nodiscard]] std::vector<GameObject> createGameObjects(CreateConfig& config) const;
 
-    /// Gives every node a new UUID, derived from `seed` and chance, and rewrites the links between the nodes. Changes
-    /// the shared descriptors, and so every copy of the prefab.
+    /// Gives every node a new UUID, derived from `seed` and a random UUID, and rewrites the links between the nodes.
+    /// This changes the shared descriptors, and so every copy of the prefab.
     void regenerateHierarchyUuids(const Uuid& seed);
 
 private:
+    friend class detail::InstanceCreation;
+    friend class detail::InstanceGathering;
+
     /// The first root; null when there is none.
     [[nodiscard]] const SmartPointer<GameObjectDescriptor>* findRoot() const;
 
-    /// What an item became.
-    struct CreatedObject {
-        Uuid uuid;
-        const GameObjectLink* parentLink; ///< Of its descriptor. Gone as soon as components are created.
-        GameObject object;
-        GameObject* entry = nullptr; ///< Its value in the map, where enterUuids() has entered it.
-    };
-
+    // The stages of createGameObjects(), each in one go. A creation works through them step by step instead.
     [[nodiscard]] bool gatherGameObjectsRecursively(std::vector<GameObjectCreationItem>& items,
                                                     const Uuid& instanceUuid, SmartPointer<OverrideRecords> overrides,
                                                     bool skipRoots, int depth) const;
     [[nodiscard]] SmartPointer<GameObjectDescriptor>
     mergePrefabIntoIntegrationPoint(const GameObjectPrefab* nested,
                                     SmartPointer<GameObjectDescriptor> integrationPoint) const;
-    /// The UUIDs that the items' objects have in their instances, and their parent links, without the objects.
-    [[nodiscard]] static std::vector<CreatedObject> deriveUuids(const std::vector<GameObjectCreationItem>& items);
-    /// Enters all UUIDs in an empty map, in one pass that does nothing else: the look-ups of a large map wait for
-    /// memory, and next to each other they wait at the same time. False when two are the same; the map is empty then.
-    [[nodiscard]] static bool enterUuids(std::vector<CreatedObject>& createdItems, UuidMap& objects);
     [[nodiscard]] bool createGoInstances(std::vector<GameObjectCreationItem>& items, int worldId,
-                                         std::vector<GameObject>& created, UuidMap& uuidMap,
-                                         std::vector<CreatedObject>& createdItems) const;
+                                         std::vector<GameObject>& created,
+                                         std::unordered_map<Uuid, GameObject>& uuidMap) const;
     void createComponentsAndUpdateFlags(const std::vector<GameObjectCreationItem>& items,
-                                        const std::vector<CreatedObject>& createdItems, int worldId,
-                                        const UuidMap& uuidMap) const;
-    [[nodiscard]] Uuid generateNewInstanceUuid(std::vector<GameObjectCreationItem>& items, UuidMap& objects,
+                                        const std::unordered_map<Uuid, GameObject>& uuidMap) const;
+    [[nodiscard]] Uuid generateNewInstanceUuid(std::vector<GameObjectCreationItem>& items,
+                                               std::unordered_map<Uuid, GameObject>& objects,
                                                Uuid oldInstanceUuid) const;
     void backgroundLoadRecursively(SmartPointer<GameObjectDescriptor> node, int depth) const;
 

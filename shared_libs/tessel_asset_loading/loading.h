@@ -17,7 +17,7 @@
 #include <unordered_map>
 #include <vector>
 
-/// The front door of the module: load prefabs into worlds and keep them in the cache. Stateless; every function
+/// The functions that most callers use: they load prefabs into worlds and keep them in the cache. Every function
 /// forwards to the process's PrefabService. Main thread. Paths are resource paths and are used exactly as passed.
 ///
 /// Loads are asynchronous: the file is parsed on a worker, and a later frame (EntryPoint::tick) creates the objects.
@@ -39,8 +39,8 @@ KILN_TESSEL_ASSET_LOADING_EXPORT void loadGameObject(const std::string& path, in
                                                      const std::optional<Matrix>& transform, LoadedFunction callback,
                                                      const std::optional<Uuid>& uuid = std::nullopt);
 
-/// As loadGameObject, into the world of `parent`: before it is activated, the root is attached to `parent`, and it
-/// stays inactive while that is inactive. A parent that has died meanwhile takes the new objects with it.
+/// As loadGameObject, into the world of `parent`: the root is attached to `parent` before it is activated, and it stays
+/// inactive while the parent is inactive. When the parent is gone by then, the new objects are removed.
 /// `hierarchyCallback` is called after `callback`, in the same frame.
 KILN_TESSEL_ASSET_LOADING_EXPORT void loadGameObjectIntoHierarchy(const std::string& path, GameObject parent,
                                                                   const std::optional<Matrix>& transform,
@@ -48,23 +48,25 @@ KILN_TESSEL_ASSET_LOADING_EXPORT void loadGameObjectIntoHierarchy(const std::str
                                                                   const std::optional<Uuid>& uuid = std::nullopt,
                                                                   HierarchyLoadedFunction hierarchyCallback = {});
 
-/// As loadGameObject, from a document in memory, which nobody may change until it is loaded, with overrides (may be
-/// null). The document is not cached. A null section does nothing.
+/// As loadGameObject, from a document in memory and with overrides, which may be null. Nobody may change the document
+/// until it is loaded. It is not cached. A null section does nothing.
 KILN_TESSEL_ASSET_LOADING_EXPORT void loadGameObjectSection(const SmartPointer<DataSection>& section, int worldId,
                                                             const std::optional<Matrix>& transform,
                                                             SmartPointer<OverrideRecords> overrides,
                                                             LoadedFunction callback,
                                                             const std::optional<Uuid>& uuid = std::nullopt);
 
-/// Requests a document (see PrefabService::loadDescriptor).
+/// For a non-empty path `callback` is never called; use cacheGameObjects() and loadDescriptorSync() instead. The
+/// function queues a request for the document and, unless the path is cached, starts a background load. That load fills
+/// the cache and not the request, which stays queued (see PrefabService::loadDescriptor).
 KILN_TESSEL_ASSET_LOADING_EXPORT void
 loadDescriptorAsync(const std::string& path, const std::function<void(GameObjectPrefab* prefab)>& callback);
 
 /// The document of a path, parsed now unless it is cached; owned by the cache. Null when it can't be loaded.
 [[nodiscard]] KILN_TESSEL_ASSET_LOADING_EXPORT GameObjectPrefab* loadDescriptorSync(const std::string& path);
 
-/// The documents of a path and of everything nested in it, at any depth, owned by the cache. What can't be loaded is
-/// left out; an empty document is left out too and reported in the log, for `path` itself only on request.
+/// The documents of a path and of everything nested in it, at any depth; owned by the cache. Documents that can't be
+/// loaded are left out. Empty documents are left out and reported in the log; that of `path` itself only on request.
 [[nodiscard]] KILN_TESSEL_ASSET_LOADING_EXPORT std::unordered_map<std::string, GameObjectPrefab*>
 loadDescriptorsRecursively(const std::string& path, bool reportFailures);
 
@@ -73,12 +75,12 @@ loadDescriptorsRecursively(const std::string& path, bool reportFailures);
 KILN_TESSEL_ASSET_LOADING_EXPORT void cacheGameObjects(const std::vector<std::string>& paths,
                                                        bool withoutBackgroundLoad);
 
-/// Drops paths from the cache; loads under way keep what they use.
+/// Removes paths from the cache; loads that are in progress keep the documents that they use.
 KILN_TESSEL_ASSET_LOADING_EXPORT void clearGameObjectsCache(const std::vector<std::string>& paths);
 KILN_TESSEL_ASSET_LOADING_EXPORT void fullyClearCache();
 
-/// Reads a prefab just to have every problem reported to the handler: the file that the section's child "resource"
-/// names, or else the section itself.
+/// Reads a prefab only to report its problems to the handler: the file that the section's child "resource" names, or
+/// else the section itself.
 KILN_TESSEL_ASSET_LOADING_EXPORT void validateHierarchy(const SmartPointer<DataSection>& section,
                                                         DeseriralizeErrorHandler& handler);
 

@@ -6,9 +6,8 @@
 
 namespace Kiln {
 
-/// Told by the prefab service about the root of a hierarchy that it has loaded. Reference counted; the service holds it
-/// from the request until postTick of the frame in which the root was created. All operations run on the main thread,
-/// once per load.
+/// Receives the root of a hierarchy that the prefab service has loaded. Reference counted; the service holds it from
+/// the request until postTick of the frame that creates the root. All operations run on the main thread, once per load.
 class KILN_TESSEL_ASSET_LOADING_EXPORT IObjectLoadedCallback : public SafeReferenceCount {
 public:
     IObjectLoadedCallback();
@@ -17,7 +16,7 @@ public:
     ~IObjectLoadedCallback() override;
 
     /// Called when the objects and components exist, before the root is activated; only for a root that is active by
-    /// default. Whether to activate it.
+    /// default. Returns whether to activate it.
     virtual bool onPreactivate(Tessel::GameObject root, Tessel::GameObjectManager& manager);
 
     /// Called at the end of the tick that created the root.
@@ -26,7 +25,7 @@ public:
     /// Called in postTick of the same frame.
     virtual void onObjectLoadedIntoHierarchy(Tessel::GameObject root, Tessel::GameObjectManager& manager) = 0;
 
-    /// Drops what the callback holds for onObjectLoaded. The service never calls it.
+    /// Releases the function that onObjectLoaded calls. The service never calls this.
     virtual void releaseCallback() = 0;
 };
 

@@ -10,8 +10,8 @@
 
 namespace Kiln::Tessel {
 
-/// Marks the root of a prefab instance: names the prefab that the object came from and the overrides that were applied
-/// on top of it. In a prefab, a component of this type on an object with a parent nests the named prefab there.
+/// Marks the root of a prefab instance: it names the prefab that the object was created from and the overrides that
+/// were applied. In a prefab, a component of this type on an object with a parent nests the named prefab there.
 ///
 /// Owner: the block pool of its world. Threads: the main thread.
 class KILN_TESSEL_ASSET_LOADING_EXPORT PrefabComponent final : public PoolableComponent<PrefabComponent, IComponent> {
@@ -20,7 +20,7 @@ public:
     static const std::string RESOURCE_PROPERTY;
     static const std::string OVERRIDES_DATA_PROPERTY;
 
-    /// What a component is made from and a prefab stores.
+    /// The stored configuration.
     struct Config {
         std::string resource;      ///< Resource path of the prefab file.
         std::string overridesData; ///< Override records of the instance, as text.
@@ -34,7 +34,7 @@ public:
     [[nodiscard]] const std::string& overridesData() const noexcept { return m_overridesData; }
     [[nodiscard]] bool hasOverrides() const noexcept { return m_hasOverrides; }
 
-    /// Uuid::ZERO until a load has stamped the instance's root.
+    /// Uuid::ZERO until the load is complete, and for objects that are not the root of a load.
     [[nodiscard]] const Uuid& instanceUuid() const noexcept { return m_instanceUuid; }
     void setInstanceUuid(const Uuid& uuid) noexcept { m_instanceUuid = uuid; }
 

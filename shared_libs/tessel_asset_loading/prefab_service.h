@@ -13,7 +13,9 @@
 
 namespace Kiln::Tessel {
 
+namespace detail {
 class PrefabCache;
+}
 
 /// The framework service that owns every loaded prefab of the process: a cache of documents by path, background
 /// loading, and the queue of game objects that wait for their prefab. Most callers use the functions of Loading.
@@ -22,9 +24,9 @@ class PrefabCache;
 ///
 /// Owner: EntryPoint. Threads: the main thread, except where an operation says "any thread". Locks: the loading-queue
 /// mutex, recursive and held through a whole tick, and the cache mutex, held through a whole parse. The main thread
-/// takes the former before the latter; workers take the cache mutex alone.
-/// Failure: a prefab that can't be loaded leaves a null document, reported by the parser; whoever waits for it goes on
-/// waiting.
+/// takes the queue's mutex before the cache's; workers take the cache mutex alone.
+/// Failure: a prefab that can't be loaded leaves a null document, which the parser reports; loaders that wait for it
+/// keep waiting.
 class KILN_TESSEL_ASSET_LOADING_EXPORT PrefabService final : public IService {
 public:
     PrefabService();
@@ -35,8 +37,8 @@ public:
     /// Empties the cache.
     void fini() override;
 
-    /// Creates the objects of every loader whose prefab has arrived, answers descriptor requests, and calls
-    /// onObjectLoaded of the callbacks. There is no budget: all that is ready is done.
+    /// Creates the objects of every loader whose prefab has been parsed, answers descriptor requests, and calls
+    /// onObjectLoaded of the callbacks. There is no budget: everything that is ready is done in this frame.
     void tick() override;
 
     /// Calls onObjectLoadedIntoHierarchy of the callbacks and releases them.
@@ -45,12 +47,12 @@ public:
     /// Drops the cache entries that only this world was waiting for. Its loaders stay in the queue.
     void onWorldDestroyed(int worldId) override;
 
-    /// The cached document of a path, parsed now if need be; null when it can't be loaded, and the next call tries
-    /// again. It belongs to the cache. Any thread; one parse at a time.
+    /// The cached document of a path, parsed now unless it is cached; null when it can't be loaded, and the next call
+    /// tries again. It belongs to the cache. Any thread; one parse at a time.
     GameObjectPrefab* loadPrefabData(const std::string& path);
 
-    /// As loadPrefabData, for callers that use the document while others may clear the cache: gives the cache entry,
-    /// never null, which keeps its document alive.
+    /// As loadPrefabData, for callers that use the document while others may clear the cache: returns the cache entry,
+    /// which is never null and keeps its document alive.
     SmartPointer<DescriptorCacheData> loadSharedPrefab(const std::string& path);
 
     /// Puts a document into the cache; when the path has an entry already, that stays and the document is destroyed.
@@ -70,7 +72,7 @@ public:
                         bool backgroundLoad);
 
     /// Queues the creation of a prefab's objects in a world and has the section parsed in the background; nobody may
-    /// change it meanwhile. Ignores a null section.
+    /// change the section until then. Ignores a null section.
     void loadGameObject(const SmartPointer<DataSection>& section, int worldId, const Uuid& uuid,
                         const SmartPointer<IObjectLoadedCallback>& callback, SmartPointer<OverrideRecords> overrides);
 
@@ -79,7 +81,7 @@ public:
     void loadGameObject(const std::string& path, int worldId, const Uuid& uuid,
                         const SmartPointer<IObjectLoadedCallback>& callback, SmartPointer<OverrideRecords> overrides);
 
-    /// The queue as it stands.
+    /// The loaders that wait for their prefab.
     [[nodiscard]] const std::vector<GameObjectLoader>& loadingQueue() const { return m_loadingQueue; }
 
     /// Number of requests that loadDescriptor has queued and tick has not answered.
@@ -97,14 +99,14 @@ private:
     std::recursive_mutex m_loadingQueueMutex; ///< Guards the queue and the loaded objects.
     std::vector<GameObjectLoader> m_loadingQueue;
     std::vector<DescriptorRequest> m_descriptorRequests; ///< Main thread.
-    std::unique_ptr<PrefabCache> m_prefabCache;
+    std::unique_ptr<detail::PrefabCache> m_prefabCache;
 
     /// Objects created by the current tick, for their callbacks.
     std::vector<std::pair<SmartPointer<IObjectLoadedCallback>, GameObject>> m_loadedObjects;
 
     bool m_isTicking = false; ///< In tick or postTick. Main thread.
 
-    std::mutex m_cacheMutex; ///< Guards what is done with the cache: finding, parsing and storing are one step.
+    std::mutex m_cacheMutex; ///< Makes finding, parsing and storing a cached document one step.
 };
 
 } // namespace Kiln::Tessel

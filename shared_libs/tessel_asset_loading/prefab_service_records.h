@@ -18,8 +18,8 @@ namespace Kiln::Tessel {
 
 /// Owns a document that one thread publishes to others.
 ///
-/// publish() is a release and get() an acquire: whoever sees the pointer sees the whole document. One publisher at a
-/// time. A published document stays until this is destroyed or another one is published.
+/// publish() is a release and get() an acquire: a thread that sees the pointer sees the whole document. One publisher
+/// at a time. A published document lives until this is destroyed or another one is published.
 class PublishedPrefab : NonCopyable {
 public:
     PublishedPrefab() = default;
@@ -30,7 +30,7 @@ public:
     GameObjectPrefab* operator->() const noexcept { return get(); }
     explicit operator bool() const noexcept { return get() != nullptr; }
 
-    /// Takes a document over (null for none) and destroys the one before.
+    /// Takes a document over (null for none) and destroys the previous one.
     void publish(std::unique_ptr<GameObjectPrefab> prefab) noexcept {
         delete m_prefab.exchange(prefab.release(), std::memory_order_acq_rel);
     }
@@ -53,7 +53,7 @@ struct KILN_TESSEL_ASSET_LOADING_EXPORT DescriptorCacheData final : public SafeR
 /// A game object that waits for its prefab.
 struct GameObjectLoader {
     SmartPointer<IObjectLoadedCallback> callback; ///< May be null.
-    SmartPointer<DescriptorCacheData> descriptor; ///< Where the document arrives.
+    SmartPointer<DescriptorCacheData> descriptor; ///< Receives the document.
     int worldId;
     Uuid uuid;                               ///< Instance UUID of the hierarchy.
     SmartPointer<OverrideRecords> overrides; ///< May be null.

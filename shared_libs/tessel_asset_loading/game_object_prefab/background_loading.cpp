@@ -1,9 +1,8 @@
 #include <tessel_asset_loading/game_object_prefab.h>
 
-#include <object_framework/entry_point.h>
-#include <tessel_asset_loading/detail/reporting.h>
+#include <tessel_asset_loading/game_object_prefab/nested_prefab.h>
 #include <tessel_asset_loading/prefab_component.h>
-#include <tessel_asset_loading/prefab_service.h>
+#include <tessel_asset_loading/reporting/messages.h>
 
 namespace Kiln::Tessel {
 
@@ -22,13 +21,12 @@ void GameObjectPrefab::backgroundLoadRecursively(SmartPointer<GameObjectDescript
         return;
     }
     if (depth > MAX_NESTING_DEPTH) {
-        Report::error("Nested prefabs depth has exceeded limit. It can be result of recursive references. "
-                      "(backgroundLoad)");
+        detail::Report::error("Nested prefabs depth has exceeded limit. It can be result of recursive references. "
+                              "(backgroundLoad)");
         return;
     }
-    const SmartPointer<DescriptorCacheData> nested =
-        EntryPoint::instance().getService<PrefabService>()->loadSharedPrefab(component->prefabProperties().resource);
-    if (const GameObjectPrefab* const prefab = nested->prefab.get()) {
+    const detail::NestedPrefab nested = detail::loadNestedPrefab(component->prefabProperties().resource);
+    if (const GameObjectPrefab* const prefab = nested.get()) {
         prefab->backgroundLoad(depth + 1);
     }
 }

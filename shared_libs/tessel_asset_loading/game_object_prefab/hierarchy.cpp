@@ -1,7 +1,7 @@
 #include <tessel_asset_loading/game_object_prefab.h>
 
 #include <object_framework/hierarchy_component.h>
-#include <tessel_asset_loading/detail/reporting.h>
+#include <tessel_asset_loading/reporting/messages.h>
 
 #include <algorithm>
 #include <utility>
@@ -24,7 +24,7 @@ GameObjectPrefab::~GameObjectPrefab() = default;
 
 GameObjectPrefab& GameObjectPrefab::operator=(GameObjectPrefab&& other) noexcept {
     if (this != &other) {
-        m_nodes.clear(); // The old nodes go before the others come.
+        m_nodes.clear(); // The old nodes are released before the new ones are taken over.
         m_nodes = std::exchange(other.m_nodes, {});
     }
     return *this;
@@ -32,7 +32,7 @@ GameObjectPrefab& GameObjectPrefab::operator=(GameObjectPrefab&& other) noexcept
 
 void GameObjectPrefab::addGameObject(SmartPointer<GameObjectDescriptor> descriptor) {
     if (!descriptor) {
-        Report::error("Cannot create Game Objects hierarchy node. Game object descriptor is nullptr.");
+        detail::Report::error("Cannot create Game Objects hierarchy node. Game object descriptor is nullptr.");
         return;
     }
     m_nodes.push_back(std::move(descriptor));
@@ -41,7 +41,7 @@ void GameObjectPrefab::addGameObject(SmartPointer<GameObjectDescriptor> descript
 void GameObjectPrefab::removeGameObject(SmartPointer<GameObjectDescriptor> descriptor) {
     const auto node = std::find(m_nodes.begin(), m_nodes.end(), descriptor);
     if (node == m_nodes.end()) {
-        Report::error("Cannot remove game object from hierarchy. Corresponding hierarchy node not found.");
+        detail::Report::error("Cannot remove game object from hierarchy. Corresponding hierarchy node not found.");
         return;
     }
     m_nodes.erase(node);
@@ -49,7 +49,7 @@ void GameObjectPrefab::removeGameObject(SmartPointer<GameObjectDescriptor> descr
 
 SmartPointer<GameObjectDescriptor> GameObjectPrefab::getGameObject(std::size_t id) const {
     if (id >= m_nodes.size()) {
-        Report::invalidNodeIndex(id, m_nodes.size());
+        detail::Report::invalidNodeIndex(id, m_nodes.size());
         return nullptr;
     }
     return m_nodes[id];
@@ -57,7 +57,7 @@ SmartPointer<GameObjectDescriptor> GameObjectPrefab::getGameObject(std::size_t i
 
 std::size_t GameObjectPrefab::parentNodeId(std::size_t id) const {
     if (id >= m_nodes.size()) {
-        Report::invalidNodeIndex(id, m_nodes.size());
+        detail::Report::invalidNodeIndex(id, m_nodes.size());
         return INVALID_NODE_ID;
     }
     const GameObjectLink* const link = m_nodes[id]->parentLink();
@@ -68,7 +68,7 @@ std::size_t GameObjectPrefab::parentNodeId(std::size_t id) const {
     const auto parent = std::find_if(m_nodes.begin(), m_nodes.end(),
                                      [&parentUuid](const auto& node) { return node->uuid() == parentUuid; });
     if (parent == m_nodes.end()) {
-        Report::error("Failed to find parent node for game object with non-zero parent UID");
+        detail::Report::error("Failed to find parent node for game object with non-zero parent UID");
         return INVALID_NODE_ID;
     }
     return static_cast<std::size_t>(parent - m_nodes.begin());
@@ -76,8 +76,8 @@ std::size_t GameObjectPrefab::parentNodeId(std::size_t id) const {
 
 bool GameObjectPrefab::isRootNode(std::size_t id) const {
     if (id >= m_nodes.size()) {
-        // A text of its own: the bracket is missing on purpose, log readers know both.
-        Report::error("Invalid Game Object Hierarchy node index. [%lu >= [%lu]", id, m_nodes.size());
+        // Not Report::invalidNodeIndex: the bracket is missing here on purpose.
+        detail::Report::error("Invalid Game Object Hierarchy node index. [%lu >= [%lu]", id, m_nodes.size());
         return false;
     }
     return isRoot(*m_nodes[id]);

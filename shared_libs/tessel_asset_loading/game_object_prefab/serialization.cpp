@@ -5,8 +5,8 @@
 #include <object_serialization/component_library.h>
 #include <object_serialization/prefab_format.h>
 #include <resource/file_system_utils.h>
-#include <tessel_asset_loading/detail/reporting.h>
 #include <tessel_asset_loading/prefab_component.h>
+#include <tessel_asset_loading/reporting/messages.h>
 
 #include <optional>
 #include <stdexcept>
@@ -18,29 +18,29 @@ namespace {
 /// The options that are kept in files.
 constexpr ComponentOptions STORED_OPTIONS = ALL_ROLES;
 
-/// What reading needs of a component type's record.
+/// The parts of a component type's record that reading needs.
 struct RecordValues {
     std::uint32_t version;
     ComponentOptions options;
 };
 
-/// What `fetch` yields from a record; empty, with an error in the log, when the record can't be had.
+/// The result of `fetch`; empty, with an error in the log, when the component type has no record.
 template <class Fetch>
 [[nodiscard]] auto fetchFromRecord(Fetch fetch) -> std::optional<decltype(fetch())> {
     try {
         return fetch();
     } catch (const std::runtime_error& error) {
-        Report::error("GameObjectPrefab: %s", error.what());
+        detail::Report::error("GameObjectPrefab: %s", error.what());
         return std::nullopt;
     }
 }
 
-/// A problem that goes to the handler with its context in front or, without a handler, to the log as it is.
+/// Reports a problem to the handler, after its context, or without a handler to the log, after `logPrefix`.
 void report(const DeseriralizeErrorHandler* handler, const char* logPrefix, const std::string& text) {
     if (handler) {
         handler->callback(formatText("%s. %s", handler->context.c_str(), text.c_str()));
     } else {
-        Report::error("%s%s", logPrefix, text.c_str());
+        detail::Report::error("%s%s", logPrefix, text.c_str());
     }
 }
 
@@ -74,7 +74,7 @@ void readItem(const ComponentItem& item, std::size_t id, const RecordValues& rec
               const std::vector<SmartPointer<GameObjectDescriptor>>& nodes) {
     const std::uint64_t index = item.getGameObjectIndex();
     if (index >= nodes.size()) {
-        Report::error("Error deserializing component '%s'. Game Object index out of range.", typeName.c_str());
+        detail::Report::error("Error deserializing component '%s'. Game Object index out of range.", typeName.c_str());
         return;
     }
     const ComponentOptions stored = item.getInstanceOptions();
@@ -85,7 +85,7 @@ void readItem(const ComponentItem& item, std::size_t id, const RecordValues& rec
     }
     SmartPointer<IComponentDescriptor> component = ComponentLibrary::instance().createDescriptor(id);
     if (!component) {
-        Report::error("Failed to create a component of type '%s'.", typeName.c_str());
+        detail::Report::error("Failed to create a component of type '%s'.", typeName.c_str());
         return;
     }
     component->setInstanceOptions(options);
@@ -148,14 +148,14 @@ void addPrefabComponent(GameObjectDescriptor& root) {
     const std::size_t id = library->findComponent(typeid(PrefabComponent));
     SmartPointer<IComponentDescriptor> component;
     if (id == ComponentLibrary::INVALID_ID) {
-        Report::componentTypeNotRegistered();
+        detail::Report::componentTypeNotRegistered();
     } else {
         component = library->createDescriptor(id);
     }
     root.addComponent(std::move(component));
 }
 
-/// Makes the root name the file that it was read from.
+/// Stores the path of the file in the root's PrefabComponent.
 void stampPath(GameObjectDescriptor& root, const std::string& path) {
     if (!findPrefabDescriptor(root)) {
         addPrefabComponent(root);
@@ -217,7 +217,7 @@ std::unique_ptr<GameObjectPrefab> GameObjectPrefab::loadHierarchy(const std::str
         if (handler) {
             handler->callback(formatText("%s. Prefab not found: %s", handler->context.c_str(), path.c_str()));
         }
-        Report::error("Prefab not found %s", path.c_str());
+        detail::Report::error("Prefab not found %s", path.c_str());
         return nullptr;
     }
     std::unique_ptr<GameObjectPrefab> prefab = loadHierarchy(std::move(section), handler);

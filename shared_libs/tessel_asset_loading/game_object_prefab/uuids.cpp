@@ -37,7 +37,7 @@ Uuid GameObjectPrefab::generateNewInstanceUuid(std::vector<GameObjectCreationIte
         }
         const Uuid oldKey = Uuid::combine(oldInstanceUuid, item.descriptor->uuid());
         const Uuid newKey = Uuid::combine(newInstanceUuid, item.descriptor->uuid());
-        // Without an entry, the item has no object yet, or its entry has moved already: it is only re-labelled.
+        // Without an entry the item has no object yet, or its entry has been moved already: only its instance changes.
         if (auto entry = objects.extract(oldKey)) {
             entry.key() = newKey;
             objects.insert(std::move(entry));
@@ -56,7 +56,7 @@ void GameObjectPrefab::regenerateHierarchyUuids(const Uuid& seed) {
         newUuid = Uuid::combine(seed, Uuid::generate());
     }
     for (const SmartPointer<GameObjectDescriptor>& node : m_nodes) {
-        // A descriptor that stands in the list twice is the only one whose UUID is not in the table: it is new already.
+        // Only a descriptor that is in the list twice has a UUID that is not in the table: its new one.
         if (const auto entry = table.find(node->uuid()); entry != table.end()) {
             node->setUuid(entry->second);
         }

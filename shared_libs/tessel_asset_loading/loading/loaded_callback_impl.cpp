@@ -4,7 +4,7 @@
 #include <object_framework/entry_point.h>
 #include <object_framework/hierarchy_component.h>
 #include <object_framework/world.h>
-#include <tessel_asset_loading/detail/reporting.h>
+#include <tessel_asset_loading/reporting/messages.h>
 
 #include <stdexcept>
 #include <utility>
@@ -13,11 +13,11 @@ namespace Kiln::Tessel::Loading {
 
 namespace {
 
-/// A component of the manager's world; empty, with an error in the log, when there is no such world.
+/// A new component in the manager's world; empty, with an error in the log, when the world is not valid.
 [[nodiscard]] ComponentPointer makeHierarchyComponent(GameObject parent, const GameObjectManager& manager) {
     World* const world = EntryPoint::instance().findValidWorld(manager.worldId());
     if (!world) {
-        Report::error("Failed to find valid world");
+        detail::Report::error("Failed to find valid world");
         return nullptr;
     }
     return world->getStorage<HierarchyComponent>().create(parent);
@@ -37,7 +37,7 @@ void attach(GameObject root, GameObject parent, GameObjectManager& manager) {
 void place(GameObject root, const Matrix& transform, const GameObjectManager& manager) {
     auto* const component = manager.findComponent<TransformComponent>(root);
     if (!component) {
-        Report::error("Transform component not found\n");
+        detail::Report::error("Transform component not found\n");
         return;
     }
     component->state |= TransformComponent::SETTING;

@@ -9,15 +9,15 @@
 namespace Kiln::Tessel::Loading {
 
 /// Carries a caller's plain functions, parent and placement to the service.
-class LoadedCallbackImpl final : public IObjectLoadedCallback {
+class KILN_TESSEL_ASSET_LOADING_EXPORT LoadedCallbackImpl final : public IObjectLoadedCallback {
 public:
     /// Functions may be empty, `parent` invalid.
     LoadedCallbackImpl(LoadedFunction callback, HierarchyLoadedFunction hierarchyCallback, GameObject parent,
                        const std::optional<Matrix>& transform);
     ~LoadedCallbackImpl() override;
 
-    /// Attaches the root to the parent, places it, and agrees to activation unless the parent is inactive. Removes the
-    /// root when the parent, or the root itself, has died. Throws std::runtime_error when both are one object.
+    /// Attaches the root to the parent, applies the transform, and allows activation unless the parent is inactive.
+    /// Removes the root when the parent or the root itself is gone. Throws std::runtime_error when both are the same.
     bool onPreactivate(GameObject root, GameObjectManager& manager) override;
 
     void onObjectLoaded(GameObject root, GameObjectManager& manager) override;

@@ -1,9 +1,9 @@
 #include <tessel_asset_loading/loading.h>
 
 #include <object_framework/entry_point.h>
-#include <tessel_asset_loading/detail/reporting.h>
 #include <tessel_asset_loading/loading/loaded_callback_impl.h>
 #include <tessel_asset_loading/prefab_service.h>
+#include <tessel_asset_loading/reporting/messages.h>
 
 #include <utility>
 
@@ -28,7 +28,7 @@ void collectRecursively(const std::string& path, bool report, PrefabsByPath& pre
     }
     if (prefab->isEmpty()) {
         if (report) {
-            Report::error("Failed to load prefab data for '%s'", path.c_str());
+            detail::Report::error("Failed to load prefab data for '%s'", path.c_str());
         }
         return;
     }

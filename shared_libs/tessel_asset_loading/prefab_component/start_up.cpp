@@ -11,7 +11,7 @@
 
 namespace Kiln::Tessel {
 
-// In the order in which they are set up; the start-up object below follows them in this file.
+// Initialized in this order, before the start-up object below.
 const std::string PrefabComponent::OVERRIDES_DATA_PROPERTY = "overridesData";
 const std::string PrefabComponent::RESOURCE_PROPERTY = "resource";
 
@@ -53,8 +53,9 @@ void registerMetaObjects() {
     component.finish();
 }
 
-/// Announces the module to the framework while it is being loaded. There is one such object for the whole module, as
-/// the order between the static objects of several sources is not defined. Its end, at exit, joins the workers.
+/// Registers the module with the framework while the module is being loaded. It is the only such object of the module,
+/// since the order between the static objects of several sources is not defined. Its destructor, at exit, joins the
+/// workers.
 class StartUp {
 public:
     StartUp() {

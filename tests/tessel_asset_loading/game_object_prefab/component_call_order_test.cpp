@@ -45,6 +45,9 @@ public:
         call("createOnObject");
         return nullptr;
     }
+    void instantiate(ObjectCreation& /*creation*/, const ComponentOverrideRecords* /*overrides*/) override {
+        call("instantiate");
+    }
     Tessel::IComponent* reapplyOnObject(Tessel::GameObject /*object*/, const Uuid& /*instanceUuid*/,
                                         const UuidMap& /*uuidMap*/) override {
         call("reapplyOnObject");

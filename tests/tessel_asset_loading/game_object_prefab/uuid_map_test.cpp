@@ -134,6 +134,15 @@ TEST_F(UuidMapOfCreation, reusedRootOfANestedPrefab_isFoundByItsCombinedUuid) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
+TEST_F(UuidMapOfCreation, reusedRootOfANestedPrefab_isFoundByTheIntegrationPointsUuid) {
+    cachePrefab("inner.prefab", PrefabBuilder().root(id(7), "Inner"));
+    builder.child(id(5), "Guest", id(4)).nested(id(4), "Nested", id(1), "inner.prefab");
+    config.uuidMap[Uuid::combine(live(id(4)), id(7))] = manager().createGameObject();
+    create(builder);
+    EXPECT_EQ(parentOf("Guest"), "Nested");
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
 TEST_F(UuidMapOfCreation, descriptorUuidInTheMap_isNotTheObjectsUuid) {
     config.uuidMap[id(2)] = manager().createGameObject();
     create(builder);

@@ -50,7 +50,7 @@ TEST_F(ServiceLocksTest, worker_mustNotQueueLoads) {
 
     EXPECT_THAT(assertions.messages(), ElementsAre(WORKER));
     EXPECT_EQ(assertions.failures()[0].expression, "!BackgroundTaskThread::current()");
-    EXPECT_EQ(assertions.failures()[0].file, "shared_libs/tessel_asset_loading/detail/service_locks");
+    EXPECT_EQ(assertions.failures()[0].file, "shared_libs/tessel_asset_loading/prefab_component/service/service_locks");
 }
 
 TEST_F(ServiceLocksTest, loadUnderTheCachesMutex_isOutOfOrder) {

@@ -1,8 +1,9 @@
-#include <tessel_asset_loading/prefab_component/prefab_load_task.h>
+#include <tessel_asset_loading/prefab_component/service/prefab_load_task.h>
 
 #include <core/profiler.h>
 #include <core/task_manager.h>
 #include <object_framework/entry_point.h>
+#include <tessel_asset_loading/game_object_prefab/background_priority.h>
 #include <tessel_asset_loading/prefab_service.h>
 
 #include <utility>
@@ -41,7 +42,7 @@ void PrefabLoadTask::doBackgroundTask(TaskManager& /*manager*/) {
 }
 
 void PrefabLoadTask::submit(SmartPointer<PrefabLoadTask> task) {
-    FileIOTaskManager::instance().addBackgroundTask(std::move(task), PRIORITY);
+    FileIOTaskManager::instance().addBackgroundTask(std::move(task), detail::BACKGROUND_PRIORITY);
 }
 
 } // namespace Kiln::Tessel

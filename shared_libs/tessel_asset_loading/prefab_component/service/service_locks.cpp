@@ -1,15 +1,15 @@
-#include <tessel_asset_loading/detail/service_locks.h>
+#include <tessel_asset_loading/prefab_component/service/service_locks.h>
 
 #include <core/assertions.h>
 #include <core/task_manager.h>
 
-namespace Kiln::Tessel {
+namespace Kiln::Tessel::detail {
 
 namespace {
 
-constexpr const char* SOURCE = "shared_libs/tessel_asset_loading/detail/service_locks";
+constexpr const char* SOURCE = "shared_libs/tessel_asset_loading/prefab_component/service/service_locks";
 
-// Of the calling thread.
+// Number of locks that the current thread holds.
 constinit thread_local int queueLocks = 0;
 constinit thread_local int cacheLocks = 0;
 
@@ -38,4 +38,4 @@ CacheLock::~CacheLock() {
     m_mutex.unlock();
 }
 
-} // namespace Kiln::Tessel
+} // namespace Kiln::Tessel::detail

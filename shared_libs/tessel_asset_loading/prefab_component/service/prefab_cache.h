@@ -13,8 +13,10 @@
 #include <vector>
 
 namespace Kiln::Tessel {
-
 struct DescriptorCacheData;
+}
+
+namespace Kiln::Tessel::detail {
 
 /// 64-bit FNV-1a (Fowler, Noll, Vo) over the bytes of a path.
 struct PathHash {
@@ -29,9 +31,9 @@ struct PathHash {
 
 /// The map of the prefab cache: entries by path, compared byte for byte.
 ///
-/// Threads: every operation is atomic. The lock inside guards the map alone and is held just for the operation; no
-/// other lock is taken under it. It lets the main thread look at the map without waiting for the service's cache
-/// mutex, which workers hold while they parse.
+/// Threads: every operation is atomic. The lock inside guards the map alone and is held for one operation; no other
+/// lock is taken under it. It lets the main thread read the map without waiting for the service's cache mutex, which
+/// workers hold while they parse.
 class PrefabCache : NonCopyable {
 public:
     using Entry = SmartPointer<DescriptorCacheData>;
@@ -56,4 +58,4 @@ private:
     std::unordered_map<std::string, Entry, PathHash> m_entries{8};
 };
 
-} // namespace Kiln::Tessel
+} // namespace Kiln::Tessel::detail

@@ -1,10 +1,10 @@
 #include <tessel_asset_loading/prefab_service.h>
 
-#include <core/stack_tracker.h>
-#include <tessel_asset_loading/detail/prefab_cache.h>
-#include <tessel_asset_loading/detail/reporting.h>
-#include <tessel_asset_loading/detail/service_locks.h>
 #include <tessel_asset_loading/prefab_component.h>
+#include <tessel_asset_loading/prefab_component/service/prefab_cache.h>
+#include <tessel_asset_loading/prefab_component/service/service_locks.h>
+#include <tessel_asset_loading/reporting/messages.h>
+#include <tessel_asset_loading/reporting/stack_trail.h>
 
 #include <memory>
 #include <utility>
@@ -14,7 +14,7 @@ namespace Kiln::Tessel {
 DescriptorCacheData::DescriptorCacheData() : pendingWorlds(8) {}
 DescriptorCacheData::~DescriptorCacheData() = default;
 
-PrefabService::PrefabService() : m_prefabCache(std::make_unique<PrefabCache>()) {}
+PrefabService::PrefabService() : m_prefabCache(std::make_unique<detail::PrefabCache>()) {}
 PrefabService::~PrefabService() = default;
 
 void PrefabService::init() {
@@ -22,7 +22,7 @@ void PrefabService::init() {
 }
 
 void PrefabService::fini() {
-    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::fini", Report::PREFAB_COMPONENT_SOURCE, __LINE__);
+    const detail::PrefabServiceScope<"fini"> scope;
     m_prefabCache->clear();
 }
 
@@ -31,15 +31,15 @@ GameObjectPrefab* PrefabService::loadPrefabData(const std::string& path) {
 }
 
 SmartPointer<DescriptorCacheData> PrefabService::loadSharedPrefab(const std::string& path) {
-    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::loadPrefabData", Report::PREFAB_COMPONENT_SOURCE,
-                                    __LINE__);
-    const CacheLock lock(m_cacheMutex);
+    const detail::PrefabServiceScope<"loadPrefabData"> scope;
+    const detail::CacheLock lock(m_cacheMutex);
     SmartPointer<DescriptorCacheData> entry = m_prefabCache->find(path);
     if (!entry) {
         entry = m_prefabCache->insert(path, makeSmart<DescriptorCacheData>()).first;
     }
     if (!entry->prefab) {
-        // A failure publishes nothing: a task for the empty path may have filled the entry meanwhile, without the lock.
+        // A failure publishes nothing: a task for the empty path may have filled the entry in the meantime, without the
+        // lock.
         if (std::unique_ptr<GameObjectPrefab> prefab = GameObjectPrefab::loadHierarchy(path, nullptr)) {
             entry->prefab.publish(std::move(prefab));
         }
@@ -48,25 +48,22 @@ SmartPointer<DescriptorCacheData> PrefabService::loadSharedPrefab(const std::str
 }
 
 void PrefabService::cachePrefabData(const std::string& path, std::unique_ptr<GameObjectPrefab> prefab) {
-    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::cachePrefabData", Report::PREFAB_COMPONENT_SOURCE,
-                                    __LINE__);
-    const CacheLock lock(m_cacheMutex);
+    const detail::PrefabServiceScope<"cachePrefabData"> scope;
+    const detail::CacheLock lock(m_cacheMutex);
     const SmartPointer<DescriptorCacheData> entry = makeSmart<DescriptorCacheData>();
     entry->prefab.publish(std::move(prefab));
     m_prefabCache->insert(path, entry);
 }
 
 void PrefabService::cachePrefabData(const std::string& path, bool backgroundLoad) {
-    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::cachePrefabData", Report::PREFAB_COMPONENT_SOURCE,
-                                    __LINE__);
+    const detail::PrefabServiceScope<"cachePrefabData"> scope;
     cachePrefabDataInternal(path, backgroundLoad, 0);
 }
 
 void PrefabService::cachePrefabDataInternal(const std::string& path, bool backgroundLoad, int depth) {
-    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::cachePrefabDataInternal",
-                                    Report::PREFAB_COMPONENT_SOURCE, __LINE__);
+    const detail::PrefabServiceScope<"cachePrefabDataInternal"> scope;
     if (depth > GameObjectPrefab::MAX_NESTING_DEPTH) {
-        Report::nestingTooDeep();
+        detail::Report::nestingTooDeep();
         return;
     }
     const SmartPointer<DescriptorCacheData> entry = loadSharedPrefab(path);
@@ -79,7 +76,7 @@ void PrefabService::cachePrefabDataInternal(const std::string& path, bool backgr
         if (!node) {
             continue;
         }
-        // The root of a prefab that was loaded by path names that path, so this visits the prefab itself again, too.
+        // The root of a prefab that was loaded by path names that path, so this visits the prefab itself again.
         if (const auto* const component = findPrefabDescriptor(*node)) {
             cachePrefabDataInternal(component->prefabProperties().resource, backgroundLoad, depth + 1);
         }
@@ -90,31 +87,27 @@ void PrefabService::cachePrefabDataInternal(const std::string& path, bool backgr
 }
 
 void PrefabService::clearCache() {
-    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::clearCache", Report::PREFAB_COMPONENT_SOURCE,
-                                    __LINE__);
-    const CacheLock lock(m_cacheMutex);
+    const detail::PrefabServiceScope<"clearCache"> scope;
+    const detail::CacheLock lock(m_cacheMutex);
     m_prefabCache->clear();
 }
 
 void PrefabService::clearCached(const std::string& path) {
-    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::clearCached", Report::PREFAB_COMPONENT_SOURCE,
-                                    __LINE__);
-    const CacheLock lock(m_cacheMutex);
+    const detail::PrefabServiceScope<"clearCached"> scope;
+    const detail::CacheLock lock(m_cacheMutex);
     m_prefabCache->erase(path);
 }
 
 void PrefabService::clearCached(const std::vector<std::string>& paths) {
-    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::clearCached", Report::PREFAB_COMPONENT_SOURCE,
-                                    __LINE__);
-    const CacheLock lock(m_cacheMutex);
+    const detail::PrefabServiceScope<"clearCached"> scope;
+    const detail::CacheLock lock(m_cacheMutex);
     for (const std::string& path : paths) {
         m_prefabCache->erase(path);
     }
 }
 
 void PrefabService::onWorldDestroyed(int worldId) {
-    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::onWorldDestroyed", Report::PREFAB_COMPONENT_SOURCE,
-                                    __LINE__);
+    const detail::PrefabServiceScope<"onWorldDestroyed"> scope;
     std::vector<std::string> abandoned;
     for (const auto& [path, entry] : m_prefabCache->entries()) {
         if (entry->pendingWorlds.size() == 1 && entry->pendingWorlds.contains(worldId)) {

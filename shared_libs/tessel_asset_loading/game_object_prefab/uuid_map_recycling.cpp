@@ -1,11 +1,11 @@
-#include <tessel_asset_loading/detail/object_map.h>
+#include <tessel_asset_loading/game_object_prefab/uuid_map_recycling.h>
 
 #include <core/task_manager.h>
-#include <tessel_asset_loading/prefab_component/prefab_load_task.h>
+#include <tessel_asset_loading/game_object_prefab/background_priority.h>
 
 #include <atomic>
 
-namespace Kiln::Tessel {
+namespace Kiln::Tessel::detail {
 
 namespace {
 
@@ -22,7 +22,7 @@ public:
     void doBackgroundTask(TaskManager& /*manager*/) override { UuidMap().swap(m_map); }
 
 private:
-    static inline std::atomic<bool> s_isWaiting{false}; ///< Whether there is a task.
+    static inline std::atomic<bool> s_isWaiting{false}; ///< Whether a task exists.
 
     UuidMap m_map;
 };
@@ -51,23 +51,23 @@ std::pair<UuidMap::iterator, bool> SpareNodes::emplace(UuidMap& map, const Uuid&
 }
 
 void SpareNodes::takeFrom(UuidMap& map) {
-    while (!map.empty() && m_nodes.size() < MOST) {
+    while (!map.empty() && m_nodes.size() < MAX_COUNT) {
         m_nodes.push_back(map.extract(map.begin()));
     }
     map.clear();
 }
 
-MapDisposal::~MapDisposal() {
+UuidMapDisposal::~UuidMapDisposal() {
     try {
-        if (m_map.size() < SpareNodes::MOST) {
+        if (m_map.size() < SpareNodes::MAX_COUNT) {
             SpareNodes::instance().takeFrom(m_map);
         } else if (!DisposalTask::isWaiting()) {
             SmartPointer<DisposalTask> task = makeSmart<DisposalTask>();
             task->take(m_map);
-            FileIOTaskManager::instance().addBackgroundTask(std::move(task), PrefabLoadTask::PRIORITY);
+            FileIOTaskManager::instance().addBackgroundTask(std::move(task), BACKGROUND_PRIORITY);
         }
-    } catch (...) { // NOLINT(bugprone-empty-catch): what has not been disposed of goes with the task or the map.
+    } catch (...) { // NOLINT(bugprone-empty-catch): what has not been disposed of is freed with the task or the map.
     }
 }
 
-} // namespace Kiln::Tessel
+} // namespace Kiln::Tessel::detail

@@ -1,8 +1,8 @@
-#include <tessel_asset_loading/detail/prefab_cache.h>
+#include <tessel_asset_loading/prefab_component/service/prefab_cache.h>
 
 #include <tessel_asset_loading/prefab_service_records.h>
 
-namespace Kiln::Tessel {
+namespace Kiln::Tessel::detail {
 
 PrefabCache::PrefabCache() = default;
 PrefabCache::~PrefabCache() = default;
@@ -15,8 +15,8 @@ PrefabCache::Entry PrefabCache::find(const std::string& path) const {
 
 std::pair<PrefabCache::Entry, bool> PrefabCache::insert(const std::string& path, Entry entry) {
     const std::scoped_lock lock(m_mutex);
-    const auto [place, isNew] = m_entries.try_emplace(path, std::move(entry));
-    return {place->second, isNew};
+    const auto [position, isNew] = m_entries.try_emplace(path, std::move(entry));
+    return {position->second, isNew};
 }
 
 // Documents are destroyed after the lock is released.
@@ -38,4 +38,4 @@ std::vector<std::pair<std::string, PrefabCache::Entry>> PrefabCache::entries() c
     return {m_entries.begin(), m_entries.end()};
 }
 
-} // namespace Kiln::Tessel
+} // namespace Kiln::Tessel::detail

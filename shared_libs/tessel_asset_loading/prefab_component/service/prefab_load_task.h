@@ -10,12 +10,9 @@
 namespace Kiln::Tessel {
 
 /// Parses one prefab on a worker: by path into the service's cache, or from a section into `descriptor`.
-class PrefabLoadTask final : public BackgroundTask {
+class KILN_TESSEL_ASSET_LOADING_EXPORT PrefabLoadTask final : public BackgroundTask {
 public:
-    /// Priority of all prefab loads.
-    static constexpr int PRIORITY = 96;
-
-    /// A load by path; `descriptor` is kept alive but not written to.
+    /// A load by path; `descriptor` is kept alive, but the result goes to the cache.
     PrefabLoadTask(std::string path, SmartPointer<DescriptorCacheData> descriptor, bool loadNested);
 
     /// A load from a section.
@@ -33,7 +30,7 @@ private:
     SmartPointer<DataSection> m_section;
     std::string m_path;
     SmartPointer<DescriptorCacheData> m_descriptor;
-    bool m_loadNested; ///< Walk the nested prefabs too, and let components preload.
+    bool m_loadNested; ///< Also walk the nested prefabs and let components preload.
 };
 
 } // namespace Kiln::Tessel

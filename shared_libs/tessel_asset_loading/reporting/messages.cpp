@@ -1,16 +1,17 @@
-#include <tessel_asset_loading/detail/reporting.h>
+#include <tessel_asset_loading/reporting/messages.h>
 
 #include <core/formatter.h>
 #include <core/log.h>
 
 #include <cstdarg>
 
-namespace Kiln::Tessel::Report {
+namespace Kiln::Tessel::detail::Report {
 
 namespace {
 
-void write(int severity, const std::string& text) {
-    DebugMessageHelper(0, severity, "", "tessel_asset_loading").message("%s", text.c_str());
+void write(int severity, const char* format, std::va_list arguments) {
+    DebugMessageHelper(0, severity, "", "tessel_asset_loading")
+        .message("%s", formatTextList(format, arguments).c_str());
 }
 
 } // namespace
@@ -18,17 +19,15 @@ void write(int severity, const std::string& text) {
 void error(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    const std::string text = formatTextList(format, arguments);
+    write(LogSeverity::ERROR, format, arguments);
     va_end(arguments);
-    write(LogSeverity::ERROR, text);
 }
 
 void warning(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    const std::string text = formatTextList(format, arguments);
+    write(LogSeverity::WARNING, format, arguments);
     va_end(arguments);
-    write(LogSeverity::WARNING, text);
 }
 
 void nestingTooDeep() {
@@ -43,4 +42,4 @@ void invalidNodeIndex(std::size_t id, std::size_t nodesCount) {
     error("Invalid Game Object Hierarchy node index. [%lu] >= [%lu]", id, nodesCount);
 }
 
-} // namespace Kiln::Tessel::Report
+} // namespace Kiln::Tessel::detail::Report

@@ -1,24 +1,18 @@
 #include <tessel_asset_loading/prefab_service.h>
 
-#include <core/stack_tracker.h>
 #include <object_framework/entry_point.h>
-#include <tessel_asset_loading/detail/prefab_cache.h>
-#include <tessel_asset_loading/detail/reporting.h>
-#include <tessel_asset_loading/detail/service_locks.h>
-#include <tessel_asset_loading/prefab_component/prefab_load_task.h>
+#include <tessel_asset_loading/prefab_component/service/prefab_cache.h>
+#include <tessel_asset_loading/prefab_component/service/prefab_load_task.h>
+#include <tessel_asset_loading/prefab_component/service/service_locks.h>
+#include <tessel_asset_loading/reporting/stack_trail.h>
 
 #include <utility>
 
 namespace Kiln::Tessel {
 
-namespace {
-constexpr const char* LOAD_GAME_OBJECT = "Kiln::Tessel::PrefabService::loadGameObject";
-} // namespace
-
 void PrefabService::loadDescriptor(const std::string& path, const std::function<void(GameObjectPrefab*)>& callback,
                                    bool backgroundLoad) {
-    const StackTrackerScope tracker("Kiln::Tessel::PrefabService::loadDescriptor", Report::PREFAB_COMPONENT_SOURCE,
-                                    __LINE__);
+    const detail::PrefabServiceScope<"loadDescriptor"> scope;
     const SmartPointer<DescriptorCacheData> descriptor = makeSmart<DescriptorCacheData>();
     m_descriptorRequests.push_back({descriptor, callback});
     if (!m_prefabCache->find(path)) {
@@ -29,7 +23,7 @@ void PrefabService::loadDescriptor(const std::string& path, const std::function<
 void PrefabService::loadGameObject(const SmartPointer<DataSection>& section, int worldId, const Uuid& uuid,
                                    const SmartPointer<IObjectLoadedCallback>& callback,
                                    SmartPointer<OverrideRecords> overrides) {
-    const StackTrackerScope tracker(LOAD_GAME_OBJECT, Report::PREFAB_COMPONENT_SOURCE, __LINE__);
+    const detail::PrefabServiceScope<"loadGameObject"> scope;
     if (!section) {
         return;
     }
@@ -41,14 +35,14 @@ void PrefabService::loadGameObject(const SmartPointer<DataSection>& section, int
 void PrefabService::loadGameObject(const std::string& path, int worldId, const Uuid& uuid,
                                    const SmartPointer<IObjectLoadedCallback>& callback,
                                    SmartPointer<OverrideRecords> overrides) {
-    const StackTrackerScope tracker(LOAD_GAME_OBJECT, Report::PREFAB_COMPONENT_SOURCE, __LINE__);
+    const detail::PrefabServiceScope<"loadGameObject"> scope;
     if (!EntryPoint::instance().isWorldValid(worldId)) {
         return;
     }
-    // The queue's lock, which queueLoader takes again under the cache's, comes first here as it does in tick: so there
-    // is one order of the two.
-    const QueueLock queueLock(m_loadingQueueMutex);
-    const CacheLock lock(m_cacheMutex);
+    // Take the queue's lock first, as tick does, so that the two locks have one order. queueLoader takes it again under
+    // the cache's lock.
+    const detail::QueueLock queueLock(m_loadingQueueMutex);
+    const detail::CacheLock lock(m_cacheMutex);
     const auto [entry, isNew] = m_prefabCache->insert(path, makeSmart<DescriptorCacheData>());
     if (isNew) {
         entry->pendingWorlds.insert(worldId);
@@ -60,7 +54,7 @@ void PrefabService::loadGameObject(const std::string& path, int worldId, const U
 }
 
 void PrefabService::queueLoader(GameObjectLoader loader) {
-    const QueueLock lock(m_loadingQueueMutex);
+    const detail::QueueLock lock(m_loadingQueueMutex);
     m_loadingQueue.push_back(std::move(loader));
 }
 

@@ -1,0 +1,170 @@
+#include <tessel_asset_loading/game_object_prefab/instance_gathering.h>
+
+#include <object_framework/hierarchy_component.h>
+#include <object_serialization/typed_component_descriptor.h>
+#include <tessel_asset_loading/reporting/messages.h>
+
+#include <utility>
+
+namespace Kiln::Tessel::detail {
+
+namespace {
+
+using PrefabDescriptor = ComponentDescriptor<PrefabComponent>;
+using HierarchyDescriptor = ComponentDescriptor<HierarchyComponent>;
+
+[[nodiscard]] HierarchyDescriptor* findHierarchy(const GameObjectDescriptor& node) {
+    return static_cast<HierarchyDescriptor*>(node.findComponent(NativeComponent<HierarchyComponent>::getType()));
+}
+
+/// What an integration point nests, with the overrides applied that the enclosing instance has for the point's own
+/// PrefabComponent (null for none). They are applied as long as this lives, so that they reach this instance alone.
+class NestedReference : NonCopyable {
+public:
+    NestedReference(PrefabDescriptor& component, const ComponentOverrideRecords* outer)
+        : m_restoring{component}, m_records(OverrideRecords::create(component.prefabProperties().overridesData)) {
+        component.setupOverrides(outer);
+        const SmartPointer<OverrideRecords> after = OverrideRecords::create(config().overridesData);
+        if (!m_records) {
+            m_records = after;
+        } else if (after) {
+            m_records->merge(*after);
+        }
+    }
+
+    [[nodiscard]] const std::string& resource() const { return config().resource; }
+
+    /// For the nested instance; may be null.
+    [[nodiscard]] const SmartPointer<OverrideRecords>& records() const { return m_records; }
+
+private:
+    [[nodiscard]] const PrefabComponent::Config& config() const {
+        return std::as_const(m_restoring.component).config();
+    }
+
+    struct Restoring {
+        PrefabDescriptor& component;
+        ~Restoring() { component.setupOverrides(nullptr); }
+    };
+
+    Restoring m_restoring; ///< The first member, so that it restores when the constructor throws, too.
+    SmartPointer<OverrideRecords> m_records;
+};
+
+/// The merged node's records: those for the nested instance, and the outer overrides of the integration point's own
+/// PrefabComponent, filed where the merged node's records are looked up: under its UUID or, for the first item without
+/// records of its own, the zero UUID.
+[[nodiscard]] SmartPointer<OverrideRecords> mergedNodeRecords(const SmartPointer<OverrideRecords>& records,
+                                                              const Uuid& mergedUuid, bool isFirstItem,
+                                                              const ComponentOverrideRecords* outer) {
+    if (!outer) {
+        return records;
+    }
+    SmartPointer<OverrideRecords> withOuter = records ? records->clone() : makeSmart<OverrideRecords>();
+    const bool isFoundByZero = isFirstItem && !withOuter->getRecord(mergedUuid);
+    withOuter->addBefore(isFoundByZero ? Uuid::ZERO : mergedUuid, *outer);
+    return withOuter;
+}
+
+} // namespace
+
+InstanceGathering::InstanceGathering(Items& items) : m_items(items) {
+    m_levels.reserve(GameObjectPrefab::MAX_NESTING_DEPTH + 1);
+}
+
+bool InstanceGathering::enter(const GameObjectPrefab& prefab, const Uuid& instanceUuid,
+                              SmartPointer<OverrideRecords> overrides, bool skipRoots, int depth) {
+    if (depth > GameObjectPrefab::MAX_NESTING_DEPTH) {
+        Report::nestingTooDeep();
+        return false;
+    }
+    if (!prefab.isEmpty()) {
+        m_levels.push_back({&prefab, 0, instanceUuid, std::move(overrides), skipRoots, depth, std::nullopt});
+    }
+    return true;
+}
+
+bool InstanceGathering::visitNodes(const Deadline& deadline) {
+    while (!m_levels.empty()) {
+        Level& level = m_levels.back();
+        if (level.nextNode == level.prefab->m_nodes.size()) {
+            m_levels.pop_back();
+            continue;
+        }
+        if (!visitNode(level, level.prefab->m_nodes[level.nextNode++])) {
+            return false;
+        }
+        if (deadline.hasPassed()) {
+            break;
+        }
+    }
+    return true;
+}
+
+inline bool InstanceGathering::visitNode(Level& level, const SmartPointer<GameObjectDescriptor>& node) {
+    const bool isRoot = !findHierarchy(*node);
+    if (level.skipRoots && isRoot) {
+        return true;
+    }
+    PrefabDescriptor* const component = findPrefabDescriptor(*node);
+    if (component) {
+        component->setState(&PrefabComponent::Config::hasOverrides, level.overrides && !level.overrides->empty());
+    }
+    if (component && !isRoot) {
+        return visitIntegrationPoint(level, node, *component);
+    }
+    m_items.push_back({node, level.instanceUuid, level.overrides});
+    return true;
+}
+
+/// Appends the item of the merged node and goes down into the nested prefab. A point whose prefab can't be loaded or
+/// has no root is left out.
+bool InstanceGathering::visitIntegrationPoint(Level& level, const SmartPointer<GameObjectDescriptor>& node,
+                                              PrefabDescriptor& component) {
+    const ComponentOverrideRecords* const outer =
+        level.overrides ? level.overrides->getComponentRecord(node->uuid(), component.name()) : nullptr;
+    std::optional<NestedReference> reference(std::in_place, component, outer);
+    if (!level.nesting) {
+        level.nesting.emplace(level.instanceUuid);
+    }
+    const Uuid nestedInstanceUuid = level.nesting->enclosingInstance(node->uuid());
+    const GameObjectPrefab* const nested = level.nesting->load(reference->resource());
+    if (!nested) {
+        return true;
+    }
+    SmartPointer<GameObjectDescriptor> merged = level.prefab->mergePrefabIntoIntegrationPoint(nested, node);
+    if (!merged) {
+        Report::error("Failed to instantiate prefab '%s'\n", reference->resource().c_str());
+        return true;
+    }
+    // The parent lives in the enclosing instance, so its UUID is made that of the live object: the merged node itself
+    // belongs to the nested instance.
+    if (HierarchyDescriptor* const hierarchy = findHierarchy(*merged)) {
+        GameObjectLink& parent = hierarchy->config().parent;
+        parent.setUuid(level.nesting->liveParent(parent.uuid()));
+        parent.setLiveUuid(true);
+    }
+    SmartPointer<OverrideRecords> records = reference->records();
+    reference.reset();
+    SmartPointer<OverrideRecords> mergedRecords = mergedNodeRecords(records, merged->uuid(), m_items.empty(), outer);
+    m_items.push_back({std::move(merged), nestedInstanceUuid, std::move(mergedRecords)});
+    return enter(*nested, nestedInstanceUuid, std::move(records), true, level.depth + 1);
+}
+
+const GameObjectPrefab* InstanceGathering::Nesting::load(const std::string& resource) {
+    if (!lastNested.get() || lastResource != resource) {
+        lastNested = loadNestedPrefab(resource);
+        lastResource = resource;
+    }
+    return lastNested.get();
+}
+
+const Uuid& InstanceGathering::Nesting::liveParent(const Uuid& parent) noexcept {
+    if (!lastLiveParent || lastParent != parent) {
+        lastParent = parent;
+        lastLiveParent = enclosingInstance(parent);
+    }
+    return *lastLiveParent;
+}
+
+} // namespace Kiln::Tessel::detail

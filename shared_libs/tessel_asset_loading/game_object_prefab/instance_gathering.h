@@ -1,0 +1,81 @@
+#pragma once
+
+#include <common/uuid.h>
+#include <core/non_copyable.h>
+#include <core/smart_pointer.h>
+#include <object_serialization/override_records.h>
+#include <tessel_asset_loading/game_object_prefab.h>
+#include <tessel_asset_loading/game_object_prefab/deadline.h>
+#include <tessel_asset_loading/game_object_prefab/nested_prefab.h>
+#include <tessel_asset_loading/prefab_component.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Kiln::Tessel::detail {
+
+/// Lists the creation items of a prefab and of everything nested in it, in a depth-first walk that can pause after any
+/// node: the item of an integration point stands where the point stands, followed by the items of the nested prefab.
+/// Override records are combined on the way down, from the outer prefab to the inner one.
+///
+/// Refers to the list of items and to the prefabs that enter() is given. Main thread: it writes to shared descriptors.
+class InstanceGathering : NonCopyable {
+public:
+    using Items = std::vector<GameObjectPrefab::GameObjectCreationItem>;
+
+    /// Items are appended to `items`.
+    explicit InstanceGathering(Items& items);
+
+    /// Goes down into a prefab, whose nodes are visited next. `depth` is its level below the top prefab. False, with an
+    /// error in the log, beyond the depth limit.
+    [[nodiscard]] bool enter(const GameObjectPrefab& prefab, const Uuid& instanceUuid,
+                             SmartPointer<OverrideRecords> overrides, bool skipRoots, int depth);
+
+    [[nodiscard]] bool isFinished() const noexcept { return m_levels.empty(); }
+
+    /// Visits nodes until there are none left or the deadline has passed; one node at least. False when the instance
+    /// can't be gathered: a nested prefab lies beyond the depth limit.
+    [[nodiscard]] bool visitNodes(const Deadline& deadline);
+
+private:
+    using PrefabDescriptor = ComponentDescriptor<PrefabComponent>;
+
+    /// What the integration points of one prefab share; made for the first of them.
+    struct Nesting {
+        explicit Nesting(const Uuid& instanceUuid) : enclosingInstance(instanceUuid) {}
+
+        /// The prefab of a resource path. Neighbours often nest the same one; the service is then asked once.
+        [[nodiscard]] const GameObjectPrefab* load(const std::string& resource);
+
+        /// The UUID of a point's parent in the enclosing instance. Neighbours often have the same parent.
+        [[nodiscard]] const Uuid& liveParent(const Uuid& parent) noexcept;
+
+        UuidCombiner enclosingInstance;
+        std::optional<Uuid> lastLiveParent;
+        Uuid lastParent;
+        std::string lastResource;
+        NestedPrefab lastNested;
+    };
+
+    /// A prefab that the walk is in.
+    struct Level {
+        const GameObjectPrefab* prefab;
+        std::size_t nextNode;
+        Uuid instanceUuid;
+        SmartPointer<OverrideRecords> overrides; ///< In force for the instance; may be null.
+        bool skipRoots;
+        int depth;
+        std::optional<Nesting> nesting;
+    };
+
+    [[nodiscard]] bool visitNode(Level& level, const SmartPointer<GameObjectDescriptor>& node);
+    [[nodiscard]] bool visitIntegrationPoint(Level& level, const SmartPointer<GameObjectDescriptor>& node,
+                                             PrefabDescriptor& component);
+
+    Items& m_items;
+    std::vector<Level> m_levels; ///< From the top prefab to the one whose nodes are visited.
+};
+
+} // namespace Kiln::Tessel::detail

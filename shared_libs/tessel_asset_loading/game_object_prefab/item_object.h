@@ -1,0 +1,17 @@
+#pragma once
+
+#include <common/uuid.h>
+#include <object_framework/game_object.h>
+
+namespace Kiln::Tessel::detail {
+
+/// The object of one creation item.
+struct ItemObject {
+    Uuid uuid;
+    GameObject object;           ///< Invalid until it is created or taken.
+    GameObject* entry = nullptr; ///< The value of `uuid` in the map of UUIDs; set for large instances only.
+    bool isRoot = false;         ///< Its descriptor has no parent.
+    bool isNestedRoot = false;   ///< It stands for the root of a nested prefab.
+};
+
+} // namespace Kiln::Tessel::detail

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <core/safe_reference_count.h>
+#include <core/smart_pointer.h>
+
+#include <string>
+#include <utility>
+
+namespace Kiln::Tessel {
+class GameObjectPrefab;
+}
+
+namespace Kiln::Tessel::detail {
+
+/// A prefab that another one nests. It keeps the document alive, also when the cache drops it.
+class NestedPrefab {
+public:
+    NestedPrefab() = default;
+    NestedPrefab(const GameObjectPrefab* prefab, SmartPointer<SafeReferenceCount> owner)
+        : m_prefab(prefab), m_owner(std::move(owner)) {}
+
+    /// Null when the prefab could not be loaded.
+    [[nodiscard]] const GameObjectPrefab* get() const noexcept { return m_prefab; }
+
+private:
+    const GameObjectPrefab* m_prefab = nullptr;
+    SmartPointer<SafeReferenceCount> m_owner;
+};
+
+/// The prefab of a resource path, from the prefab service: parsed now unless it is cached. Any thread. Documents reach
+/// the service through this function alone; the service's folder defines it.
+[[nodiscard]] NestedPrefab loadNestedPrefab(const std::string& resource);
+
+} // namespace Kiln::Tessel::detail
