@@ -1,8 +1,7 @@
 #include <build_paths.h>
+#include <support/prefab_text.h>
 #include <support/process_runner.h>
 #include <support/temporary_directory.h>
-#include <tessel_asset_loading/support/prefab_builder.h>
-#include <tessel_asset_loading/support/prefab_text.h>
 
 #include <gtest/gtest.h>
 

@@ -89,7 +89,7 @@ TEST_F(BadInput, deepGarbage_isNotCreated) {
 }
 
 TEST_F(BadInput, wrongVersion_isNotCreated) {
-    write("bad.prefab", PrefabText().version("2").object(1, "Root"));
+    write("bad.prefab", PrefabText().formatVersion(2).object(id(1), "Root"));
     expectNotCreated("Failed to deserialize prefab. Format version mismatch. Current version: 1. Prefab version: 2. "
                      "Content conversion is required.\n");
 }
@@ -114,30 +114,31 @@ TEST_F(BadInput, emptyListOfGameObjects_isNotCreated) {
 }
 
 TEST_F(BadInput, twoRoots_isNotCreated) {
-    write("bad.prefab", PrefabText().object(1, "A").object(2, "B"));
+    write("bad.prefab", PrefabText().object(id(1), "A").object(id(2), "B"));
     expectNotCreated("Game Objects hierarchy has more than one root.; Failed to create prefab instance.\n");
 }
 
 TEST_F(BadInput, noRoot_isNotCreated) {
-    write("bad.prefab", PrefabText().object(1, "A").object(2, "B").parent(0, 2).parent(1, 1));
+    write("bad.prefab", PrefabText().object(id(1), "A").object(id(2), "B").parent(0, id(2)).parent(1, id(1)));
     expectNotCreated("Game Objects hierarchy doesn't have root.; Failed to create prefab instance.\n");
 }
 
 TEST_F(BadInput, duplicateUuids_isNotCreated) {
-    write("bad.prefab", PrefabText().object(1, "Root").object(2, "A").object(2, "B").parent(1, 1).parent(2, 1));
+    write("bad.prefab",
+          PrefabText().object(id(1), "Root").object(id(2), "A").object(id(2), "B").parent(1, id(1)).parent(2, id(1)));
     expectNotCreated("UUID conflict detected. Trying to generate new instance UUID.; Failed to workaround UUID "
                      "conflict. Check content for Game Objects with duplicate UUIDs.; Failed to create prefab "
                      "instance.\n");
 }
 
 TEST_F(BadInput, prefabThatNestsItself_isNotCreated) {
-    write("bad.prefab", PrefabText().object(1, "A").object(2, "B").parent(1, 1).nested(1, "bad.prefab"));
+    write("bad.prefab", PrefabText().object(id(1), "A").object(id(2), "B").parent(1, id(1)).nest(1, "bad.prefab"));
     expectNotCreated(DEPTH_MESSAGE + "; Failed to create prefab instance.\n");
 }
 
 TEST_F(BadInput, cycleOfTwoPrefabs_isNotCreated) {
-    write("bad.prefab", PrefabText().object(1, "A").object(2, "B").parent(1, 1).nested(1, "other.prefab"));
-    write("other.prefab", PrefabText().object(3, "C").object(4, "D").parent(1, 3).nested(1, "bad.prefab"));
+    write("bad.prefab", PrefabText().object(id(1), "A").object(id(2), "B").parent(1, id(1)).nest(1, "other.prefab"));
+    write("other.prefab", PrefabText().object(id(3), "C").object(id(4), "D").parent(1, id(3)).nest(1, "bad.prefab"));
     expectNotCreated(DEPTH_MESSAGE + "; Failed to create prefab instance.\n");
 }
 
@@ -145,17 +146,17 @@ TEST_F(BadInput, nestingBelowTheLimit_isNotCreated) {
     for (int level = 0; level < 6; ++level) {
         const std::string name = level == 0 ? "bad" : std::to_string(level);
         write(name + ".prefab", PrefabText()
-                                    .object(1, name)
-                                    .object(2, "Place")
-                                    .parent(1, 1)
-                                    .nested(1, std::to_string(level + 1) + ".prefab"));
+                                    .object(id(1), name)
+                                    .object(id(2), "Place")
+                                    .parent(1, id(1))
+                                    .nest(1, std::to_string(level + 1) + ".prefab"));
     }
     write("6.prefab", simplePrefab());
     expectNotCreated(DEPTH_MESSAGE + "; Failed to create prefab instance.\n");
 }
 
 TEST_F(BadInput, nothingHalfBuiltIsLeft) {
-    write("bad.prefab", PrefabText().object(1, "A").object(2, "B"));
+    write("bad.prefab", PrefabText().object(id(1), "A").object(id(2), "B"));
     const TestSupport::ProcessResult result = spawn({"--dump-pools", "bad.prefab"});
     EXPECT_THAT(result.output, testing::Not(HasSubstr("Is pool empty: no")));
 }
@@ -163,9 +164,9 @@ TEST_F(BadInput, nothingHalfBuiltIsLeft) {
 TEST_F(BadInput, deepUnknownElements_areSkipped) {
     std::string nested;
     for (int level = 0; level < 300; ++level) {
-        nested = PrefabText::element("unknown", nested);
+        nested = element("unknown", nested);
     }
-    write("deep.prefab", PrefabText().object(1, "Root").raw(nested));
+    write("deep.prefab", PrefabText().object(id(1), "Root").raw(nested));
     const std::vector<Json> instances = spawnJson({"deep.prefab"});
     ASSERT_EQ(instances.size(), 1U);
     EXPECT_EQ(names(instances[0]), std::vector<std::string>{"Root"});
@@ -174,24 +175,25 @@ TEST_F(BadInput, deepUnknownElements_areSkipped) {
 }
 
 TEST_F(BadInput, valueThatDoesNotParse_isAnError) {
-    write("bad.prefab", PrefabText().object(1, "A").component("TransformComponent", 0, "<local>rubbish</local>"));
+    write("bad.prefab", PrefabText().object(id(1), "A").component("TransformComponent", 0, "<local>rubbish</local>"));
     expectCreatedWithErrors({"A"}, "Component 'TransformComponent': property 'local' can't be read as Matrix from "
                                    "'rubbish'");
 }
 
 TEST_F(BadInput, gameObjectIndexOutOfRange_isAnError) {
-    write("bad.prefab", PrefabText().object(1, "A").component("TransformComponent", "18446744073709551615"));
+    write("bad.prefab", PrefabText().object(id(1), "A").component("TransformComponent", 18446744073709551615U));
     expectCreatedWithErrors({"A"}, "Error deserializing component 'TransformComponent'. Game Object index out of "
                                    "range.");
 }
 
 TEST_F(BadInput, missingNestedFile_isAnError) {
-    write("bad.prefab", PrefabText().object(1, "A").object(2, "B").parent(1, 1).nested(1, "gone.prefab"));
+    write("bad.prefab", PrefabText().object(id(1), "A").object(id(2), "B").parent(1, id(1)).nest(1, "gone.prefab"));
     expectCreatedWithErrors({"A"}, "Prefab not found gone.prefab");
 }
 
 TEST_F(BadInput, parentCycle_isAnError) {
-    write("bad.prefab", PrefabText().object(1, "Root").object(2, "A").object(3, "B").parent(1, 3).parent(2, 2));
+    write("bad.prefab",
+          PrefabText().object(id(1), "Root").object(id(2), "A").object(id(3), "B").parent(1, id(3)).parent(2, id(2)));
     expectCreatedWithErrors({"Root", "A", "B"}, "Parent of game object 'B' is refused: 'A' is the object itself or "
                                                 "one of its descendants");
 }
@@ -203,8 +205,8 @@ TEST_F(BadInput, malformedUuid_isAnError) {
 }
 
 TEST_F(BadInput, errorInASharedNestedFile_isReportedForEachPrefab) {
-    write("bad.prefab", PrefabText().object(1, "A").component("TransformComponent", 0, "<local>rubbish</local>"));
-    write("outer.prefab", PrefabText().object(1, "O").object(2, "P").parent(1, 1).nested(1, "bad.prefab"));
+    write("bad.prefab", PrefabText().object(id(1), "A").component("TransformComponent", 0, "<local>rubbish</local>"));
+    write("outer.prefab", PrefabText().object(id(1), "O").object(id(2), "P").parent(1, id(1)).nest(1, "bad.prefab"));
     const TestSupport::ProcessResult result = spawn({"bad.prefab", "outer.prefab", "bad.prefab"});
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_THAT(lines(result.errors), testing::Contains(HasSubstr("kiln-prefab: outer.prefab: errors")).Times(1));

@@ -22,16 +22,16 @@ TEST_F(Diagnostics, verbose_tellsOfTheDepthMessagesOfTheCachingWalk) {
 }
 
 TEST_F(Diagnostics, warning_isShownAndIsNoError) {
-    write("a.prefab", PrefabText().object(1, "A").object(2, "B").parent(1, 77));
+    write("a.prefab", PrefabText().object(id(1), "A").object(id(2), "B").parent(1, id(77)));
     const TestSupport::ProcessResult result = spawn({"a.prefab"});
     EXPECT_EQ(result.errors, "warning: Game object 'B', component 'HierarchyComponent': the link to " +
-                                 numbered(77).toString() + " resolves to nothing\n");
+                                 id(77).toString() + " resolves to nothing\n");
     EXPECT_EQ(result.exitStatus, 0);
 }
 
 TEST_F(Diagnostics, repeatedMessage_isShownOnceWithItsCount) {
     write("a.prefab", PrefabText()
-                          .object(1, "A")
+                          .object(id(1), "A")
                           .component("TransformComponent", 7)
                           .component("TransformComponent", 8)
                           .component("TransformComponent", 9));
@@ -42,7 +42,7 @@ TEST_F(Diagnostics, repeatedMessage_isShownOnceWithItsCount) {
 
 TEST_F(Diagnostics, differentMessages_keepTheirOrder) {
     write("a.prefab", PrefabText()
-                          .object(1, "A")
+                          .object(id(1), "A")
                           .component("TransformComponent", 7)
                           .component("HierarchyComponent", 7)
                           .component("TransformComponent", 8));
@@ -56,9 +56,9 @@ TEST_F(Diagnostics, differentMessages_keepTheirOrder) {
 TEST_F(Diagnostics, manyDifferentErrors_areCutShortInTheReason) {
     PrefabText prefab;
     for (std::size_t i = 0; i < 13; ++i) {
-        prefab.object(i + 1, "A").component("TransformComponent", i, "<local>bad" + std::to_string(i) + "</local>");
+        prefab.object(id(i + 1), "A").component("TransformComponent", i, "<local>bad" + std::to_string(i) + "</local>");
         if (i > 0) {
-            prefab.parent(i, 1);
+            prefab.parent(i, id(1));
         }
     }
     write("a.prefab", prefab);
@@ -75,7 +75,7 @@ TEST_F(Diagnostics, controlCharactersInMessages_areShownAsCodes) {
 }
 
 TEST_F(Diagnostics, failedPrefab_namesTheReasonAndNotTheCachingWalk) {
-    write("a.prefab", PrefabText().object(1, "A").object(2, "B"));
+    write("a.prefab", PrefabText().object(id(1), "A").object(id(2), "B"));
     const std::vector<std::string> errors = lines(spawn({"a.prefab"}).errors);
     ASSERT_FALSE(errors.empty());
     EXPECT_EQ(errors.back(), "kiln-prefab: a.prefab: not created: Game Objects hierarchy has more than one root.; "
@@ -83,12 +83,12 @@ TEST_F(Diagnostics, failedPrefab_namesTheReasonAndNotTheCachingWalk) {
 }
 
 TEST_F(Diagnostics, unknownComponents_areCountedByType) {
-    write("inner.prefab", PrefabText().object(1, "I").component("NodeComponent", 0).component("NodeComponent", 0));
+    write("inner.prefab", PrefabText().object(id(1), "I").component("NodeComponent", 0).component("NodeComponent", 0));
     write("a.prefab", PrefabText()
-                          .object(1, "A")
-                          .object(2, "B")
-                          .parent(1, 1)
-                          .nested(1, "inner.prefab")
+                          .object(id(1), "A")
+                          .object(id(2), "B")
+                          .parent(1, id(1))
+                          .nest(1, "inner.prefab")
                           .component("NodeComponent", 0)
                           .component("BuoyComponent", 1));
     const TestSupport::ProcessResult result = spawn({"--instances", "2", "a.prefab"});

@@ -11,7 +11,7 @@ using JsonOutput = KilnPrefabTest;
 const std::string INSTANCE = "5b0f1c2e-6a0d-4f43-9f6e-0d9a35b1c001";
 
 [[nodiscard]] std::string liveUuid(std::uint64_t number) {
-    return Uuid::combine(*Uuid::fromString(INSTANCE), numbered(number)).toString();
+    return Uuid::combine(*Uuid::fromString(INSTANCE), id(number)).toString();
 }
 
 /// What one file that is loaded by path has the caching walk log.
@@ -24,7 +24,7 @@ const std::string INSTANCE = "5b0f1c2e-6a0d-4f43-9f6e-0d9a35b1c001";
 }
 
 TEST_F(JsonOutput, createdInstance_isExactlyThisLine) {
-    write("a.prefab", PrefabText().object(1, "Root").object(2, "Child", 1).parent(1, 1));
+    write("a.prefab", PrefabText().object(id(1), "Root").object(id(2), "Child", 1).parent(1, id(1)));
     const std::vector<Json> instances = spawnJson({"--instance-uuid", INSTANCE, "a.prefab"});
     ASSERT_EQ(instances.size(), 1U);
     EXPECT_EQ(m_result.output,
@@ -57,7 +57,12 @@ TEST_F(JsonOutput, failedInstances_haveALineEach) {
 }
 
 TEST_F(JsonOutput, root_isFirstEvenWhenItIsNotStoredFirst) {
-    write("a.prefab", PrefabText().object(1, "Child").object(2, "Root").object(3, "Other").parent(0, 2).parent(2, 1));
+    write("a.prefab", PrefabText()
+                          .object(id(1), "Child")
+                          .object(id(2), "Root")
+                          .object(id(3), "Other")
+                          .parent(0, id(2))
+                          .parent(2, id(1)));
     const std::vector<Json> instances = spawnJson({"a.prefab"});
     ASSERT_EQ(instances.size(), 1U);
     EXPECT_EQ(names(instances[0]), (std::vector<std::string>{"Root", "Child", "Other"}));
@@ -66,7 +71,7 @@ TEST_F(JsonOutput, root_isFirstEvenWhenItIsNotStoredFirst) {
 }
 
 TEST_F(JsonOutput, secondInstance_hasOnlyItsOwnObjectsAndLog) {
-    write("a.prefab", PrefabText().object(1, "Root").object(2, "Child").parent(1, 1));
+    write("a.prefab", PrefabText().object(id(1), "Root").object(id(2), "Child").parent(1, id(1)));
     const std::vector<Json> instances = spawnJson({"--instances", "2", "a.prefab"});
     ASSERT_EQ(instances.size(), 2U);
     EXPECT_EQ(names(instances[1]), (std::vector<std::string>{"Root", "Child"}));
@@ -75,7 +80,7 @@ TEST_F(JsonOutput, secondInstance_hasOnlyItsOwnObjectsAndLog) {
 }
 
 TEST_F(JsonOutput, invalidUtf8_isReplaced) {
-    write("a.prefab", PrefabText().object(1, "Ro\xFFot"));
+    write("a.prefab", PrefabText().object(id(1), "Ro\xFFot"));
     const std::vector<Json> instances = spawnJson({"a.prefab"});
     ASSERT_EQ(instances.size(), 1U);
     EXPECT_EQ(names(instances[0]), std::vector<std::string>{"Ro\xEF\xBF\xBDot"});
@@ -90,14 +95,14 @@ TEST_F(JsonOutput, fileNameThatIsNotUtf8_isReplaced) {
 }
 
 TEST_F(JsonOutput, specialCharacters_areEscaped) {
-    write("a.prefab", PrefabText().object(1, "\"Quoted\"\n&lt;lamp&gt; \xC3\xBC"));
+    write("a.prefab", PrefabText().object(id(1), "\"Quoted\"\n&lt;lamp&gt; \xC3\xBC"));
     const std::vector<Json> instances = spawnJson({"a.prefab"});
     ASSERT_EQ(instances.size(), 1U);
     EXPECT_EQ(names(instances[0]), std::vector<std::string>{"\"Quoted\"\n<lamp> \xC3\xBC"});
 }
 
 TEST_F(JsonOutput, messages_keepTheirTextAndSeverity) {
-    write("a.prefab", PrefabText().object(1, "A").object(2, "B"));
+    write("a.prefab", PrefabText().object(id(1), "A").object(id(2), "B"));
     const std::vector<Json> instances = spawnJson({"a.prefab"});
     ASSERT_EQ(instances.size(), 1U);
     const Json& log = instances[0]["log"];
@@ -105,7 +110,7 @@ TEST_F(JsonOutput, messages_keepTheirTextAndSeverity) {
 }
 
 TEST_F(JsonOutput, warnings_areInTheLog) {
-    write("a.prefab", PrefabText().object(1, "A").component("TransformComponent", 0, "<colour>red</colour>"));
+    write("a.prefab", PrefabText().object(id(1), "A").component("TransformComponent", 0, "<colour>red</colour>"));
     const std::vector<Json> instances = spawnJson({"a.prefab"});
     ASSERT_EQ(instances.size(), 1U);
     ASSERT_EQ(logTexts(instances[0]).size(), 1U);

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "prefab_text.h"
-
 #include <build_paths.h>
 #include <common/uuid.h>
+#include <support/prefab_text.h>
 #include <support/process_runner.h>
 #include <support/temporary_directory.h>
 
@@ -21,6 +20,10 @@
 namespace Kiln::PrefabTool::Test {
 
 using Json = nlohmann::ordered_json;
+using TestSupport::element;
+using TestSupport::id;
+using TestSupport::PrefabText;
+using TestSupport::simplePrefab;
 
 inline const std::string DEPTH_MESSAGE =
     "Nested prefabs depth has exceeded limit. It can be result of recursive references.";

@@ -14,9 +14,9 @@ const std::string LIBRARY = KILN_BUILD_LIB_DIR "/libkiln_prefab_test_components.
 class Library : public KilnPrefabTest {
 protected:
     [[nodiscard]] static PrefabText note(const std::string& text, int severity) {
-        return PrefabText().object(1, "A").component("NoteComponent", 0,
-                                                     PrefabText::element("text", text) +
-                                                         PrefabText::element("severity", std::to_string(severity)));
+        return PrefabText()
+            .object(id(1), "A")
+            .component("NoteComponent", 0, element("text", text) + element("severity", std::to_string(severity)));
     }
 };
 
@@ -82,7 +82,7 @@ TEST_F(Library, depthMessageOfTheMainThread_isAnError) {
 }
 
 TEST_F(Library, componentThatThrows_failsItsInstanceOnly) {
-    write("bad.prefab", PrefabText().object(1, "A").component("ThrowingComponent", 0));
+    write("bad.prefab", PrefabText().object(id(1), "A").component("ThrowingComponent", 0));
     write("good.prefab", simplePrefab());
     const std::vector<Json> instances = spawnJson({"--load", LIBRARY, "bad.prefab", "good.prefab"});
     ASSERT_EQ(instances.size(), 2U);
@@ -93,7 +93,7 @@ TEST_F(Library, componentThatThrows_failsItsInstanceOnly) {
 }
 
 TEST_F(Library, errorsWhileTheWorldIsDestroyed_areReported) {
-    write("a.prefab", PrefabText().object(1, "A").component("FarewellComponent", 0));
+    write("a.prefab", PrefabText().object(id(1), "A").component("FarewellComponent", 0));
     const TestSupport::ProcessResult result = spawn({"--load", LIBRARY, "--instances", "2", "a.prefab"});
     EXPECT_EQ(result.errors, "error: farewell (2 times)\n"
                              "kiln-prefab: a.prefab: errors while its world was destroyed: farewell\n");

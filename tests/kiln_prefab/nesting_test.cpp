@@ -7,8 +7,9 @@ namespace {
 using Nesting = KilnPrefabTest;
 
 TEST_F(Nesting, nestedObjects_areListedUnderTheirLiveParents) {
-    write("inner.prefab", PrefabText().object(1, "Inner").object(2, "Leaf").parent(1, 1));
-    write("outer.prefab", PrefabText().object(1, "Outer").object(2, "Place").parent(1, 1).nested(1, "inner.prefab"));
+    write("inner.prefab", PrefabText().object(id(1), "Inner").object(id(2), "Leaf").parent(1, id(1)));
+    write("outer.prefab",
+          PrefabText().object(id(1), "Outer").object(id(2), "Place").parent(1, id(1)).nest(1, "inner.prefab"));
     const std::vector<Json> instances = spawnJson({"outer.prefab"});
     ASSERT_EQ(instances.size(), 1U);
     ASSERT_EQ(names(instances[0]), (std::vector<std::string>{"Outer", "Place", "Leaf"}));
@@ -19,10 +20,10 @@ TEST_F(Nesting, nestedObjects_areListedUnderTheirLiveParents) {
 TEST_F(Nesting, nestingToTheLimit_isCreated) {
     for (int level = 0; level < 5; ++level) {
         write(std::to_string(level) + ".prefab", PrefabText()
-                                                     .object(1, "Root")
-                                                     .object(2, "Level " + std::to_string(level + 1))
-                                                     .parent(1, 1)
-                                                     .nested(1, std::to_string(level + 1) + ".prefab"));
+                                                     .object(id(1), "Root")
+                                                     .object(id(2), "Level " + std::to_string(level + 1))
+                                                     .parent(1, id(1))
+                                                     .nest(1, std::to_string(level + 1) + ".prefab"));
     }
     write("5.prefab", simplePrefab());
     const std::vector<Json> instances = spawnJson({"0.prefab"});
@@ -34,7 +35,8 @@ TEST_F(Nesting, nestingToTheLimit_isCreated) {
 }
 
 TEST_F(Nesting, instances_doNotDependOnPrefabsLoadedBefore) {
-    write("outer.prefab", PrefabText().object(1, "Outer").object(2, "Place").parent(1, 1).nested(1, "gone.prefab"));
+    write("outer.prefab",
+          PrefabText().object(id(1), "Outer").object(id(2), "Place").parent(1, id(1)).nest(1, "gone.prefab"));
     const std::vector<Json> instances = spawnJson({"outer.prefab", "gone.prefab"});
     ASSERT_EQ(instances.size(), 2U);
     EXPECT_EQ(logTexts(instances[1]), std::vector<std::string>{"Prefab not found gone.prefab"});

@@ -107,14 +107,14 @@ TEST_F(Options, root_isWherePathsAreLookedUp) {
 TEST_F(Options, root_isWhereNestedPrefabsAreLookedUp) {
     write("content/inner.prefab", simplePrefab());
     write("content/outer.prefab",
-          PrefabText().object(1, "Outer").object(2, "Place").parent(1, 1).nested(1, "inner.prefab"));
+          PrefabText().object(id(1), "Outer").object(id(2), "Place").parent(1, id(1)).nest(1, "inner.prefab"));
     EXPECT_EQ(spawn({"--root", "content", "outer.prefab"}).exitStatus, 0);
 }
 
 TEST_F(Options, severalRoots_firstMatchWins) {
-    write("one/a.prefab", PrefabText().object(1, "From one"));
-    write("two/a.prefab", PrefabText().object(1, "From two"));
-    write("two/b.prefab", PrefabText().object(1, "Only in two"));
+    write("one/a.prefab", PrefabText().object(id(1), "From one"));
+    write("two/a.prefab", PrefabText().object(id(1), "From two"));
+    write("two/b.prefab", PrefabText().object(id(1), "Only in two"));
     const std::vector<Json> instances = spawnJson({"--root", "one", "--root", "two", "a.prefab", "b.prefab"});
     ASSERT_EQ(instances.size(), 2U);
     EXPECT_EQ(instances[0]["objects"][0]["name"], "From one");
@@ -132,7 +132,7 @@ TEST_F(Options, doubleDash_allowsNamesThatLookLikeOptions) {
 }
 
 TEST_F(Options, severalPrefabs_areLoadedInOrder) {
-    write("b.prefab", PrefabText().object(1, "B"));
+    write("b.prefab", PrefabText().object(id(1), "B"));
     const std::vector<Json> instances = spawnJson({"b.prefab", "a.prefab", "b.prefab"});
     ASSERT_EQ(instances.size(), 3U);
     EXPECT_EQ(instances[0]["prefab"], "b.prefab");
@@ -142,7 +142,7 @@ TEST_F(Options, severalPrefabs_areLoadedInOrder) {
 }
 
 TEST_F(Options, instances_areCreatedSoManyTimes) {
-    write("b.prefab", PrefabText().object(1, "B"));
+    write("b.prefab", PrefabText().object(id(1), "B"));
     const std::vector<Json> instances = spawnJson({"--instances", "3", "a.prefab", "b.prefab"});
     ASSERT_EQ(instances.size(), 6U);
     EXPECT_EQ(instances[2]["prefab"], "a.prefab");
@@ -163,7 +163,7 @@ TEST_F(Options, instanceUuid_isThatOfEveryInstance) {
     const std::string uuid = "5B0F1C2E-6A0D-4F43-9F6E-0D9A35B1C001";
     const std::vector<Json> instances = spawnJson({"--instance-uuid", uuid, "--instances", "2", "a.prefab"});
     ASSERT_EQ(instances.size(), 2U);
-    const std::string objectUuid = Uuid::combine(*Uuid::fromString(uuid), numbered(1)).toString();
+    const std::string objectUuid = Uuid::combine(*Uuid::fromString(uuid), id(1)).toString();
     for (const Json& instance : instances) {
         EXPECT_EQ(instance["instanceUuid"], "5b0f1c2e-6a0d-4f43-9f6e-0d9a35b1c001");
         EXPECT_EQ(instance["objects"][0]["uuid"], objectUuid);
@@ -175,7 +175,7 @@ TEST_F(Options, fractionalTimeout_isTaken) {
 }
 
 TEST_F(Options, underInactiveParent_leavesTheInstanceInactive) {
-    write("b.prefab", PrefabText().object(1, "Root").object(2, "Child").parent(1, 1));
+    write("b.prefab", PrefabText().object(id(1), "Root").object(id(2), "Child").parent(1, id(1)));
     const std::vector<Json> instances = spawnJson({"--under-inactive-parent", "--instances", "2", "b.prefab"});
     ASSERT_EQ(instances.size(), 2U);
     for (const Json& instance : instances) {

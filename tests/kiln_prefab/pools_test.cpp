@@ -11,7 +11,7 @@ using testing::Not;
 
 class Pools : public KilnPrefabTest {
 protected:
-    Pools() { write("a.prefab", PrefabText().object(1, "Root").object(2, "Child").parent(1, 1)); }
+    Pools() { write("a.prefab", PrefabText().object(id(1), "Root").object(id(2), "Child").parent(1, id(1))); }
 
     [[nodiscard]] static std::vector<std::string> titles(const std::string& text) {
         std::vector<std::string> result;

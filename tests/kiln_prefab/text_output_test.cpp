@@ -13,15 +13,19 @@ using testing::Not;
 class TextOutput : public KilnPrefabTest {
 protected:
     TextOutput() {
-        write("lamp.prefab",
-              PrefabText().object(1, "Lamp").object(2, "Bulb").object(3, "Switch", 1).parent(1, 1).parent(2, 1));
+        write("lamp.prefab", PrefabText()
+                                 .object(id(1), "Lamp")
+                                 .object(id(2), "Bulb")
+                                 .object(id(3), "Switch", 1)
+                                 .parent(1, id(1))
+                                 .parent(2, id(1)));
         write("quay.prefab", PrefabText()
-                                 .object(1, "Quay")
-                                 .object(2, "North lamp")
-                                 .object(3, "Bollard")
-                                 .parent(1, 1)
-                                 .parent(2, 1)
-                                 .nested(1, "lamp.prefab")
+                                 .object(id(1), "Quay")
+                                 .object(id(2), "North lamp")
+                                 .object(id(3), "Bollard")
+                                 .parent(1, id(1))
+                                 .parent(2, id(1))
+                                 .nest(1, "lamp.prefab")
                                  .component("TransformComponent", 0));
     }
 };
@@ -47,13 +51,13 @@ TEST_F(TextOutput, oneObject_isCountedInTheSingular) {
 
 TEST_F(TextOutput, fileNestedTwice_countsOnce) {
     write("a.prefab", PrefabText()
-                          .object(1, "A")
-                          .object(2, "One")
-                          .object(3, "Two")
-                          .parent(1, 1)
-                          .parent(2, 1)
-                          .nested(1, "lamp.prefab")
-                          .nested(2, "lamp.prefab"));
+                          .object(id(1), "A")
+                          .object(id(2), "One")
+                          .object(id(3), "Two")
+                          .parent(1, id(1))
+                          .parent(2, id(1))
+                          .nest(1, "lamp.prefab")
+                          .nest(2, "lamp.prefab"));
     EXPECT_THAT(spawn({"a.prefab"}).output, HasSubstr("\n7 objects, 2 prefab files, "));
 }
 
@@ -64,7 +68,7 @@ TEST_F(TextOutput, rootUnderInactiveParent_isTheTopOfTheTree) {
 }
 
 TEST_F(TextOutput, objectWithoutParent_isATreeOfItsOwn) {
-    write("a.prefab", PrefabText().object(1, "A").object(2, "Stray").parent(1, 77));
+    write("a.prefab", PrefabText().object(id(1), "A").object(id(2), "Stray").parent(1, id(77)));
     EXPECT_THAT(spawn({"a.prefab"}).output,
                 HasSubstr("\nA [PrefabComponent] from a.prefab\nStray [HierarchyComponent] (inactive)\n"));
 }
@@ -86,7 +90,7 @@ TEST_F(TextOutput, failedInstance_writesNothingToStdout) {
 }
 
 TEST_F(TextOutput, controlCharactersInNames_areShownAsCodes) {
-    write("a.prefab", PrefabText().object(1, "A\x1B[31m\nB"));
+    write("a.prefab", PrefabText().object(id(1), "A\x1B[31m\nB"));
     EXPECT_THAT(spawn({"a.prefab"}).output, HasSubstr("\nA\\x1b[31m\\x0aB [PrefabComponent] from a.prefab\n"));
 }
 
@@ -94,9 +98,9 @@ TEST_F(TextOutput, deepHierarchy_isWrittenWhole) {
     constexpr std::size_t DEPTH = 300;
     PrefabText prefab;
     for (std::size_t level = 0; level < DEPTH; ++level) {
-        prefab.object(level + 1, "Level " + std::to_string(level));
+        prefab.object(id(level + 1), "Level " + std::to_string(level));
         if (level > 0) {
-            prefab.parent(level, level);
+            prefab.parent(level, id(level));
         }
     }
     write("deep.prefab", prefab);

@@ -2,11 +2,13 @@
 #include <prefab_inspection/prefab_closure.h>
 #include <resource/file_system_utils.h>
 #include <support/log_capture.h>
+#include <support/prefab_text.h>
 #include <support/temporary_directory.h>
 
+#include <cstddef>
 #include <filesystem>
+#include <limits>
 #include <string>
-#include <string_view>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,26 +22,19 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
+using TestSupport::id;
+using TestSupport::PrefabText;
 
-[[nodiscard]] std::string pool(const std::string& type, const std::string& items) {
-    return "<pool><type>" + type + "</type><version>1</version>" + items + "</pool>";
-}
-
-[[nodiscard]] std::string item(const std::string& index, const std::string& properties = "") {
-    return "<item><gameObject>" + index + "</gameObject><properties>" + properties + "</properties></item>";
-}
+constexpr std::size_t NO_OBJECT = std::numeric_limits<std::size_t>::max();
 
 /// Two objects, a root and a child.
-[[nodiscard]] std::string document(const std::string& pools, const std::string& version = "1") {
-    return "<prefab><formatVersion>" + version +
-           "</formatVersion><gameObjects><gameObject><uuid>00000000-0000-0000-0000-000000000001</uuid></gameObject>"
-           "<gameObject><uuid>00000000-0000-0000-0000-000000000002</uuid></gameObject></gameObjects><components>" +
-           pool("HierarchyComponent", item("1", "<parent>00000000-0000-0000-0000-000000000001</parent>")) + pools +
-           "</components></prefab>";
+[[nodiscard]] PrefabText document() {
+    return PrefabText().object(id(1), "Root").object(id(2), "Child").parent(1, id(1));
 }
 
-[[nodiscard]] std::string nesting(const std::string& resource, const std::string& index = "1") {
-    return pool("PrefabComponent", item(index, "<resource>" + resource + "</resource>"));
+/// The same, and the child nests a prefab.
+[[nodiscard]] PrefabText nesting(const std::string& resource) {
+    return document().nest(1, resource);
 }
 
 class PrefabClosureTest : public testing::Test {
@@ -47,14 +42,14 @@ protected:
     PrefabClosureTest() { FS::Utils::addResourceRoot(m_directory.path().string()); }
     ~PrefabClosureTest() override { FS::Utils::clearResourceRoots(); }
 
-    void write(const std::string& name, std::string_view text) const { m_directory.writeFile(name, text); }
+    void write(const std::string& name, const PrefabText& prefab) const { m_directory.writeFile(name, prefab.text()); }
 
     TestSupport::TemporaryDirectory m_directory;
     TestSupport::LogCapture m_log;
 };
 
 TEST_F(PrefabClosureTest, plainPrefab_isJustItsFile) {
-    write("a.prefab", document(""));
+    write("a.prefab", document());
     const PrefabClosure closure = inspectClosure("a.prefab");
     EXPECT_THAT(closure.files, ElementsAre("a.prefab"));
     EXPECT_THAT(closure.unknownComponents, IsEmpty());
@@ -73,7 +68,7 @@ TEST_F(PrefabClosureTest, directory_givesNothingAndIsLogged) {
 }
 
 TEST_F(PrefabClosureTest, fileThatIsNotWellFormed_givesNothingAndIsLogged) {
-    write("a.prefab", "<prefab>");
+    m_directory.writeFile("a.prefab", "<prefab>");
     EXPECT_THAT(inspectClosure("a.prefab").files, IsEmpty());
     EXPECT_THAT(m_log.texts(), ElementsAre(testing::StartsWith("XML error in 'a.prefab' at line 1")));
 }
@@ -84,94 +79,100 @@ TEST_F(PrefabClosureTest, pipe_isListedButNotRead) {
 }
 
 TEST_F(PrefabClosureTest, nestedFiles_areListedLevelByLevelOnceEach) {
-    write("a.prefab", document(nesting("b.prefab") + nesting("c.prefab") + nesting("b.prefab")));
-    write("b.prefab", document(nesting("d.prefab")));
-    write("c.prefab", document(nesting("d.prefab")));
-    write("d.prefab", document(""));
+    write("a.prefab", nesting("b.prefab").nest(1, "c.prefab").nest(1, "b.prefab"));
+    write("b.prefab", nesting("d.prefab"));
+    write("c.prefab", nesting("d.prefab"));
+    write("d.prefab", document());
     EXPECT_THAT(inspectClosure("a.prefab").files, ElementsAre("a.prefab", "b.prefab", "c.prefab", "d.prefab"));
 }
 
 TEST_F(PrefabClosureTest, missingNestedFile_isLeftOut) {
-    write("a.prefab", document(nesting("gone.prefab") + nesting("b.prefab")));
-    write("b.prefab", document(""));
+    write("a.prefab", nesting("gone.prefab").nest(1, "b.prefab"));
+    write("b.prefab", document());
     EXPECT_THAT(inspectClosure("a.prefab").files, ElementsAre("a.prefab", "b.prefab"));
 }
 
 TEST_F(PrefabClosureTest, emptyResource_isLeftOut) {
-    write("a.prefab", document(nesting("")));
+    write("a.prefab", nesting(""));
     EXPECT_THAT(inspectClosure("a.prefab").files, ElementsAre("a.prefab"));
 }
 
 TEST_F(PrefabClosureTest, componentWithoutResource_isLeftOut) {
-    write("a.prefab", document(pool("PrefabComponent", item("1"))));
+    write("a.prefab", document().component("PrefabComponent", 1));
     EXPECT_THAT(inspectClosure("a.prefab").files, ElementsAre("a.prefab"));
 }
 
 TEST_F(PrefabClosureTest, prefabThatNestsItself_ends) {
-    write("a.prefab", document(nesting("a.prefab")));
+    write("a.prefab", nesting("a.prefab"));
     EXPECT_THAT(inspectClosure("a.prefab").files, ElementsAre("a.prefab"));
 }
 
 TEST_F(PrefabClosureTest, cycle_ends) {
-    write("a.prefab", document(nesting("b.prefab")));
-    write("b.prefab", document(nesting("a.prefab")));
+    write("a.prefab", nesting("b.prefab"));
+    write("b.prefab", nesting("a.prefab"));
     EXPECT_THAT(inspectClosure("a.prefab").files, ElementsAre("a.prefab", "b.prefab"));
 }
 
 TEST_F(PrefabClosureTest, longChain_isFollowedToItsEnd) {
     for (int level = 0; level < 100; ++level) {
-        write(std::to_string(level) + ".prefab", document(nesting(std::to_string(level + 1) + ".prefab")));
+        write(std::to_string(level) + ".prefab", nesting(std::to_string(level + 1) + ".prefab"));
     }
     EXPECT_EQ(inspectClosure("0.prefab").files.size(), 100U);
 }
 
 TEST_F(PrefabClosureTest, componentOfARoot_nestsNothing) {
-    write("a.prefab", document(nesting("b.prefab", "0")));
-    write("b.prefab", document(""));
+    write("a.prefab", document().nest(0, "b.prefab"));
+    write("b.prefab", document());
     EXPECT_THAT(inspectClosure("a.prefab").files, ElementsAre("a.prefab"));
 }
 
 TEST_F(PrefabClosureTest, componentOfNoObject_nestsNothing) {
-    write("a.prefab", document(pool("HierarchyComponent", item("18446744073709551615")) +
-                               nesting("b.prefab", "18446744073709551615") + nesting("b.prefab", "2")));
-    write("b.prefab", document(""));
+    write("a.prefab", document()
+                          .newPool("HierarchyComponent")
+                          .component("HierarchyComponent", NO_OBJECT)
+                          .nest(NO_OBJECT, "b.prefab")
+                          .nest(2, "b.prefab"));
+    write("b.prefab", document());
     EXPECT_THAT(inspectClosure("a.prefab").files, ElementsAre("a.prefab"));
 }
 
 TEST_F(PrefabClosureTest, knownComponents_areNotCounted) {
-    write("a.prefab", document(pool("TransformComponent", item("0")) + nesting("gone.prefab")));
+    write("a.prefab", document().component("TransformComponent", 0).nest(1, "gone.prefab"));
     EXPECT_THAT(inspectClosure("a.prefab").unknownComponents, IsEmpty());
 }
 
 TEST_F(PrefabClosureTest, unknownComponents_areCountedByType) {
-    write("a.prefab", document(pool("NodeComponent", item("0") + item("1")) + pool("BuoyComponent", item("0")) +
-                               pool("NodeComponent", item("1"))));
+    write("a.prefab", document()
+                          .component("NodeComponent", 0)
+                          .component("NodeComponent", 1)
+                          .component("BuoyComponent", 0)
+                          .newPool("NodeComponent")
+                          .component("NodeComponent", 1));
     EXPECT_THAT(inspectClosure("a.prefab").unknownComponents,
                 ElementsAre(Pair("BuoyComponent", 1), Pair("NodeComponent", 3)));
 }
 
 TEST_F(PrefabClosureTest, unknownComponentsOfNestedFiles_areCountedOncePerFile) {
-    write("a.prefab", document(pool("NodeComponent", item("0")) + nesting("b.prefab") + nesting("b.prefab")));
-    write("b.prefab", document(pool("NodeComponent", item("0") + item("1"))));
+    write("a.prefab", document().component("NodeComponent", 0).nest(1, "b.prefab").nest(1, "b.prefab"));
+    write("b.prefab", document().component("NodeComponent", 0).component("NodeComponent", 1));
     EXPECT_THAT(inspectClosure("a.prefab").unknownComponents, ElementsAre(Pair("NodeComponent", 3)));
 }
 
 TEST_F(PrefabClosureTest, emptyPoolOfUnknownType_isNotMentioned) {
-    write("a.prefab", document(pool("NodeComponent", "")));
+    write("a.prefab", document().newPool("NodeComponent"));
     EXPECT_THAT(inspectClosure("a.prefab").unknownComponents, IsEmpty());
 }
 
 TEST_F(PrefabClosureTest, fileOfAnotherVersion_holdsNothing) {
-    write("a.prefab", document(pool("NodeComponent", item("0")) + nesting("b.prefab"), "2"));
-    write("b.prefab", document(""));
+    write("a.prefab", document().formatVersion(2).component("NodeComponent", 0).nest(1, "b.prefab"));
+    write("b.prefab", document());
     const PrefabClosure closure = inspectClosure("a.prefab");
     EXPECT_THAT(closure.files, ElementsAre("a.prefab"));
     EXPECT_THAT(closure.unknownComponents, IsEmpty());
 }
 
 TEST_F(PrefabClosureTest, fileWithoutGameObjects_holdsNothing) {
-    write("a.prefab", "<prefab><formatVersion>1</formatVersion><components>" + pool("NodeComponent", item("0")) +
-                          "</components></prefab>");
+    write("a.prefab", PrefabText().withoutGameObjectPool().component("NodeComponent", 0));
     EXPECT_THAT(inspectClosure("a.prefab").unknownComponents, IsEmpty());
 }
 

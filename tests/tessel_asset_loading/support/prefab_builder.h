@@ -4,21 +4,16 @@
 #include <object_framework/hierarchy_component.h>
 #include <object_serialization/component_library.h>
 #include <object_serialization/typed_component_descriptor.h>
+#include <support/prefab_text.h>
 #include <tessel_asset_loading/game_object_prefab.h>
 #include <tessel_asset_loading/prefab_component.h>
 
 #include <bitset>
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
 
 namespace Kiln::TestSupport {
-
-/// A UUID that reads as its number.
-[[nodiscard]] constexpr Uuid id(std::uint64_t number) {
-    return {0, number};
-}
 
 /// A node without components.
 [[nodiscard]] inline SmartPointer<GameObjectDescriptor> makeNode(const Uuid& uuid, std::string name = {},

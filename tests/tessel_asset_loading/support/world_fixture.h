@@ -5,12 +5,12 @@
 #include <object_framework/world.h>
 #include <resource/file_system_utils.h>
 #include <support/log_capture.h>
+#include <support/prefab_text.h>
 #include <support/temporary_directory.h>
 #include <tessel_asset_loading/loading.h>
 #include <tessel_asset_loading/prefab_service.h>
 #include <tessel_asset_loading/support/live_objects.h>
 #include <tessel_asset_loading/support/prefab_builder.h>
-#include <tessel_asset_loading/support/prefab_text.h>
 #include <tessel_asset_loading/support/test_components.h>
 
 #include <gtest/gtest.h>
