@@ -1,6 +1,7 @@
 #pragma once
 
 #include <common/matrix.h>
+#include <tessel_asset_loading/export.h>
 #include <tessel_asset_loading/loading.h>
 #include <tessel_asset_loading/object_loaded_callback.h>
 
