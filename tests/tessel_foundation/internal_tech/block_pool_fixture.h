@@ -1,6 +1,6 @@
 #pragma once
 
-#include "pool_test_types.h"
+#include <tessel_foundation/pool_test_types.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "pool_test_types.h"
+#include <tessel_foundation/pool_test_types.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

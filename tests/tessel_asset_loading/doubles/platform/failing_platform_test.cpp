@@ -1,4 +1,4 @@
-#include "document_fixture.h"
+#include <tessel_asset_loading/support/document_fixture.h>
 #include "platform_doubles.h"
 
 #include <algorithm>

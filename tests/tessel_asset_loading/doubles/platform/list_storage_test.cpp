@@ -1,5 +1,5 @@
 #include "allocation_log.h"
-#include "document_fixture.h"
+#include <tessel_asset_loading/support/document_fixture.h>
 
 using namespace Kiln;
 using namespace Kiln::TestSupport;

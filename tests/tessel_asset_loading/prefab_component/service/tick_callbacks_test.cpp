@@ -1,4 +1,4 @@
-#include <tessel_asset_loading/prefab_component/service_fixture.h>
+#include <tessel_asset_loading/support/service_fixture.h>
 
 #include <future>
 #include <stdexcept>
