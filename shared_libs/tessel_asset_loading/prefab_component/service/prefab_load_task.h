@@ -3,6 +3,7 @@
 #include <core/background_task.h>
 #include <core/smart_pointer.h>
 #include <resource/data_section.h>
+#include <tessel_asset_loading/export.h>
 #include <tessel_asset_loading/prefab_service_records.h>
 
 #include <string>

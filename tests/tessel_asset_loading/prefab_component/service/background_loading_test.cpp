@@ -2,6 +2,7 @@
 
 #include <core/profiler.h>
 #include <object_framework/hierarchy_component.h>
+#include <tessel_asset_loading/prefab_component/prefab_load_task.h>
 
 #include <mutex>
 #include <stdexcept>
@@ -16,6 +17,9 @@ using ::testing::SizeIs;
 constexpr const char* VERSION_MISMATCH =
     "5: Failed to deserialize prefab. Format version mismatch. Current version: 1. Prefab version: 2. Content "
     "conversion is required.";
+
+constexpr const char* BACKGROUND_TOO_DEEP =
+    "5: Nested prefabs depth has exceeded limit. It can be result of recursive references. (backgroundLoad)";
 
 /// The task that a load hands to the file-I/O workers.
 class BackgroundLoadingTest : public ServiceFixture {
@@ -53,6 +57,24 @@ protected:
         return prefab.section();
     }
 
+    /// A document with a hook at its root and an integration point.
+    [[nodiscard]] static SmartPointer<DataSection> nestingSection(const std::string& tag, const std::string& resource) {
+        PrefabText prefab;
+        prefab.component("HookComponent", prefab.root(id(1), tag), element("tag", tag));
+        prefab.nested(id(2), "Point", id(1), resource);
+        return prefab.section();
+    }
+
+    /// Runs the task of a load from a section; returns where the document arrived. The service itself submits such
+    /// tasks with `loadNested` only.
+    [[nodiscard]] static SmartPointer<Tessel::DescriptorCacheData>
+    runSectionTask(const SmartPointer<DataSection>& section, bool loadNested) {
+        const auto descriptor = makeSmart<Tessel::DescriptorCacheData>();
+        Tessel::PrefabLoadTask::submit(makeSmart<Tessel::PrefabLoadTask>(section, descriptor, loadNested));
+        waitForWorkers();
+        return descriptor;
+    }
+
 private:
     mutable std::mutex m_mutex; ///< Guards m_preloads.
     std::vector<Preload> m_preloads;
@@ -86,6 +108,62 @@ TEST_F(BackgroundLoadingTest, loadFromSection_nestedPrefab_isCachedAndPreloaded)
     waitForWorkers();
 
     EXPECT_THAT(preloadedTags(), ElementsAre("inner"));
+}
+
+TEST_F(BackgroundLoadingTest, loadFromSection_walkStartsAtDepthZero) {
+    PrefabBuilder self;
+    self.root(id(1)).with<HookComponent>({"self"}).nested(id(2), "Point", id(1), "self.prefab");
+    cachePrefab("self.prefab", self);
+
+    loadSection(nestingSection("outer", "self.prefab"));
+    waitForWorkers();
+
+    // The document at depth 0, then "self.prefab" at depths 1 to 6, where its own reference is refused.
+    EXPECT_THAT(preloadedTags(), ElementsAre("outer", "self", "self", "self", "self", "self", "self"));
+    EXPECT_THAT(logged(), ElementsAre(BACKGROUND_TOO_DEEP));
+}
+
+TEST_F(BackgroundLoadingTest, sectionTask_withLoadNested_preloadsAndWalksNestedPrefabs) {
+    cachePrefab("inner.prefab", PrefabBuilder().root(id(1)).with<HookComponent>({"inner"}));
+
+    const auto descriptor = runSectionTask(nestingSection("outer", "inner.prefab"), true);
+
+    ASSERT_NE(descriptor->prefab.get(), nullptr);
+    EXPECT_EQ(descriptor->prefab->nodesCount(), 2U);
+    EXPECT_THAT(preloadedTags(), ElementsAre("outer", "inner"));
+}
+
+TEST_F(BackgroundLoadingTest, sectionTask_withoutLoadNested_parsesOnly) {
+    writeHookedRoot("inner.prefab", "inner");
+
+    const auto descriptor = runSectionTask(nestingSection("outer", "inner.prefab"), false);
+
+    ASSERT_NE(descriptor->prefab.get(), nullptr);
+    EXPECT_EQ(descriptor->prefab->nodesCount(), 2U);
+    EXPECT_THAT(preloads(), IsEmpty());
+    // The nested file has not been read, so its later content counts.
+    writeHookedRoot("inner.prefab", "changed");
+    const Tessel::GameObjectPrefab* const inner = service().loadPrefabData("inner.prefab");
+    ASSERT_NE(inner, nullptr);
+    EXPECT_EQ(inner->getGameObject(0)->name(), "changed");
+}
+
+TEST_F(BackgroundLoadingTest, loadDescriptor_withoutBackgroundLoad_cachesNestedPrefabsWithoutPreloading) {
+    PrefabText outer;
+    outer.root(id(1), "Outer");
+    outer.nested(id(2), "Point", id(1), "inner.prefab");
+    writePrefab("outer.prefab", outer);
+    writeHookedRoot("inner.prefab", "inner");
+
+    service().loadDescriptor(
+        "outer.prefab", [](Tessel::GameObjectPrefab*) {}, false);
+    waitForWorkers();
+
+    writeHookedRoot("inner.prefab", "changed");
+    const Tessel::GameObjectPrefab* const inner = service().loadPrefabData("inner.prefab");
+    ASSERT_NE(inner, nullptr);
+    EXPECT_EQ(inner->getGameObject(0)->name(), "inner");
+    EXPECT_THAT(preloads(), IsEmpty());
 }
 
 TEST_F(BackgroundLoadingTest, loadFromSection_documentIsNotCached) {
