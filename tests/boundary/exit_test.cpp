@@ -15,9 +15,9 @@ using TestSupport::id;
 using TestSupport::ProcessResult;
 
 /// Processes that end while prefabs are being loaded (exit_program.cpp).
-class LoadingExitTest : public testing::TestWithParam<const char*> {
+class LoadingExit : public testing::TestWithParam<const char*> {
 protected:
-    LoadingExitTest() {
+    LoadingExit() {
         for (int number = 0; number < 20; ++number) {
             TestSupport::PrefabText prefab;
             const std::size_t root = prefab.root(id(1), "Lantern");
@@ -40,11 +40,11 @@ protected:
     TestSupport::TemporaryDirectory directory;
 };
 
-TEST_P(LoadingExitTest, process_endsCleanly) {
+TEST_P(LoadingExit, process_endsCleanly) {
     EXPECT_EQ(run(GetParam()), (ProcessResult{0, "finished\n", ""}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, LoadingExitTest,
+INSTANTIATE_TEST_SUITE_P(Modes, LoadingExit,
                          testing::Values("leave-while-preloading", "exit-while-preloading", "leave-at-once",
                                          "leave-with-live-objects", "leave-with-destroyed-world",
                                          "leave-with-cleared-cache", "leave-with-sections",
@@ -56,9 +56,9 @@ INSTANTIATE_TEST_SUITE_P(Modes, LoadingExitTest,
                              return name;
                          });
 
-using LoadingExitProgramTest = LoadingExitTest;
+using LoadingExitProgram = LoadingExit;
 
-TEST_F(LoadingExitProgramTest, unknownMode_fails) {
+TEST_F(LoadingExitProgram, unknownMode_fails) {
     EXPECT_EQ(run("no-such-mode"), (ProcessResult{3, "", "FAILED: unknown mode\n"}));
 }
 

@@ -14,7 +14,7 @@ using TestSupport::runProcess;
 constexpr const char* LATE_HOST = KILN_BUILD_BIN_DIR "/boundary_late_host";
 
 // The steps are in late_host.cpp; they depend on one another and on a process of their own.
-TEST(LateHostTest, moduleLoadedAtRunTime_isRegisteredWithOneIdentityAndEndsCleanly) {
+TEST(LateHost, moduleLoadedAtRunTime_isRegisteredWithOneIdentityAndEndsCleanly) {
     const TestSupport::TemporaryDirectory directory;
     TestSupport::PrefabText prefab;
     prefab.component("LanternComponent", prefab.root(TestSupport::id(1), "Lantern"),
@@ -26,7 +26,7 @@ TEST(LateHostTest, moduleLoadedAtRunTime_isRegisteredWithOneIdentityAndEndsClean
     EXPECT_EQ(end, (ProcessResult{0, "finished\n", ""}));
 }
 
-TEST(LateHostTest, withoutArguments_fails) {
+TEST(LateHost, withoutArguments_fails) {
     const ProcessResult end = runProcess(LATE_HOST, {});
 
     EXPECT_EQ(end, (ProcessResult{3, "", "FAILED: usage: boundary_late_host <libraries> <resource root>\n"}));

@@ -36,12 +36,12 @@ struct Counts {
 /// Loads into many worlds at once, while workers preload slowly, the cache is cleared and worlds are destroyed. Every
 /// instance that arrives is checked: two nested instances of one prefab with overrides of their own. Meant for
 /// ThreadSanitizer above all.
-class LoadStressTest : public WorldFixture {
+class LoadStress : public WorldFixture {
 protected:
     static constexpr int KINDS = 6;
     static constexpr std::size_t OBJECTS = 7; ///< Per instance.
 
-    LoadStressTest() {
+    LoadStress() {
         FileIOTaskManager::instance().setThreadCount(4);
         HookComponent::onPreload = [this](const HookComponent::Config&) {
             ++m_preloads;
@@ -59,7 +59,7 @@ protected:
         }
     }
 
-    ~LoadStressTest() override {
+    ~LoadStress() override {
         waitForWorkers();
         EXPECT_EQ(m_assertions.count(), 0U);
         FileIOTaskManager::instance().setThreadCount(2);
@@ -132,7 +132,7 @@ protected:
 private:
     class ChainCallback final : public IObjectLoadedCallback {
     public:
-        ChainCallback(LoadStressTest& test, std::size_t world, int kind, int furtherLoads)
+        ChainCallback(LoadStress& test, std::size_t world, int kind, int furtherLoads)
             : m_test(test), m_counts(test.m_counts), m_world(world), m_kind(kind), m_furtherLoads(furtherLoads) {}
         ~ChainCallback() override { ++m_counts->released; }
 
@@ -161,7 +161,7 @@ private:
             }
         }
 
-        LoadStressTest& m_test; ///< Gone when loaders that still wait are destroyed.
+        LoadStress& m_test; ///< Gone when loaders that still wait are destroyed.
         std::shared_ptr<Counts> m_counts;
         std::size_t m_world;
         int m_kind;
@@ -189,7 +189,7 @@ private:
     std::size_t m_oldLoaders = service().loadingQueue().size();
 };
 
-TEST_F(LoadStressTest, steadyLoads_allArriveIntact) {
+TEST_F(LoadStress, steadyLoads_allArriveIntact) {
     createWorlds(6);
     for (int round = 0; round < 20; ++round) {
         for (std::size_t into = 0; into < m_worlds.size(); ++into) {
@@ -210,7 +210,7 @@ TEST_F(LoadStressTest, steadyLoads_allArriveIntact) {
     report();
 }
 
-TEST_F(LoadStressTest, callbacksThatLoad_everyChainRunsToItsEnd) {
+TEST_F(LoadStress, callbacksThatLoad_everyChainRunsToItsEnd) {
     createWorlds(16);
     for (std::size_t into = 0; into < m_worlds.size(); ++into) {
         load(into, static_cast<int>(into) % KINDS, false, 11);
@@ -226,7 +226,7 @@ TEST_F(LoadStressTest, callbacksThatLoad_everyChainRunsToItsEnd) {
     report();
 }
 
-TEST_F(LoadStressTest, clearedCacheAndDestroyedWorlds_whatArrivesIsIntactAndTheRestWaits) {
+TEST_F(LoadStress, clearedCacheAndDestroyedWorlds_whatArrivesIsIntactAndTheRestWaits) {
     std::mt19937 random(20);
     const auto chance = [&random](unsigned oneIn) { return random() % oneIn == 0; };
     std::atomic<bool> isOver = false;

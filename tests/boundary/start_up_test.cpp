@@ -11,7 +11,7 @@ using TestSupport::runProcess;
 
 // The steps are in start_up_host.cpp. What is registered last is there when the module is loaded, and not before; the
 // manager's options are set after the worlds have got theirs.
-TEST(StartUpTest, moduleLoadedAtRunTime_announcesItselfInOrder) {
+TEST(StartUp, moduleLoadedAtRunTime_announcesItselfInOrder) {
     const std::string query = "[5] Query with these arguments already exists! Try this one: (anonymous "
                               "namespace)::EarlierQuery*: types 1, record 1, managers 1, meta objects 0, service 0\n";
 
@@ -30,7 +30,7 @@ TEST(StartUpTest, moduleLoadedAtRunTime_announcesItselfInOrder) {
                              ""}));
 }
 
-TEST(StartUpTest, fullTypesLibrary_moduleLoadsAndEachComponentIsReported) {
+TEST(StartUp, fullTypesLibrary_moduleLoadsAndEachComponentIsReported) {
     const std::string tooMany = "[6] '' shared_libs/tessel_foundation/component Too Many IComponent types!\n";
 
     const ProcessResult end = runProcess(KILN_BUILD_BIN_DIR "/boundary_full_registry_host", {KILN_BUILD_LIB_DIR});
@@ -38,7 +38,7 @@ TEST(StartUpTest, fullTypesLibrary_moduleLoadsAndEachComponentIsReported) {
     EXPECT_EQ(end, (ProcessResult{0, "loaded\n" + tooMany + tooMany, ""}));
 }
 
-TEST(StartUpTest, hostsWithoutArguments_fail) {
+TEST(StartUp, hostsWithoutArguments_fail) {
     EXPECT_EQ(runProcess(KILN_BUILD_BIN_DIR "/boundary_start_up_host", {}),
               (ProcessResult{3, "", "FAILED: usage: boundary_start_up_host <libraries>\n"}));
     EXPECT_EQ(runProcess(KILN_BUILD_BIN_DIR "/boundary_full_registry_host", {}),

@@ -14,15 +14,15 @@ namespace {
     return TestSupport::runProcess(KILN_BUILD_BIN_DIR "/core_exit_program", {});
 }
 
-class ExitTest : public testing::TestWithParam<const char*> {};
+class Exit : public testing::TestWithParam<const char*> {};
 
-TEST_P(ExitTest, processWithTasksUnderWay_endsCleanly) {
+TEST_P(Exit, processWithTasksUnderWay_endsCleanly) {
     const TestSupport::ProcessResult end = runExitProgram(GetParam());
 
     EXPECT_EQ(end, (TestSupport::ProcessResult{0, "finished\n", "[3] The log outlives static objects\n"}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, ExitTest,
+INSTANTIATE_TEST_SUITE_P(Modes, Exit,
                          testing::Values("older-state", "younger-state-and-guard", "exit-from-main", "without-tasks",
                                          "submit-from-static-destructor", "exit-from-task", "static-initialisation"),
                          [](const auto& instance) {

@@ -33,25 +33,25 @@ void countCall(const char* /*name*/) {
     ++concurrentCalls;
 }
 
-class ProfilerTest : public testing::Test {
+class Profiler : public testing::Test {
 protected:
     void SetUp() override { calls.clear(); }
     void TearDown() override { setProfilerHooks({}); }
 };
 
-TEST_F(ProfilerTest, nothingAttached_hooksAreNull) {
+TEST_F(Profiler, nothingAttached_hooksAreNull) {
     EXPECT_EQ(profilerHooks().beginScope, nullptr);
     EXPECT_EQ(profilerHooks().endScope, nullptr);
 }
 
-TEST_F(ProfilerTest, attachedHooks_areReturned) {
+TEST_F(Profiler, attachedHooks_areReturned) {
     setProfilerHooks({recordBegin, recordEnd});
 
     EXPECT_EQ(profilerHooks().beginScope, &recordBegin);
     EXPECT_EQ(profilerHooks().endScope, &recordEnd);
 }
 
-TEST_F(ProfilerTest, scopes_reportBeginAndEndByName) {
+TEST_F(Profiler, scopes_reportBeginAndEndByName) {
     setProfilerHooks({recordBegin, recordEnd});
     {
         const ProfilerScope outer("outer");
@@ -61,27 +61,27 @@ TEST_F(ProfilerTest, scopes_reportBeginAndEndByName) {
     EXPECT_THAT(calls, ElementsAre("begin outer", "begin inner", "end inner", "end outer"));
 }
 
-TEST_F(ProfilerTest, nothingAttached_scopeReportsNothing) {
+TEST_F(Profiler, nothingAttached_scopeReportsNothing) {
     { const ProfilerScope scope("scope"); }
 
     EXPECT_THAT(calls, IsEmpty());
 }
 
-TEST_F(ProfilerTest, beginHookAlone_isCalled) {
+TEST_F(Profiler, beginHookAlone_isCalled) {
     setProfilerHooks({recordBegin, nullptr});
     { const ProfilerScope scope("scope"); }
 
     EXPECT_THAT(calls, ElementsAre("begin scope"));
 }
 
-TEST_F(ProfilerTest, endHookAlone_isCalled) {
+TEST_F(Profiler, endHookAlone_isCalled) {
     setProfilerHooks({nullptr, recordEnd});
     { const ProfilerScope scope("scope"); }
 
     EXPECT_THAT(calls, ElementsAre("end scope"));
 }
 
-TEST_F(ProfilerTest, hooksDetachedInsideAScope_stillGetItsEnd) {
+TEST_F(Profiler, hooksDetachedInsideAScope_stillGetItsEnd) {
     setProfilerHooks({recordBegin, recordEnd});
     {
         const ProfilerScope scope("scope");
@@ -91,7 +91,7 @@ TEST_F(ProfilerTest, hooksDetachedInsideAScope_stillGetItsEnd) {
     EXPECT_THAT(calls, ElementsAre("begin scope", "end scope"));
 }
 
-TEST_F(ProfilerTest, detachedHooks_areNotCalledForLaterScopes) {
+TEST_F(Profiler, detachedHooks_areNotCalledForLaterScopes) {
     setProfilerHooks({recordBegin, recordEnd});
     setProfilerHooks({});
     { const ProfilerScope scope("scope"); }
@@ -99,7 +99,7 @@ TEST_F(ProfilerTest, detachedHooks_areNotCalledForLaterScopes) {
     EXPECT_THAT(calls, IsEmpty());
 }
 
-TEST_F(ProfilerTest, scopesOfSeveralThreads_areAllReported) {
+TEST_F(Profiler, scopesOfSeveralThreads_areAllReported) {
     concurrentCalls = 0;
     setProfilerHooks({countCall, countCall});
     const auto work = [] {
@@ -115,7 +115,7 @@ TEST_F(ProfilerTest, scopesOfSeveralThreads_areAllReported) {
     EXPECT_EQ(concurrentCalls, 4000);
 }
 
-TEST_F(ProfilerTest, hooksAttachedDuringScopesOfAnotherThread_seeWhatWasSetUpBefore) {
+TEST_F(Profiler, hooksAttachedDuringScopesOfAnotherThread_seeWhatWasSetUpBefore) {
     seenSetting = 0;
     std::thread worker([] {
         while (seenSetting == 0) {
@@ -129,7 +129,7 @@ TEST_F(ProfilerTest, hooksAttachedDuringScopesOfAnotherThread_seeWhatWasSetUpBef
     EXPECT_EQ(seenSetting, 42);
 }
 
-TEST_F(ProfilerTest, hooksChangedAllTheTimeDuringScopesOfAnotherThread_areNotCalledOnceTheyAreDetachedForGood) {
+TEST_F(Profiler, hooksChangedAllTheTimeDuringScopesOfAnotherThread_areNotCalledOnceTheyAreDetachedForGood) {
     concurrentCalls = 0;
     std::atomic<bool> isDetached = false;
     std::atomic<int> callsWhenDetached = 0;

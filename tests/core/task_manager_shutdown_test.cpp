@@ -15,7 +15,7 @@ namespace {
 
 using testing::ElementsAre;
 
-class TaskManagerShutdownTest : public testing::Test {
+class TaskManagerShutdown : public testing::Test {
 protected:
     SmartPointer<FunctionTask> makeTask(FunctionTask::Function function = {}) {
         return makeSmart<FunctionTask>(counts, std::move(function));
@@ -37,13 +37,13 @@ protected:
     Gate gate; // last: opens before the manager waits for its worker
 };
 
-TEST_F(TaskManagerShutdownTest, withoutTasks_returns) {
+TEST_F(TaskManagerShutdown, withoutTasks_returns) {
     manager->shutdown();
 
     EXPECT_TRUE(manager->waitForIdle(std::chrono::milliseconds(0)));
 }
 
-TEST_F(TaskManagerShutdownTest, queuedTasks_areCancelledAndDropped) {
+TEST_F(TaskManagerShutdown, queuedTasks_areCancelledAndDropped) {
     gate.occupyWorker(*manager, counts);
     manager->addBackgroundTask(makeTask(), 0);
     manager->addBackgroundTask(makeTask(), 1);
@@ -57,7 +57,7 @@ TEST_F(TaskManagerShutdownTest, queuedTasks_areCancelledAndDropped) {
     EXPECT_EQ(manager->unfinishedTasks(), 0U);
 }
 
-TEST_F(TaskManagerShutdownTest, queuedTasks_areCancelledInTheOrderInWhichTheyWouldRun) {
+TEST_F(TaskManagerShutdown, queuedTasks_areCancelledInTheOrderInWhichTheyWouldRun) {
     Record<int> order;
     gate.occupyWorker(*manager, counts);
     for (const int priority : {3, 96, 3, 7}) {
@@ -72,7 +72,7 @@ TEST_F(TaskManagerShutdownTest, queuedTasks_areCancelledInTheOrderInWhichTheyWou
     EXPECT_THAT(order.values(), ElementsAre(96, 7, 3, 3));
 }
 
-TEST_F(TaskManagerShutdownTest, runningTask_isNeitherStoppedNorCancelledAndFinishes) {
+TEST_F(TaskManagerShutdown, runningTask_isNeitherStoppedNorCancelledAndFinishes) {
     std::atomic<bool> isFinished = false;
     std::latch entered(1);
     manager->addBackgroundTask(makeTask([&, waiter = gate.waiter()](TaskManager&) {
@@ -92,7 +92,7 @@ TEST_F(TaskManagerShutdownTest, runningTask_isNeitherStoppedNorCancelledAndFinis
     EXPECT_EQ(counts.cancelled, 1); // the one of beginShutdown
 }
 
-TEST_F(TaskManagerShutdownTest, secondCall_doesNothing) {
+TEST_F(TaskManagerShutdown, secondCall_doesNothing) {
     manager->addBackgroundTask(makeTask(), 0);
     ASSERT_TRUE(manager->waitForIdle(LONG_TIME));
 
@@ -103,7 +103,7 @@ TEST_F(TaskManagerShutdownTest, secondCall_doesNothing) {
     EXPECT_EQ(counts.cancelled, 0);
 }
 
-TEST_F(TaskManagerShutdownTest, secondCallDuringTheFirst_waitsForRunningTasksToo) {
+TEST_F(TaskManagerShutdown, secondCallDuringTheFirst_waitsForRunningTasksToo) {
     std::atomic<bool> hasReturned = false;
     gate.occupyWorker(*manager, counts);
     std::thread first = beginShutdown();
@@ -120,7 +120,7 @@ TEST_F(TaskManagerShutdownTest, secondCallDuringTheFirst_waitsForRunningTasksToo
     EXPECT_EQ(counts.destroyed, 2);
 }
 
-TEST_F(TaskManagerShutdownTest, taskAddedAfterwards_isCancelledAtOnceOnTheAddingThread) {
+TEST_F(TaskManagerShutdown, taskAddedAfterwards_isCancelledAtOnceOnTheAddingThread) {
     manager->shutdown();
     std::thread::id cancelThread;
     auto task = makeTask();
@@ -134,7 +134,7 @@ TEST_F(TaskManagerShutdownTest, taskAddedAfterwards_isCancelledAtOnceOnTheAdding
     EXPECT_EQ(cancelThread, std::this_thread::get_id());
 }
 
-TEST_F(TaskManagerShutdownTest, taskAddedByARunningTaskDuringShutdown_isCancelled) {
+TEST_F(TaskManagerShutdown, taskAddedByARunningTaskDuringShutdown_isCancelled) {
     std::latch entered(1);
     manager->addBackgroundTask(makeTask([&, waiter = gate.waiter()](TaskManager& taskManager) {
                                    entered.count_down();
@@ -152,7 +152,7 @@ TEST_F(TaskManagerShutdownTest, taskAddedByARunningTaskDuringShutdown_isCancelle
     EXPECT_EQ(counts.destroyed, 3);
 }
 
-TEST_F(TaskManagerShutdownTest, taskAddedByCancel_isCancelledToo) {
+TEST_F(TaskManagerShutdown, taskAddedByCancel_isCancelledToo) {
     gate.occupyWorker(*manager, counts);
     auto task = makeTask();
     task->onCancel = [this](TaskManager& taskManager) { taskManager.addBackgroundTask(makeTask(), 0); };
@@ -165,7 +165,7 @@ TEST_F(TaskManagerShutdownTest, taskAddedByCancel_isCancelledToo) {
     EXPECT_EQ(counts.destroyed, 4);
 }
 
-TEST_F(TaskManagerShutdownTest, exceptionFromCancel_isLoggedAndTheNextTaskIsCancelled) {
+TEST_F(TaskManagerShutdown, exceptionFromCancel_isLoggedAndTheNextTaskIsCancelled) {
     const TestSupport::LogCapture log;
     gate.occupyWorker(*manager, counts);
     auto task = makeTask();
@@ -179,7 +179,7 @@ TEST_F(TaskManagerShutdownTest, exceptionFromCancel_isLoggedAndTheNextTaskIsCanc
     EXPECT_EQ(counts.cancelled, 2);
 }
 
-TEST_F(TaskManagerShutdownTest, tasksAddedByOtherThreadsMeanwhile_areEachRunOrCancelled) {
+TEST_F(TaskManagerShutdown, tasksAddedByOtherThreadsMeanwhile_areEachRunOrCancelled) {
     constexpr int THREADS = 3;
     constexpr int TASKS = 500;
     manager->setThreadCount(2);
@@ -205,7 +205,7 @@ TEST_F(TaskManagerShutdownTest, tasksAddedByOtherThreadsMeanwhile_areEachRunOrCa
     EXPECT_EQ(counts.destroyed, THREADS * TASKS);
 }
 
-TEST_F(TaskManagerShutdownTest, tickAfterwards_stillRunsMainThreadParts) {
+TEST_F(TaskManagerShutdown, tickAfterwards_stillRunsMainThreadParts) {
     auto task = makeTask();
     task->requestMainThreadTask();
     manager->addBackgroundTask(std::move(task), 0);
@@ -217,7 +217,7 @@ TEST_F(TaskManagerShutdownTest, tickAfterwards_stillRunsMainThreadParts) {
     EXPECT_EQ(counts.ranOnMainThread, 1);
 }
 
-TEST_F(TaskManagerShutdownTest, destructor_finishesTheRunningTaskAndCancelsTheQueue) {
+TEST_F(TaskManagerShutdown, destructor_finishesTheRunningTaskAndCancelsTheQueue) {
     std::latch entered(1);
     std::atomic<bool> isFinished = false;
     manager->addBackgroundTask(makeTask([&, waiter = gate.waiter()](TaskManager&) {
@@ -238,7 +238,7 @@ TEST_F(TaskManagerShutdownTest, destructor_finishesTheRunningTaskAndCancelsTheQu
     EXPECT_EQ(counts.destroyed, 2);
 }
 
-TEST_F(TaskManagerShutdownTest, destructor_dropsTasksThatAwaitTheMainThread) {
+TEST_F(TaskManagerShutdown, destructor_dropsTasksThatAwaitTheMainThread) {
     auto task = makeTask();
     task->requestMainThreadTask();
     manager->addBackgroundTask(std::move(task), 0);

@@ -11,7 +11,7 @@
 #include <dlfcn.h>
 #include <nlohmann/json.hpp>
 
-namespace Kiln::Corpus {
+namespace Kiln::CorpusTests {
 
 namespace {
 
@@ -110,7 +110,7 @@ std::string testName(const testing::TestParamInfo<std::string>& info) {
     return name;
 }
 
-void CorpusTest::SetUp() {
+void CorpusFixture::SetUp() {
     if (directory().empty()) {
         GTEST_SKIP() << "There is no corpus; KILN_CORPUS_DIR can name its directory";
     }
@@ -118,9 +118,9 @@ void CorpusTest::SetUp() {
     FS::Utils::addResourceRoot(directory().string());
 }
 
-void CorpusTest::TearDown() {
+void CorpusFixture::TearDown() {
     FS::Utils::clearResourceRoots();
     Tessel::Loading::fullyClearCache();
 }
 
-} // namespace Kiln::Corpus
+} // namespace Kiln::CorpusTests

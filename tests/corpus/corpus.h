@@ -13,7 +13,7 @@
 /// A corpus of prefab files made from real content, with a file expected.json that tells what they must yield. It is no
 /// part of the source tree: the environment variable KILN_CORPUS_DIR names its directory, or else it is looked for in
 /// ../shared/corpus, seen from the source tree. The directory holds expected.json itself or a folder that does.
-namespace Kiln::Corpus {
+namespace Kiln::CorpusTests {
 
 /// A live object as expected.json describes it.
 struct ExpectedObject {
@@ -48,17 +48,17 @@ struct ExpectedFile {
 [[nodiscard]] std::string testName(const testing::TestParamInfo<std::string>& info);
 
 /// A test that is skipped without a corpus, else run with the corpus as resource root and its component plug-in.
-class CorpusTest : public testing::Test {
+class CorpusFixture : public testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
 };
 
 /// The same for one file, which the parameter names.
-class FileTest : public CorpusTest, public testing::WithParamInterface<std::string> {
+class CorpusFileFixture : public CorpusFixture, public testing::WithParamInterface<std::string> {
 protected:
     [[nodiscard]] static const std::string& path() { return GetParam(); }
     [[nodiscard]] static const ExpectedFile& expected() { return expectedFiles().at(path()); }
 };
 
-} // namespace Kiln::Corpus
+} // namespace Kiln::CorpusTests

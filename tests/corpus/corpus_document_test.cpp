@@ -6,12 +6,12 @@
 
 #include <gmock/gmock.h>
 
-namespace Kiln::Corpus {
+namespace Kiln::CorpusTests {
 namespace {
 
 using Tessel::GameObjectPrefab;
 
-class CorpusContents : public CorpusTest {};
+class CorpusContents : public CorpusFixture {};
 
 TEST_F(CorpusContents, everyFile_isExpectedAndThere) {
     std::vector<std::string> expected;
@@ -22,7 +22,7 @@ TEST_F(CorpusContents, everyFile_isExpectedAndThere) {
     EXPECT_FALSE(files().empty());
 }
 
-class CorpusDocument : public FileTest {};
+class CorpusDocument : public CorpusFileFixture {};
 
 TEST_P(CorpusDocument, hasTheExpectedNodesAndNestedPrefabs) {
     const TestSupport::LogCapture log;
@@ -37,4 +37,4 @@ TEST_P(CorpusDocument, hasTheExpectedNodesAndNestedPrefabs) {
 INSTANTIATE_TEST_SUITE_P(Corpus, CorpusDocument, testing::ValuesIn(files()), testName);
 
 } // namespace
-} // namespace Kiln::Corpus
+} // namespace Kiln::CorpusTests

@@ -11,7 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace Kiln::Corpus {
+namespace Kiln::CorpusTests {
 namespace {
 
 constexpr const char* DOCUMENT = R"(<prefab>
@@ -85,4 +85,4 @@ TEST(CorpusPlugin, nodeComponent_isSkippedBeforeThePluginIsLoadedAndReadAfterwar
 }
 
 } // namespace
-} // namespace Kiln::Corpus
+} // namespace Kiln::CorpusTests

@@ -10,7 +10,7 @@
 
 #include <gmock/gmock.h>
 
-namespace Kiln::Corpus {
+namespace Kiln::CorpusTests {
 namespace {
 
 using Tessel::GameObjectPrefab;
@@ -67,7 +67,7 @@ void expectSameNodes(const GameObjectPrefab& before, const GameObjectPrefab& aft
     return section->toText();
 }
 
-class CorpusRoundTrip : public FileTest {};
+class CorpusRoundTrip : public CorpusFileFixture {};
 
 TEST_P(CorpusRoundTrip, keepsNodesComponentsAndValues) {
     const TestSupport::LogCapture log;
@@ -87,4 +87,4 @@ TEST_P(CorpusRoundTrip, keepsNodesComponentsAndValues) {
 INSTANTIATE_TEST_SUITE_P(Corpus, CorpusRoundTrip, testing::ValuesIn(files()), testName);
 
 } // namespace
-} // namespace Kiln::Corpus
+} // namespace Kiln::CorpusTests

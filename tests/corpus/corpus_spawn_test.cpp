@@ -13,7 +13,7 @@
 
 #include <gmock/gmock.h>
 
-namespace Kiln::Corpus {
+namespace Kiln::CorpusTests {
 namespace {
 
 using Tessel::EntryPoint;
@@ -26,7 +26,7 @@ constexpr const char* DEPTH_MESSAGE =
     "Nested prefabs depth has exceeded limit. It can be result of recursive references.";
 
 /// Files of the corpus in a world of their own.
-class CorpusSpawn : public FileTest {
+class CorpusSpawn : public CorpusFileFixture {
 protected:
     ~CorpusSpawn() override { EntryPoint::instance().destroyWorld(m_worldId); }
 
@@ -115,4 +115,4 @@ TEST_P(CorpusSpawn, yieldsTheExpectedObjects) {
 INSTANTIATE_TEST_SUITE_P(Corpus, CorpusSpawn, testing::ValuesIn(files()), testName);
 
 } // namespace
-} // namespace Kiln::Corpus
+} // namespace Kiln::CorpusTests

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace Kiln::Corpus {
+namespace Kiln::CorpusTests {
 
 /// One of a node's property lines, as it stands in the scene that the prefab was made from.
 struct NodeValue {
@@ -44,4 +44,4 @@ const ComponentRegistration<NodeComponent> s_nodeComponent("NodeComponent", [](a
 
 } // namespace
 
-} // namespace Kiln::Corpus
+} // namespace Kiln::CorpusTests

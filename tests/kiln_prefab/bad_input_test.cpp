@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-namespace Kiln::PrefabTool::Test {
+namespace Kiln::PrefabToolTests {
 
 namespace {
 
@@ -11,7 +11,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 /// Each bad prefab is named together with a good one before and one behind it, which are to be done all the same.
-class BadInput : public KilnPrefabTest {
+class BadInput : public KilnPrefabFixture {
 protected:
     BadInput() { write("good.prefab", simplePrefab()); }
 
@@ -215,4 +215,4 @@ TEST_F(BadInput, errorInASharedNestedFile_isReportedForEachPrefab) {
 
 } // namespace
 
-} // namespace Kiln::PrefabTool::Test
+} // namespace Kiln::PrefabToolTests

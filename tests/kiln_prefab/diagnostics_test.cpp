@@ -1,13 +1,13 @@
 #include "kiln_prefab_fixture.h"
 
-namespace Kiln::PrefabTool::Test {
+namespace Kiln::PrefabToolTests {
 
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-using Diagnostics = KilnPrefabTest;
+using Diagnostics = KilnPrefabFixture;
 
 TEST_F(Diagnostics, flawlessPrefab_leavesStderrEmpty) {
     write("a.prefab", simplePrefab());
@@ -99,4 +99,4 @@ TEST_F(Diagnostics, unknownComponents_areCountedByType) {
 
 } // namespace
 
-} // namespace Kiln::PrefabTool::Test
+} // namespace Kiln::PrefabToolTests

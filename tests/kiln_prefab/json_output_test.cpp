@@ -1,12 +1,12 @@
 #include "kiln_prefab_fixture.h"
 
-namespace Kiln::PrefabTool::Test {
+namespace Kiln::PrefabToolTests {
 
 namespace {
 
 using testing::IsEmpty;
 
-using JsonOutput = KilnPrefabTest;
+using JsonOutput = KilnPrefabFixture;
 
 const std::string INSTANCE = "5b0f1c2e-6a0d-4f43-9f6e-0d9a35b1c001";
 
@@ -120,4 +120,4 @@ TEST_F(JsonOutput, warnings_areInTheLog) {
 
 } // namespace
 
-} // namespace Kiln::PrefabTool::Test
+} // namespace Kiln::PrefabToolTests

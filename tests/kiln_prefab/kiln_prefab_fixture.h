@@ -17,7 +17,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-namespace Kiln::PrefabTool::Test {
+namespace Kiln::PrefabToolTests {
 
 using Json = nlohmann::ordered_json;
 using TestSupport::element;
@@ -30,7 +30,7 @@ inline const std::string DEPTH_MESSAGE =
 inline const std::string BACKGROUND_DEPTH_MESSAGE = DEPTH_MESSAGE + " (backgroundLoad)";
 
 /// A directory for prefab files, in which the program runs.
-class KilnPrefabTest : public testing::Test {
+class KilnPrefabFixture : public testing::Test {
 protected:
     void write(const std::string& name, std::string_view text) const { m_directory.writeFile(name, text); }
     void write(const std::string& name, const PrefabText& prefab) const { write(name, prefab.text()); }
@@ -91,4 +91,4 @@ protected:
     TestSupport::ProcessResult m_result; ///< Of the last spawnJson().
 };
 
-} // namespace Kiln::PrefabTool::Test
+} // namespace Kiln::PrefabToolTests

@@ -3,7 +3,7 @@
 #include <build_paths.h>
 #include <filesystem>
 
-namespace Kiln::PrefabTool::Test {
+namespace Kiln::PrefabToolTests {
 
 namespace {
 
@@ -11,7 +11,7 @@ using testing::HasSubstr;
 
 const std::string LIBRARY = KILN_BUILD_LIB_DIR "/libkiln_prefab_test_components.so";
 
-class Library : public KilnPrefabTest {
+class Library : public KilnPrefabFixture {
 protected:
     [[nodiscard]] static PrefabText note(const std::string& text, int severity) {
         return PrefabText()
@@ -102,4 +102,4 @@ TEST_F(Library, errorsWhileTheWorldIsDestroyed_areReported) {
 
 } // namespace
 
-} // namespace Kiln::PrefabTool::Test
+} // namespace Kiln::PrefabToolTests

@@ -1,10 +1,10 @@
 #include "kiln_prefab_fixture.h"
 
-namespace Kiln::PrefabTool::Test {
+namespace Kiln::PrefabToolTests {
 
 namespace {
 
-using Nesting = KilnPrefabTest;
+using Nesting = KilnPrefabFixture;
 
 TEST_F(Nesting, nestedObjects_areListedUnderTheirLiveParents) {
     write("inner.prefab", PrefabText().object(id(1), "Inner").object(id(2), "Leaf").parent(1, id(1)));
@@ -44,4 +44,4 @@ TEST_F(Nesting, instances_doNotDependOnPrefabsLoadedBefore) {
 
 } // namespace
 
-} // namespace Kiln::PrefabTool::Test
+} // namespace Kiln::PrefabToolTests

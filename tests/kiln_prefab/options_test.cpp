@@ -1,6 +1,6 @@
 #include "kiln_prefab_fixture.h"
 
-namespace Kiln::PrefabTool::Test {
+namespace Kiln::PrefabToolTests {
 
 namespace {
 
@@ -8,7 +8,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-class Options : public KilnPrefabTest {
+class Options : public KilnPrefabFixture {
 protected:
     Options() { write("a.prefab", simplePrefab()); }
 
@@ -190,4 +190,4 @@ TEST_F(Options, underInactiveParent_leavesTheInstanceInactive) {
 
 } // namespace
 
-} // namespace Kiln::PrefabTool::Test
+} // namespace Kiln::PrefabToolTests

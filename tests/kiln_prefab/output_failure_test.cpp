@@ -1,13 +1,13 @@
 #include "kiln_prefab_fixture.h"
 
-namespace Kiln::PrefabTool::Test {
+namespace Kiln::PrefabToolTests {
 
 namespace {
 
 using testing::HasSubstr;
 using TestSupport::OutputTarget;
 
-class OutputFailure : public KilnPrefabTest {
+class OutputFailure : public KilnPrefabFixture {
 protected:
     OutputFailure() { write("a.prefab", simplePrefab()); }
 
@@ -40,4 +40,4 @@ TEST_F(OutputFailure, usageError_keepsItsStatus) {
 
 } // namespace
 
-} // namespace Kiln::PrefabTool::Test
+} // namespace Kiln::PrefabToolTests

@@ -1,6 +1,6 @@
 #include "kiln_prefab_fixture.h"
 
-namespace Kiln::PrefabTool::Test {
+namespace Kiln::PrefabToolTests {
 
 namespace {
 
@@ -9,7 +9,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-class Pools : public KilnPrefabTest {
+class Pools : public KilnPrefabFixture {
 protected:
     Pools() { write("a.prefab", PrefabText().object(id(1), "Root").object(id(2), "Child").parent(1, id(1))); }
 
@@ -74,4 +74,4 @@ TEST_F(Pools, withJson_goToStderr) {
 
 } // namespace
 
-} // namespace Kiln::PrefabTool::Test
+} // namespace Kiln::PrefabToolTests

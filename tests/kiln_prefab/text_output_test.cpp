@@ -1,6 +1,6 @@
 #include "kiln_prefab_fixture.h"
 
-namespace Kiln::PrefabTool::Test {
+namespace Kiln::PrefabToolTests {
 
 namespace {
 
@@ -10,7 +10,7 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Not;
 
-class TextOutput : public KilnPrefabTest {
+class TextOutput : public KilnPrefabFixture {
 protected:
     TextOutput() {
         write("lamp.prefab", PrefabText()
@@ -112,4 +112,4 @@ TEST_F(TextOutput, deepHierarchy_isWrittenWhole) {
 
 } // namespace
 
-} // namespace Kiln::PrefabTool::Test
+} // namespace Kiln::PrefabToolTests

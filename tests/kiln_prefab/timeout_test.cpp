@@ -2,14 +2,14 @@
 
 #include <sys/stat.h>
 
-namespace Kiln::PrefabTool::Test {
+namespace Kiln::PrefabToolTests {
 
 namespace {
 
 using testing::ElementsAre;
 
 /// A pipe without writer keeps the worker that opens it waiting for ever.
-class Timeout : public KilnPrefabTest {
+class Timeout : public KilnPrefabFixture {
 protected:
     Timeout() {
         EXPECT_EQ(mkfifo(m_directory.path("pipe.prefab").c_str(), 0600), 0);
@@ -45,4 +45,4 @@ TEST_F(Timeout, poolsOfALoadThatDoesNotEnd_areDumped) {
 
 } // namespace
 
-} // namespace Kiln::PrefabTool::Test
+} // namespace Kiln::PrefabToolTests

@@ -15,7 +15,7 @@ using TextDescriptor = ComponentDescriptor<TextComponent>;
 static_assert(!std::is_copy_constructible_v<TextDescriptor> && !std::is_copy_assignable_v<TextDescriptor>,
               "a descriptor refers to its own configuration");
 
-class Descriptor : public DocumentTest {
+class Descriptor : public DocumentFixture {
 protected:
     /// Override records for a text component.
     [[nodiscard]] static ComponentOverrideRecords overrides(const std::string& properties) {

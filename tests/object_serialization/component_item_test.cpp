@@ -11,7 +11,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 /// The item of a document with one.
-class Item : public DocumentTest {
+class Item : public DocumentFixture {
 protected:
     void open(const std::string& item) {
         m_format = std::make_unique<PrefabFormat>(parse("<prefab><components><pool><type>TextComponent</type>\n<item>" +

@@ -16,7 +16,7 @@ struct FirstType {};
 struct SecondType {};
 
 /// A library of its own; that of the process is shared by all tests.
-class Library : public DocumentTest {
+class Library : public DocumentFixture {
 protected:
     [[nodiscard]] static ComponentRecord record(Tessel::ComponentTypeId typeId, std::string name,
                                                 const std::type_info& type = typeid(FirstType)) {

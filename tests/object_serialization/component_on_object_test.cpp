@@ -10,7 +10,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 /// What a descriptor does to live objects.
-class OnObject : public LiveTest {
+class OnObject : public LiveFixture {
 protected:
     OnObject() {
         descriptor->config().text = "own";

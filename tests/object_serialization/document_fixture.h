@@ -15,7 +15,7 @@
 namespace Kiln::SerializationTests {
 
 /// What the log got, and documents from texts.
-class DocumentTest : public testing::Test {
+class DocumentFixture : public testing::Test {
 protected:
     using Message = TestSupport::LogCapture::Message;
 
@@ -39,7 +39,7 @@ protected:
 
 /// Reading and writing the configuration of one component type.
 template <class Component>
-class PropertiesTest : public DocumentTest {
+class PropertiesFixture : public DocumentFixture {
 protected:
     using Config = typename Component::Config;
 

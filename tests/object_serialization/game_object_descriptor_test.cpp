@@ -10,7 +10,7 @@ using Tessel::GameObject;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class ObjectDescriptor : public LiveTest {
+class ObjectDescriptor : public LiveFixture {
 protected:
     ObjectDescriptor() {
         node->setUuid(NODE_UUID);

@@ -10,7 +10,7 @@ using Tessel::GameObjectLink;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class Links : public LiveTest {
+class Links : public LiveFixture {
 protected:
     /// Resolves the links of `descriptor` for the object.
     const LinksConfig& resolve() {

@@ -11,9 +11,9 @@
 namespace Kiln::SerializationTests {
 
 /// A world of its own for every test.
-class LiveTest : public DocumentTest {
+class LiveFixture : public DocumentFixture {
 protected:
-    ~LiveTest() override { Tessel::EntryPoint::instance().destroyWorld(worldId); }
+    ~LiveFixture() override { Tessel::EntryPoint::instance().destroyWorld(worldId); }
 
     [[nodiscard]] Tessel::World& world() const { return *Tessel::EntryPoint::instance().findValidWorld(worldId); }
     [[nodiscard]] Tessel::GameObjectManager& manager() const { return world().manager(); }

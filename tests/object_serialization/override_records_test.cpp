@@ -8,7 +8,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class Overrides : public PropertiesTest<TextComponent> {
+class Overrides : public PropertiesFixture<TextComponent> {
 protected:
     /// A record for one game object.
     [[nodiscard]] static std::string objectText(const std::string& uuid, const std::string& components) {

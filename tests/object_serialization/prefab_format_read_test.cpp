@@ -13,7 +13,7 @@ using Tessel::PrefabFormat;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class ReadingFormat : public DocumentTest {
+class ReadingFormat : public DocumentFixture {
 protected:
     [[nodiscard]] static std::uint32_t versionOf(const std::string& text) {
         return PrefabFormat(parse("<prefab>" + text + "</prefab>")).getFormatVersion();
@@ -130,7 +130,7 @@ TEST_F(ReadingFormat, flagsThatDoNotRead_areNoneAndAnError) {
     EXPECT_THAT(log.messages(), IsEmpty());
 }
 
-class ReadingPools : public DocumentTest {
+class ReadingPools : public DocumentFixture {
 protected:
     /// Opens a document with those pools.
     [[nodiscard]] static PrefabFormat open(const std::string& pools) {

@@ -11,7 +11,7 @@ using Tessel::ComponentPoolStorage;
 using Tessel::GameObjectPool;
 using Tessel::PrefabFormat;
 
-class WritingFormat : public DocumentTest {
+class WritingFormat : public DocumentFixture {
 protected:
     [[nodiscard]] static SmartPointer<GameObjectDescriptor> object(const Uuid& uuid, std::string name,
                                                                    unsigned long flags = 0) {

@@ -6,7 +6,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class ReadingVectors : public PropertiesTest<ValuesComponent> {};
+class ReadingVectors : public PropertiesFixture<ValuesComponent> {};
 
 TEST_F(ReadingVectors, elements_replaceTheDefault) {
     read("<numbers><value>1</value><value> -2 </value><value>3</value></numbers>");
@@ -80,7 +80,7 @@ TEST_F(ReadingVectors, readTwice_theSecondTextReplacesVectorsAndFillsStructuresU
 }
 
 /// Structures that hold themselves: each level below the property `tree` costs two steps, the vector and its element.
-class DeepNesting : public PropertiesTest<TreeComponent> {
+class DeepNesting : public PropertiesFixture<TreeComponent> {
 protected:
     static constexpr int DEEPEST = 63;
 

@@ -9,7 +9,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class ReadingValues : public PropertiesTest<ValuesComponent> {};
+class ReadingValues : public PropertiesFixture<ValuesComponent> {};
 
 TEST_F(ReadingValues, absentProperties_keepTheirDefaults) {
     read("");
@@ -178,7 +178,7 @@ struct Unreadable {
     std::string text;
 };
 
-class UnreadableValue : public PropertiesTest<ValuesComponent>, public testing::WithParamInterface<Unreadable> {};
+class UnreadableValue : public PropertiesFixture<ValuesComponent>, public testing::WithParamInterface<Unreadable> {};
 
 TEST_P(UnreadableValue, isAnErrorAndLeavesTheDefault) {
     const auto& [property, type, text] = GetParam();

@@ -5,7 +5,7 @@
 namespace Kiln::SerializationTests {
 namespace {
 
-class WritingValues : public PropertiesTest<ValuesComponent> {};
+class WritingValues : public PropertiesFixture<ValuesComponent> {};
 
 TEST_F(WritingValues, everyProperty_inTheOrderOfTheDescription) {
     config.text = " <a> & \"b\" ";
@@ -77,7 +77,7 @@ TEST_F(WritingValues, objectWithoutDescription_writesNothing) {
 }
 
 /// Configurations that are hard to keep.
-class RoundTrip : public PropertiesTest<ValuesComponent> {
+class RoundTrip : public PropertiesFixture<ValuesComponent> {
 protected:
     /// Writes the configuration, reads the text into a fresh one and compares.
     void expectSameAfterReading() {

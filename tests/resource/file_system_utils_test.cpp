@@ -19,10 +19,10 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class FileSystemUtilsTest : public testing::Test {
+class FileSystemUtils : public testing::Test {
 protected:
-    FileSystemUtilsTest() { clearResourceRoots(); }
-    ~FileSystemUtilsTest() override { clearResourceRoots(); }
+    FileSystemUtils() { clearResourceRoots(); }
+    ~FileSystemUtils() override { clearResourceRoots(); }
 
     TestSupport::TemporaryDirectory m_first;
     TestSupport::TemporaryDirectory m_second;
@@ -31,7 +31,7 @@ protected:
 
 } // namespace
 
-TEST_F(FileSystemUtilsTest, roots_keepTheirOrder) {
+TEST_F(FileSystemUtils, roots_keepTheirOrder) {
     EXPECT_THAT(resourceRoots(), IsEmpty());
     addResourceRoot("b");
     addResourceRoot("a");
@@ -41,12 +41,12 @@ TEST_F(FileSystemUtilsTest, roots_keepTheirOrder) {
     EXPECT_THAT(resourceRoots(), IsEmpty());
 }
 
-TEST_F(FileSystemUtilsTest, resolve_withoutRoots_isThePathItself) {
+TEST_F(FileSystemUtils, resolve_withoutRoots_isThePathItself) {
     EXPECT_EQ(resolveResourcePath("props/lamp.prefab"), "props/lamp.prefab");
     EXPECT_EQ(resolveResourcePath("/props/lamp.prefab"), "/props/lamp.prefab");
 }
 
-TEST_F(FileSystemUtilsTest, resolve_absolutePath_standsForItself) {
+TEST_F(FileSystemUtils, resolve_absolutePath_standsForItself) {
     addResourceRoot(m_first.path());
     const std::string file = m_second.writeFile("lamp.prefab", "<prefab/>");
 
@@ -54,13 +54,13 @@ TEST_F(FileSystemUtilsTest, resolve_absolutePath_standsForItself) {
     EXPECT_EQ(resolveResourcePath("/none.prefab"), "/none.prefab");
 }
 
-TEST_F(FileSystemUtilsTest, resolve_emptyPath_isNoDirectory) {
+TEST_F(FileSystemUtils, resolve_emptyPath_isNoDirectory) {
     addResourceRoot(m_first.path());
 
     EXPECT_EQ(resolveResourcePath(""), "");
 }
 
-TEST_F(FileSystemUtilsTest, resolve_firstRootThatHasTheFileWins) {
+TEST_F(FileSystemUtils, resolve_firstRootThatHasTheFileWins) {
     addResourceRoot(m_first.path());
     addResourceRoot(m_second.path());
     const std::string inSecond = m_second.writeFile("props/lamp.prefab", "<prefab/>");
@@ -70,7 +70,7 @@ TEST_F(FileSystemUtilsTest, resolve_firstRootThatHasTheFileWins) {
     EXPECT_EQ(resolveResourcePath("props/lamp.prefab"), inFirst);
 }
 
-TEST_F(FileSystemUtilsTest, resolve_directoryIsNoFile) {
+TEST_F(FileSystemUtils, resolve_directoryIsNoFile) {
     addResourceRoot(m_first.path());
     addResourceRoot(m_second.path());
     std::filesystem::create_directories(m_first.path("lamp.prefab"));
@@ -79,20 +79,20 @@ TEST_F(FileSystemUtilsTest, resolve_directoryIsNoFile) {
     EXPECT_EQ(resolveResourcePath("lamp.prefab"), file);
 }
 
-TEST_F(FileSystemUtilsTest, resolve_noMatch_isUnderTheFirstRoot) {
+TEST_F(FileSystemUtils, resolve_noMatch_isUnderTheFirstRoot) {
     addResourceRoot(m_first.path());
     addResourceRoot(m_second.path());
 
     EXPECT_EQ(resolveResourcePath("none.prefab"), m_first.path("none.prefab"));
 }
 
-TEST_F(FileSystemUtilsTest, resolve_rootThatEndsInASlash) {
+TEST_F(FileSystemUtils, resolve_rootThatEndsInASlash) {
     addResourceRoot(m_first.path().string() + "/");
 
     EXPECT_EQ(resolveResourcePath("lamp.prefab"), m_first.path("lamp.prefab"));
 }
 
-TEST_F(FileSystemUtilsTest, openXmlSection_opensTheResource) {
+TEST_F(FileSystemUtils, openXmlSection_opensTheResource) {
     addResourceRoot(m_first.path());
     addResourceRoot(m_second.path());
     m_second.writeFile("props/lamp.prefab", "<prefab><name>Lamp</name></prefab>");
@@ -104,7 +104,7 @@ TEST_F(FileSystemUtilsTest, openXmlSection_opensTheResource) {
     EXPECT_THAT(m_log.texts(), IsEmpty());
 }
 
-TEST_F(FileSystemUtilsTest, openXmlSection_missing_isReportedUnlessTheCallerDoes) {
+TEST_F(FileSystemUtils, openXmlSection_missing_isReportedUnlessTheCallerDoes) {
     addResourceRoot(m_first.path());
     EXPECT_FALSE(openXmlSection("none.prefab", true));
     EXPECT_FALSE(openXmlSection("", true));
@@ -115,7 +115,7 @@ TEST_F(FileSystemUtilsTest, openXmlSection_missing_isReportedUnlessTheCallerDoes
     EXPECT_THAT(m_log.errors(), ElementsAre("File not found: 'none.prefab'", "File not found: ''"));
 }
 
-TEST_F(FileSystemUtilsTest, openXmlSection_malformedOrUnreadable_isAlwaysReported) {
+TEST_F(FileSystemUtils, openXmlSection_malformedOrUnreadable_isAlwaysReported) {
     addResourceRoot(m_first.path());
     m_first.writeFile("props/bad.prefab", "<a>");
     EXPECT_FALSE(openXmlSection("props/bad.prefab", true));
@@ -126,7 +126,7 @@ TEST_F(FileSystemUtilsTest, openXmlSection_malformedOrUnreadable_isAlwaysReporte
                             "Cannot read 'props': is a directory"));
 }
 
-TEST_F(FileSystemUtilsTest, rootsAddedWhileOthersOpen_everyOpenSucceeds) {
+TEST_F(FileSystemUtils, rootsAddedWhileOthersOpen_everyOpenSucceeds) {
     addResourceRoot(m_first.path());
     m_first.writeFile("lamp.prefab", "<prefab/>");
     std::latch start(3);

@@ -8,7 +8,7 @@
 
 #include <set>
 
-namespace Kiln::SamplesTest {
+namespace Kiln::SamplesTests {
 
 using namespace Kiln::Tessel;
 using testing::IsEmpty;
@@ -28,7 +28,7 @@ namespace {
 
 } // namespace
 
-class HarbourFiles : public HarbourTest {};
+class HarbourFiles : public HarbourFixture {};
 
 TEST_F(HarbourFiles, everyPrefab_isReadWithoutAnyMessage) {
     const std::vector<std::string> paths = prefabPaths();
@@ -77,4 +77,4 @@ TEST_F(HarbourFiles, everyPrefab_writtenAndReadAgain_isTheSame) {
     }
 }
 
-} // namespace Kiln::SamplesTest
+} // namespace Kiln::SamplesTests

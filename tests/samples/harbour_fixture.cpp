@@ -13,7 +13,7 @@
 #include <chrono>
 #include <string_view>
 
-namespace Kiln::SamplesTest {
+namespace Kiln::SamplesTests {
 
 using namespace Kiln::Tessel;
 
@@ -43,7 +43,7 @@ constexpr const char* PLUG_IN = KILN_BUILD_LIB_DIR "/libharbour_components.so";
 
 } // namespace
 
-HarbourTest::HarbourTest()
+HarbourFixture::HarbourFixture()
     : m_sink([this](const LogMessage& message) {
           if (!isAboutDepth(message.text)) {
               const std::lock_guard lock(m_mutex);
@@ -56,14 +56,14 @@ HarbourTest::HarbourTest()
     EXPECT_NE(dlopen(PLUG_IN, RTLD_NOW | RTLD_LOCAL), nullptr) << dlerror();
 }
 
-HarbourTest::~HarbourTest() {
+HarbourFixture::~HarbourFixture() {
     EXPECT_TRUE(FileIOTaskManager::instance().waitForIdle(std::chrono::seconds(60)));
     EntryPoint::instance().destroyWorld(m_worldId);
     Loading::fullyClearCache();
     FS::Utils::clearResourceRoots();
 }
 
-GameObject HarbourTest::spawn(const Uuid& instanceUuid) {
+GameObject HarbourFixture::spawn(const Uuid& instanceUuid) {
     GameObject loaded;
     Loading::loadGameObject(
         HARBOUR, m_worldId, {},
@@ -80,11 +80,11 @@ GameObject HarbourTest::spawn(const Uuid& instanceUuid) {
     return loaded;
 }
 
-GameObjectManager& HarbourTest::manager() const {
+GameObjectManager& HarbourFixture::manager() const {
     return *getGameObjectManager(m_worldId);
 }
 
-GameObject HarbourTest::object(const Uuid& instanceUuid, const std::vector<std::string>& names) {
+GameObject HarbourFixture::object(const Uuid& instanceUuid, const std::vector<std::string>& names) {
     Uuid uuid = instanceUuid;
     std::string path = HARBOUR;
     for (const std::string& name : names) {
@@ -104,12 +104,12 @@ GameObject HarbourTest::object(const Uuid& instanceUuid, const std::vector<std::
     return found;
 }
 
-std::vector<std::string> HarbourTest::messages() const {
+std::vector<std::string> HarbourFixture::messages() const {
     const std::lock_guard lock(m_mutex);
     return m_messages;
 }
 
-const GameObjectPrefab& HarbourTest::document(const std::string& path) {
+const GameObjectPrefab& HarbourFixture::document(const std::string& path) {
     std::unique_ptr<GameObjectPrefab>& entry = m_documents[path];
     if (!entry) {
         entry = GameObjectPrefab::loadHierarchy(path, nullptr);
@@ -117,4 +117,4 @@ const GameObjectPrefab& HarbourTest::document(const std::string& path) {
     return *entry;
 }
 
-} // namespace Kiln::SamplesTest
+} // namespace Kiln::SamplesTests

@@ -13,16 +13,16 @@
 #include <string>
 #include <vector>
 
-namespace Kiln::SamplesTest {
+namespace Kiln::SamplesTests {
 
 inline constexpr const char* HARBOUR = "harbour/harbour.prefab";
 
 /// Loads the plug-in with the harbour's components and lets resource paths start in samples/; a fresh world and an
 /// empty prefab cache per test.
-class HarbourTest : public testing::Test {
+class HarbourFixture : public testing::Test {
 protected:
-    HarbourTest();
-    ~HarbourTest() override;
+    HarbourFixture();
+    ~HarbourFixture() override;
 
     /// Loads the harbour under an instance UUID and returns its root; fails the test when it does not come.
     Tessel::GameObject spawn(const Uuid& instanceUuid);
@@ -59,4 +59,4 @@ private:
     std::map<std::string, std::unique_ptr<Tessel::GameObjectPrefab>> m_documents;
 };
 
-} // namespace Kiln::SamplesTest
+} // namespace Kiln::SamplesTests

@@ -7,7 +7,7 @@
 
 #include <set>
 
-namespace Kiln::SamplesTest {
+namespace Kiln::SamplesTests {
 
 using namespace Kiln::Tessel;
 using testing::ElementsAre;
@@ -28,11 +28,11 @@ const Uuid INSTANCE(0x3d0c9f5a12e84b67, 0x9a41c7e05b2f8d36);
 
 } // namespace
 
-class HarbourHierarchy : public HarbourTest {
+class HarbourHierarchy : public HarbourFixture {
 protected:
     HarbourHierarchy() : m_root(spawn(INSTANCE)) {}
 
-    using HarbourTest::object;
+    using HarbourFixture::object;
     [[nodiscard]] GameObject object(const std::vector<std::string>& names) { return object(INSTANCE, names); }
     [[nodiscard]] GameObject parent(const std::vector<std::string>& names) {
         return manager().getParent(object(names));
@@ -125,4 +125,4 @@ TEST_F(HarbourHierarchy, beacon_showsThePatternOfItsResource) {
     EXPECT_THAT(seconds, ElementsAre(0.5, 1.5, 0.5, 7.5));
 }
 
-} // namespace Kiln::SamplesTest
+} // namespace Kiln::SamplesTests

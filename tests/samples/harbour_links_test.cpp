@@ -4,7 +4,7 @@
 #include <harbour_components/berth_component.h>
 #include <harbour_components/crane_component.h>
 
-namespace Kiln::SamplesTest {
+namespace Kiln::SamplesTests {
 
 using namespace Kiln::Tessel;
 using Harbour::BerthComponent;
@@ -16,11 +16,11 @@ namespace {
 const Uuid INSTANCE(0x8b27e6d1c05f4a93, 0xb6f03c9d74e15a28);
 } // namespace
 
-class HarbourLinks : public HarbourTest {
+class HarbourLinks : public HarbourFixture {
 protected:
     HarbourLinks() { spawn(INSTANCE); }
 
-    using HarbourTest::object;
+    using HarbourFixture::object;
     [[nodiscard]] GameObject object(const std::vector<std::string>& names) { return object(INSTANCE, names); }
 
     [[nodiscard]] const CraneComponent& crane(const std::vector<std::string>& names) {
@@ -81,4 +81,4 @@ TEST_F(HarbourLinks, structure_isReadWithItsComponent) {
     EXPECT_EQ(component.drive.hoistSpeed, 0.9F);
 }
 
-} // namespace Kiln::SamplesTest
+} // namespace Kiln::SamplesTests

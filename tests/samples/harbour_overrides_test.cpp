@@ -11,7 +11,7 @@
 #include <string_view>
 #include <unordered_map>
 
-namespace Kiln::SamplesTest {
+namespace Kiln::SamplesTests {
 
 using namespace Kiln::Tessel;
 using Harbour::BerthComponent;
@@ -38,11 +38,11 @@ void PrintTo(const Light& light, std::ostream* stream) {
 
 } // namespace
 
-class HarbourOverrides : public HarbourTest {
+class HarbourOverrides : public HarbourFixture {
 protected:
     HarbourOverrides() { spawn(INSTANCE); }
 
-    using HarbourTest::object;
+    using HarbourFixture::object;
     [[nodiscard]] GameObject object(const std::vector<std::string>& names) { return object(INSTANCE, names); }
 
     /// The child of that name; the invalid object when there is none.
@@ -159,4 +159,4 @@ TEST_F(HarbourOverrides, secondInstance_hasTheSameOverridesAtTheSamePlaces) {
     EXPECT_EQ(sign(object(SECOND_INSTANCE, {"Meridian", "Container 3"})), "HBCU 507 113");
 }
 
-} // namespace Kiln::SamplesTest
+} // namespace Kiln::SamplesTests

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace Kiln::SamplesTest {
+namespace Kiln::SamplesTests {
 
 namespace {
 
@@ -47,4 +47,4 @@ INSTANTIATE_TEST_SUITE_P(All, SamplePrograms,
                                          "04_build_and_save_a_prefab", "05_overrides"),
                          [](const auto& program) { return "program_" + std::string(program.param); });
 
-} // namespace Kiln::SamplesTest
+} // namespace Kiln::SamplesTests

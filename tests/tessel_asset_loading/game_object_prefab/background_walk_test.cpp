@@ -11,9 +11,9 @@ constexpr const char* TOO_DEEP =
     "5: Nested prefabs depth has exceeded limit. It can be result of recursive references. (backgroundLoad)";
 
 /// GameObjectPrefab::backgroundLoad(depth).
-class BackgroundWalkTest : public ServiceFixture {
+class BackgroundWalk : public ServiceFixture {
 protected:
-    BackgroundWalkTest() {
+    BackgroundWalk() {
         HookComponent::onPreload = [this](const HookComponent::Config& config) { preloaded.push_back(config.tag); };
     }
 
@@ -27,14 +27,14 @@ protected:
     std::vector<std::string> preloaded;
 };
 
-TEST_F(BackgroundWalkTest, emptyPrefab_doesNothing) {
+TEST_F(BackgroundWalk, emptyPrefab_doesNothing) {
     GameObjectPrefab().backgroundLoad(0);
 
     EXPECT_THAT(preloaded, IsEmpty());
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(BackgroundWalkTest, components_arePreloadedInOrderOfNodesAndComponents) {
+TEST_F(BackgroundWalk, components_arePreloadedInOrderOfNodesAndComponents) {
     PrefabBuilder prefab;
     prefab.root(id(1)).with<HookComponent>({"root"}).with<TagComponent>().with<HookComponent>({"root again"});
     prefab.child(id(2), "Child", id(1)).with<HookComponent>({"child"});
@@ -44,7 +44,7 @@ TEST_F(BackgroundWalkTest, components_arePreloadedInOrderOfNodesAndComponents) {
     EXPECT_THAT(preloaded, ElementsAre("root", "root again", "child"));
 }
 
-TEST_F(BackgroundWalkTest, nestedPrefab_followsItsIntegrationPoint) {
+TEST_F(BackgroundWalk, nestedPrefab_followsItsIntegrationPoint) {
     cachePrefab("inner.prefab", PrefabBuilder().root(id(1)).with<HookComponent>({"inner"}));
     PrefabBuilder outer;
     outer.root(id(1)).with<HookComponent>({"root"});
@@ -56,7 +56,7 @@ TEST_F(BackgroundWalkTest, nestedPrefab_followsItsIntegrationPoint) {
     EXPECT_THAT(preloaded, ElementsAre("root", "point", "inner", "last"));
 }
 
-TEST_F(BackgroundWalkTest, nestedFile_isParsedAndCached) {
+TEST_F(BackgroundWalk, nestedFile_isParsedAndCached) {
     writeHookedRoot("inner.prefab", "inner");
 
     nesting("outer", "inner.prefab").build().backgroundLoad(5);
@@ -67,7 +67,7 @@ TEST_F(BackgroundWalkTest, nestedFile_isParsedAndCached) {
     EXPECT_EQ(inner->getGameObject(0)->name(), "inner");
 }
 
-TEST_F(BackgroundWalkTest, missingNestedFile_isReportedAndSkipped) {
+TEST_F(BackgroundWalk, missingNestedFile_isReportedAndSkipped) {
     PrefabBuilder outer = nesting("outer", "none.prefab");
     outer.child(id(3), "Last", id(1)).with<HookComponent>({"last"});
 
@@ -77,7 +77,7 @@ TEST_F(BackgroundWalkTest, missingNestedFile_isReportedAndSkipped) {
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found none.prefab"));
 }
 
-TEST_F(BackgroundWalkTest, prefabThatNestsItself_endsAtTheLimit) {
+TEST_F(BackgroundWalk, prefabThatNestsItself_endsAtTheLimit) {
     cachePrefab("self.prefab", nesting("self", "self.prefab"));
 
     service().loadPrefabData("self.prefab")->backgroundLoad(0);
@@ -87,7 +87,7 @@ TEST_F(BackgroundWalkTest, prefabThatNestsItself_endsAtTheLimit) {
     EXPECT_THAT(logged(), ElementsAre(TOO_DEEP));
 }
 
-TEST_F(BackgroundWalkTest, depthFive_followsReference) {
+TEST_F(BackgroundWalk, depthFive_followsReference) {
     cachePrefab("inner.prefab", PrefabBuilder().root(id(1)).with<HookComponent>({"inner"}));
 
     nesting("outer", "inner.prefab").build().backgroundLoad(5);
@@ -96,7 +96,7 @@ TEST_F(BackgroundWalkTest, depthFive_followsReference) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(BackgroundWalkTest, depthSix_preloadsAndReportsPerReference) {
+TEST_F(BackgroundWalk, depthSix_preloadsAndReportsPerReference) {
     PrefabBuilder outer = nesting("outer", "none.prefab");
     outer.nested(id(3), "Another", id(1), "none.prefab").with<HookComponent>({"another"});
 
@@ -106,7 +106,7 @@ TEST_F(BackgroundWalkTest, depthSix_preloadsAndReportsPerReference) {
     EXPECT_THAT(logged(), ElementsAre(TOO_DEEP, TOO_DEEP));
 }
 
-TEST_F(BackgroundWalkTest, depthSix_withoutReference_isSilent) {
+TEST_F(BackgroundWalk, depthSix_withoutReference_isSilent) {
     PrefabBuilder prefab;
     prefab.root(id(1)).with<HookComponent>({"alone"});
 
@@ -116,7 +116,7 @@ TEST_F(BackgroundWalkTest, depthSix_withoutReference_isSilent) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(BackgroundWalkTest, preload_runsWithoutCacheLock) {
+TEST_F(BackgroundWalk, preload_runsWithoutCacheLock) {
     writeRoot("other.prefab", "Other");
     const GameObjectPrefab* other = nullptr;
     HookComponent::onPreload = [&other](const HookComponent::Config&) {
@@ -128,7 +128,7 @@ TEST_F(BackgroundWalkTest, preload_runsWithoutCacheLock) {
     EXPECT_NE(other, nullptr);
 }
 
-TEST_F(BackgroundWalkTest, cacheClearedByPreload_documentIsStillWalked) {
+TEST_F(BackgroundWalk, cacheClearedByPreload_documentIsStillWalked) {
     PrefabBuilder inner;
     inner.root(id(1)).with<HookComponent>({"first"}).child(id(2), "Child", id(1)).with<HookComponent>({"second"});
     cachePrefab("inner.prefab", inner);

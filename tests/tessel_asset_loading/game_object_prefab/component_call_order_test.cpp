@@ -1,13 +1,12 @@
 #include <tessel_asset_loading/support/document_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::ComponentOptions;
-using Kiln::Tessel::NativeComponent;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::ComponentOptions;
+using Tessel::NativeComponent;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 struct WitnessConfig {
     std::string tag;
@@ -156,3 +155,4 @@ TEST_F(ComponentCallOrder, queries_leaveComponentsAlone) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

@@ -6,12 +6,11 @@
 #include <memory>
 #include <thread>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObjectPrefab;
-using testing::IsEmpty;
-
+namespace Kiln::TestSupport {
 namespace {
+
+using Tessel::GameObjectPrefab;
+using testing::IsEmpty;
 
 /// A component whose descriptor calls a function when it is destroyed.
 class ReleaseProbe final : public Tessel::PoolableComponent<ReleaseProbe, Tessel::IComponent> {
@@ -171,3 +170,4 @@ TEST_F(Copying, allOperations_logNothing) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

@@ -2,13 +2,12 @@
 
 #include <object_framework/entry_point.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObject;
-using Kiln::Tessel::GameObjectPrefab;
-using testing::ElementsAre;
-
+namespace Kiln::TestSupport {
 namespace {
+
+using Tessel::GameObject;
+using Tessel::GameObjectPrefab;
+using testing::ElementsAre;
 
 class CreationFailure : public CreationFixture {
 protected:
@@ -152,3 +151,4 @@ TEST_F(CreationFailure, thePrefabCanBeCreatedOnceItIsMended) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

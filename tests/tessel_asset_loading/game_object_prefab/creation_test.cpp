@@ -2,16 +2,15 @@
 
 #include <core/stack_tracker.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObject;
-using Kiln::Tessel::GameObjectPrefab;
-using Kiln::Tessel::PrefabComponent;
-using Kiln::Tessel::TransformComponent;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObject;
+using Tessel::GameObjectPrefab;
+using Tessel::PrefabComponent;
+using Tessel::TransformComponent;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 class Creation : public CreationFixture {
 protected:
@@ -212,3 +211,4 @@ TEST_F(Creation, components_areMadeOutsideTheBracket) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

@@ -1,10 +1,9 @@
 #include <tessel_asset_loading/support/document_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObjectPrefab;
-
+namespace Kiln::TestSupport {
 namespace {
+
+using Tessel::GameObjectPrefab;
 
 /// Counts its configurations, and so the component descriptors that are alive.
 class CountedComponent final : public Tessel::PoolableComponent<CountedComponent, Tessel::IComponent> {
@@ -106,3 +105,4 @@ TEST_F(DocumentLifetime, validateHierarchy_leavesTheDocumentAsItWas) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

@@ -1,14 +1,13 @@
 #include <tessel_asset_loading/support/creation_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObjectPrefab;
-using Kiln::Tessel::HierarchyComponent;
-using Kiln::Tessel::PrefabComponent;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObjectPrefab;
+using Tessel::HierarchyComponent;
+using Tessel::PrefabComponent;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 /// Results list the root first and then the items in the order in which they were gathered.
 class Gathering : public CreationFixture {
@@ -306,3 +305,4 @@ TEST_F(HasOverrides, recordsInForce_areReleasedWhetherGatheringSucceedsOrNot) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

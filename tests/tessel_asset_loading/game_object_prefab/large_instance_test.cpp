@@ -2,13 +2,12 @@
 
 #include <tessel_asset_loading/support/creation_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObject;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObject;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 class LargeInstance : public CreationFixture {
 protected:
@@ -112,3 +111,4 @@ TEST_F(LargeInstance, nestedTwice_eachObjectIsBelowTheParentOfItsInstance) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

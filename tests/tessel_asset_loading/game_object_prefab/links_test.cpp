@@ -1,14 +1,13 @@
 #include <tessel_asset_loading/support/creation_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObject;
-using Kiln::Tessel::GameObjectLink;
-using Kiln::Tessel::GameObjectPrefab;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObject;
+using Tessel::GameObjectLink;
+using Tessel::GameObjectPrefab;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 [[nodiscard]] LinksComponent::Config linkTo(const Uuid& uuid) {
     LinksComponent::Config config;
@@ -237,3 +236,4 @@ TEST_F(Links, afterwards_theDescriptorsUuidsAreAsBefore) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

@@ -1,13 +1,12 @@
 #include <tessel_asset_loading/support/document_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObjectPrefab;
-using Kiln::Tessel::PrefabComponent;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObjectPrefab;
+using Tessel::PrefabComponent;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 class LoadingFiles : public DocumentFixture {
 protected:
@@ -229,3 +228,4 @@ TEST_F(LoadingFiles, validateHierarchy_cachesAndCreatesNothing) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

@@ -1,15 +1,14 @@
 #include <tessel_asset_loading/support/creation_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::HierarchyComponent;
-using Kiln::Tessel::NativeComponent;
-using Kiln::Tessel::PrefabComponent;
-using Kiln::Tessel::TransformComponent;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::HierarchyComponent;
+using Tessel::NativeComponent;
+using Tessel::PrefabComponent;
+using Tessel::TransformComponent;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 /// Creates "Outer", which nests `inner` at the integration point "Point".
 class Merging : public CreationFixture {
@@ -193,3 +192,4 @@ TEST_F(Merging, afterwards_theDocumentsAreWrittenAsBefore) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

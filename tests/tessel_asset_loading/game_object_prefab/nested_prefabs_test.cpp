@@ -1,13 +1,12 @@
 #include <tessel_asset_loading/support/document_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObjectPrefab;
-using Kiln::Tessel::PrefabComponent;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObjectPrefab;
+using Tessel::PrefabComponent;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 using NestedPrefabs = DocumentFixture;
 
@@ -206,3 +205,4 @@ TEST_F(HasNestedPrefabs, missingFile_isFalseAndSilent) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

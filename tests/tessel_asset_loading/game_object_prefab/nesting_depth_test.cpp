@@ -1,11 +1,10 @@
 #include <tessel_asset_loading/support/creation_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
+namespace Kiln::TestSupport {
+namespace {
+
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 class NestingDepth : public CreationFixture {
 protected:
@@ -95,3 +94,4 @@ TEST_F(NestingDepth, siblings_doNotAddUp) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

@@ -4,15 +4,14 @@
 
 #include <limits>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObjectPrefab;
-using Kiln::Tessel::HierarchyComponent;
-using Kiln::Tessel::NativeComponent;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObjectPrefab;
+using Tessel::HierarchyComponent;
+using Tessel::NativeComponent;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 constexpr std::size_t NO_NODE = std::numeric_limits<std::size_t>::max();
 
@@ -317,3 +316,4 @@ TEST_F(NodeList, clear_prefabCanBeFilledAgain) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

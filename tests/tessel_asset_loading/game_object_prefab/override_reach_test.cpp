@@ -1,13 +1,12 @@
 #include <tessel_asset_loading/support/creation_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObject;
-using Kiln::Tessel::GameObjectPrefab;
-using Kiln::Tessel::PrefabComponent;
-using testing::IsEmpty;
-
+namespace Kiln::TestSupport {
 namespace {
+
+using Tessel::GameObject;
+using Tessel::GameObjectPrefab;
+using Tessel::PrefabComponent;
+using testing::IsEmpty;
 
 /// A middle prefab nests a leaf; of the two instances of the middle one, one overrides what is in its leaf. The
 /// override must reach that leaf and no other, although both instances share every descriptor.
@@ -152,3 +151,4 @@ TEST_F(OverrideReachOfTwoCreations, failedCreation_leavesNothingForTheNextOne) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

@@ -1,15 +1,14 @@
 #include <tessel_asset_loading/support/creation_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObject;
-using Kiln::Tessel::GameObjectPrefab;
-using Kiln::Tessel::PrefabComponent;
-using Kiln::Tessel::TransformComponent;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObject;
+using Tessel::GameObjectPrefab;
+using Tessel::PrefabComponent;
+using Tessel::TransformComponent;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 [[nodiscard]] std::string tagRecord(const Uuid& object, const std::string& tag) {
     return OverridesText().record(object, "TagComponent", element("tag", tag)).text();
@@ -314,3 +313,4 @@ TEST_F(NestedOverrides, outerRecord_isInForceWhereTheFirstItemHasRecordsOfItsUui
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

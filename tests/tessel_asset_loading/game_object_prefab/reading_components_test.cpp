@@ -1,16 +1,15 @@
 #include <tessel_asset_loading/support/document_fixture.h>
 #include "odd_components.h"
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::ALL_ROLES;
-using Kiln::Tessel::ComponentOptions;
-using Kiln::Tessel::HierarchyComponent;
-using Kiln::Tessel::TransformComponent;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::ALL_ROLES;
+using Tessel::ComponentOptions;
+using Tessel::HierarchyComponent;
+using Tessel::TransformComponent;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 class ReadingComponents : public DocumentFixture {
 protected:
@@ -326,3 +325,4 @@ TEST_F(ReadingComponents, factoryIsNotReachedForItemsThatAreNotWanted) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

@@ -1,12 +1,11 @@
 #include <tessel_asset_loading/support/document_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObjectPrefab;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObjectPrefab;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 using Reading = DocumentFixture;
 
@@ -212,3 +211,4 @@ TEST_F(Reading, loadHierarchy_sectionWithFatalProblem_yieldsAnEmptyPrefab) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

@@ -2,14 +2,13 @@
 
 #include <set>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObjectLink;
-using Kiln::Tessel::GameObjectPrefab;
-using Kiln::Tessel::PrefabComponent;
-using testing::IsEmpty;
-
+namespace Kiln::TestSupport {
 namespace {
+
+using Tessel::GameObjectLink;
+using Tessel::GameObjectPrefab;
+using Tessel::PrefabComponent;
+using testing::IsEmpty;
 
 /// UUIDs are a group of 2^128 elements under combine(), so the inverse of one is its power of 2^128 - 1.
 [[nodiscard]] Uuid inverseOf(const Uuid& uuid) {
@@ -239,3 +238,4 @@ TEST_F(RegenerateUuids, prefab_isCreatedAndWrittenWithTheNewUuids) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

@@ -1,13 +1,12 @@
 #include <tessel_asset_loading/support/creation_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObject;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObject;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-namespace {
 
 /// A component that tells when it goes.
 class FarewellComponent final : public Tessel::PoolableComponent<FarewellComponent, Tessel::IComponent> {
@@ -259,3 +258,4 @@ TEST_F(UuidMapOfCreation, linkOutOfThePrefab_isResolvedThroughTheMap) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

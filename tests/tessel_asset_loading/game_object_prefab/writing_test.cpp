@@ -4,17 +4,16 @@
 #include <map>
 #include <stdexcept>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::ComponentOptions;
-using Kiln::Tessel::GameObjectPrefab;
-using Kiln::Tessel::HierarchyComponent;
-using Kiln::Tessel::NativeComponent;
-using Kiln::Tessel::TransformComponent;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::ComponentOptions;
+using Tessel::GameObjectPrefab;
+using Tessel::HierarchyComponent;
+using Tessel::NativeComponent;
+using Tessel::TransformComponent;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 class Writing : public DocumentFixture {
 protected:
@@ -284,3 +283,4 @@ TEST_F(Writing, roundTrip_ofAReadDocument_isTheSameText) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

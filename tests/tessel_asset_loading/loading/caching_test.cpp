@@ -8,9 +8,9 @@ using ::testing::IsEmpty;
 namespace Loading = Tessel::Loading;
 
 /// The functions of Loading that just fill and empty the cache.
-class LoadingCacheTest : public ServiceFixture {
+class LoadingCache : public ServiceFixture {
 protected:
-    LoadingCacheTest() {
+    LoadingCache() {
         HookComponent::onPreload = [this](const HookComponent::Config& config) { preloaded.push_back(config.tag); };
         for (const char* const path : {"a.prefab", "b.prefab", "c.prefab"}) {
             cachePrefab(path, PrefabBuilder().root(id(1)).with<HookComponent>({path}));
@@ -20,7 +20,7 @@ protected:
     std::vector<std::string> preloaded;
 };
 
-TEST_F(LoadingCacheTest, loadDescriptorSync_givesTheCachedPrefab) {
+TEST_F(LoadingCache, loadDescriptorSync_givesTheCachedPrefab) {
     writeRoot("lamp.prefab", "Lamp");
 
     const Tessel::GameObjectPrefab* const prefab = Loading::loadDescriptorSync("lamp.prefab");
@@ -30,12 +30,12 @@ TEST_F(LoadingCacheTest, loadDescriptorSync_givesTheCachedPrefab) {
     EXPECT_EQ(Loading::loadDescriptorSync("lamp.prefab"), prefab);
 }
 
-TEST_F(LoadingCacheTest, loadDescriptorSync_missingFile_isNull) {
+TEST_F(LoadingCache, loadDescriptorSync_missingFile_isNull) {
     EXPECT_EQ(Loading::loadDescriptorSync("none.prefab"), nullptr);
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found none.prefab"));
 }
 
-TEST_F(LoadingCacheTest, loadDescriptorAsync_cachesWithoutPreloadingAndIsNotAnswered) {
+TEST_F(LoadingCache, loadDescriptorAsync_cachesWithoutPreloadingAndIsNotAnswered) {
     writeHookedRoot("lamp.prefab", "lamp");
     int calls = 0;
 
@@ -50,7 +50,7 @@ TEST_F(LoadingCacheTest, loadDescriptorAsync_cachesWithoutPreloadingAndIsNotAnsw
     EXPECT_EQ(Loading::loadDescriptorSync("lamp.prefab")->getGameObject(0)->name(), "lamp");
 }
 
-TEST_F(LoadingCacheTest, loadDescriptorAsync_answeredRequest_callsTheFunctionOnce) {
+TEST_F(LoadingCache, loadDescriptorAsync_answeredRequest_callsTheFunctionOnce) {
     std::vector<bool> answers;
 
     // A task without a path parses no section: the one request that is answered, with a prefab without nodes.
@@ -63,19 +63,19 @@ TEST_F(LoadingCacheTest, loadDescriptorAsync_answeredRequest_callsTheFunctionOnc
     EXPECT_EQ(requestsCount(), 0U);
 }
 
-TEST_F(LoadingCacheTest, cacheGameObjects_false_preloads) {
+TEST_F(LoadingCache, cacheGameObjects_false_preloads) {
     Loading::cacheGameObjects({"b.prefab", "a.prefab"}, false);
 
     EXPECT_THAT(preloaded, ElementsAre("b.prefab", "a.prefab"));
 }
 
-TEST_F(LoadingCacheTest, cacheGameObjects_true_doesNotPreload) {
+TEST_F(LoadingCache, cacheGameObjects_true_doesNotPreload) {
     Loading::cacheGameObjects({"a.prefab", "b.prefab"}, true);
 
     EXPECT_THAT(preloaded, IsEmpty());
 }
 
-TEST_F(LoadingCacheTest, cacheGameObjects_parsesFilesAtOnce) {
+TEST_F(LoadingCache, cacheGameObjects_parsesFilesAtOnce) {
     writeRoot("lamp.prefab", "Lamp");
 
     Loading::cacheGameObjects({"lamp.prefab", "none.prefab"}, true);
@@ -85,14 +85,14 @@ TEST_F(LoadingCacheTest, cacheGameObjects_parsesFilesAtOnce) {
     EXPECT_EQ(log.count("Prefab not found none.prefab"), 1U);
 }
 
-TEST_F(LoadingCacheTest, cacheGameObjects_noPaths_doesNothing) {
+TEST_F(LoadingCache, cacheGameObjects_noPaths_doesNothing) {
     Loading::cacheGameObjects({}, false);
 
     EXPECT_THAT(preloaded, IsEmpty());
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(LoadingCacheTest, clearGameObjectsCache_dropsThosePaths) {
+TEST_F(LoadingCache, clearGameObjectsCache_dropsThosePaths) {
     Loading::clearGameObjectsCache({"a.prefab", "unknown.prefab", "c.prefab"});
 
     EXPECT_EQ(Loading::loadDescriptorSync("a.prefab"), nullptr);
@@ -100,13 +100,13 @@ TEST_F(LoadingCacheTest, clearGameObjectsCache_dropsThosePaths) {
     EXPECT_EQ(Loading::loadDescriptorSync("c.prefab"), nullptr);
 }
 
-TEST_F(LoadingCacheTest, clearGameObjectsCache_noPaths_keepsEverything) {
+TEST_F(LoadingCache, clearGameObjectsCache_noPaths_keepsEverything) {
     Loading::clearGameObjectsCache({});
 
     EXPECT_NE(Loading::loadDescriptorSync("a.prefab"), nullptr);
 }
 
-TEST_F(LoadingCacheTest, fullyClearCache_dropsEverything) {
+TEST_F(LoadingCache, fullyClearCache_dropsEverything) {
     Loading::fullyClearCache();
 
     EXPECT_EQ(Loading::loadDescriptorSync("a.prefab"), nullptr);

@@ -13,9 +13,9 @@ using ::testing::IsEmpty;
 namespace Loading = Tessel::Loading;
 
 /// Loading::loadGameObjectIntoHierarchy.
-class HierarchyLoadingTest : public ServiceFixture {
+class HierarchyLoading : public ServiceFixture {
 protected:
-    HierarchyLoadingTest() {
+    HierarchyLoading() {
         PrefabBuilder prefab;
         prefab.root(id(1), "Lamp").with<Tessel::PrefabComponent>().with<TransformComponent>();
         prefab.child(id(2), "Bulb", id(1));
@@ -36,7 +36,7 @@ protected:
     GameObject parent = manager().createGameObject();
 };
 
-TEST_F(HierarchyLoadingTest, emptyPath_doesNothing) {
+TEST_F(HierarchyLoading, emptyPath_doesNothing) {
     Loading::loadGameObjectIntoHierarchy("", parent, std::nullopt, {});
     finishLoads();
 
@@ -44,14 +44,14 @@ TEST_F(HierarchyLoadingTest, emptyPath_doesNothing) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(HierarchyLoadingTest, load_goesToTheWorldOfTheParent) {
+TEST_F(HierarchyLoading, load_goesToTheWorldOfTheParent) {
     Loading::loadGameObjectIntoHierarchy("none.prefab", parent, std::nullopt, {}, id(42));
 
     EXPECT_EQ(service().loadingQueue().back().worldId, worldId);
     EXPECT_EQ(service().loadingQueue().back().uuid, id(42));
 }
 
-TEST_F(HierarchyLoadingTest, withoutUuid_getsAFreshOne) {
+TEST_F(HierarchyLoading, withoutUuid_getsAFreshOne) {
     Loading::loadGameObjectIntoHierarchy("none.prefab", parent, std::nullopt, {});
     const Uuid first = service().loadingQueue().back().uuid;
     Loading::loadGameObjectIntoHierarchy("none.prefab", parent, std::nullopt, {});
@@ -60,14 +60,14 @@ TEST_F(HierarchyLoadingTest, withoutUuid_getsAFreshOne) {
     EXPECT_NE(first, service().loadingQueue().back().uuid);
 }
 
-TEST_F(HierarchyLoadingTest, load_hasNoOverridesAndGivesTheOnlyReferenceToTheService) {
+TEST_F(HierarchyLoading, load_hasNoOverridesAndGivesTheOnlyReferenceToTheService) {
     Loading::loadGameObjectIntoHierarchy("none.prefab", parent, std::nullopt, {});
 
     EXPECT_EQ(service().loadingQueue().back().overrides, nullptr);
     EXPECT_EQ(service().loadingQueue().back().callback->refCount(), 1U);
 }
 
-TEST_F(HierarchyLoadingTest, functions_areDestroyedWithTheFrameOfTheLoad) {
+TEST_F(HierarchyLoading, functions_areDestroyedWithTheFrameOfTheLoad) {
     const auto token = std::make_shared<int>(0);
     loadUnderParent([token](auto, auto&, auto) { return true; }, std::nullopt, [token](auto, auto&) { return true; });
     EXPECT_EQ(token.use_count(), 3);
@@ -77,7 +77,7 @@ TEST_F(HierarchyLoadingTest, functions_areDestroyedWithTheFrameOfTheLoad) {
     EXPECT_EQ(token.use_count(), 1);
 }
 
-TEST_F(HierarchyLoadingTest, droppedRequest_destroysFunctions) {
+TEST_F(HierarchyLoading, droppedRequest_destroysFunctions) {
     const auto token = std::make_shared<int>(0);
     Loading::loadGameObjectIntoHierarchy(
         "", parent, std::nullopt, [token](auto, auto&) { return true; }, std::nullopt,
@@ -86,14 +86,14 @@ TEST_F(HierarchyLoadingTest, droppedRequest_destroysFunctions) {
     EXPECT_EQ(token.use_count(), 1);
 }
 
-TEST_F(HierarchyLoadingTest, invalidParent_hasNoWorldAndIsIgnored) {
+TEST_F(HierarchyLoading, invalidParent_hasNoWorldAndIsIgnored) {
     Loading::loadGameObjectIntoHierarchy("lamp.prefab", GameObject::INVALID_GAME_OBJECT, std::nullopt, {});
 
     EXPECT_THAT(queued(), IsEmpty());
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(HierarchyLoadingTest, activeParent_rootIsAttachedAndActive) {
+TEST_F(HierarchyLoading, activeParent_rootIsAttachedAndActive) {
     loadUnderParent();
     tick();
 
@@ -104,7 +104,7 @@ TEST_F(HierarchyLoadingTest, activeParent_rootIsAttachedAndActive) {
     EXPECT_EQ(find<Tessel::HierarchyComponent>(lamp())->parent(), parent);
 }
 
-TEST_F(HierarchyLoadingTest, inactiveParent_rootIsAttachedAndStaysInactive) {
+TEST_F(HierarchyLoading, inactiveParent_rootIsAttachedAndStaysInactive) {
     manager().deactivateGameObject(parent);
     int calls = 0;
     loadUnderParent([&calls](auto, auto&, auto) {
@@ -118,7 +118,7 @@ TEST_F(HierarchyLoadingTest, inactiveParent_rootIsAttachedAndStaysInactive) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(HierarchyLoadingTest, parentDiesBeforeCreation_rootIsRemovedSilentlyAndNothingIsCalled) {
+TEST_F(HierarchyLoading, parentDiesBeforeCreation_rootIsRemovedSilentlyAndNothingIsCalled) {
     int calls = 0;
     loadUnderParent(
         [&calls](auto, auto&, auto) {
@@ -139,7 +139,7 @@ TEST_F(HierarchyLoadingTest, parentDiesBeforeCreation_rootIsRemovedSilentlyAndNo
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(HierarchyLoadingTest, transform_isSetUnderParent) {
+TEST_F(HierarchyLoading, transform_isSetUnderParent) {
     loadUnderParent({}, Matrix::translation(3, 0, 0));
     tick();
 
@@ -147,7 +147,7 @@ TEST_F(HierarchyLoadingTest, transform_isSetUnderParent) {
     EXPECT_EQ(find<TransformComponent>(lamp())->world, Matrix::translation(3, 0, 0));
 }
 
-TEST_F(HierarchyLoadingTest, functions_areCalledInOrderWithTheirArguments) {
+TEST_F(HierarchyLoading, functions_areCalledInOrderWithTheirArguments) {
     std::vector<std::string> order;
     loadUnderParent(
         [&](GameObject root, GameObjectManager& itsManager, GameObject itsParent) {
@@ -171,7 +171,7 @@ TEST_F(HierarchyLoadingTest, functions_areCalledInOrderWithTheirArguments) {
     EXPECT_FALSE(lamp().isInvalid());
 }
 
-TEST_F(HierarchyLoadingTest, hierarchyFunctionThatRefuses_removesRoot) {
+TEST_F(HierarchyLoading, hierarchyFunctionThatRefuses_removesRoot) {
     loadUnderParent([](auto, auto&, auto) { return false; });
     tick();
 
@@ -180,7 +180,7 @@ TEST_F(HierarchyLoadingTest, hierarchyFunctionThatRefuses_removesRoot) {
     EXPECT_EQ(manager().gameObjectsCount(), 1U);
 }
 
-TEST_F(HierarchyLoadingTest, functionThatRefuses_removesRootAndHierarchyFunctionIsNotCalled) {
+TEST_F(HierarchyLoading, functionThatRefuses_removesRootAndHierarchyFunctionIsNotCalled) {
     int calls = 0;
     loadUnderParent(
         [&calls](auto, auto&, auto) {
@@ -194,7 +194,7 @@ TEST_F(HierarchyLoadingTest, functionThatRefuses_removesRootAndHierarchyFunction
     EXPECT_EQ(calls, 0);
 }
 
-TEST_F(HierarchyLoadingTest, inactiveByDefaultRoot_isNotAttachedButFunctionsGetTheParent) {
+TEST_F(HierarchyLoading, inactiveByDefaultRoot_isNotAttachedButFunctionsGetTheParent) {
     cachePrefab("off.prefab", PrefabBuilder()
                                   .root(id(1), "Off", Tessel::GameObjectFlag::INACTIVE_BY_DEFAULT)
                                   .with<Tessel::PrefabComponent>());
@@ -210,7 +210,7 @@ TEST_F(HierarchyLoadingTest, inactiveByDefaultRoot_isNotAttachedButFunctionsGetT
     EXPECT_TRUE(manager().getParent(findByName(manager(), "Off")).isInvalid());
 }
 
-TEST_F(HierarchyLoadingTest, parentThatIsRemovedByFunction_takesTheRootBeforeHierarchyFunction) {
+TEST_F(HierarchyLoading, parentThatIsRemovedByFunction_takesTheRootBeforeHierarchyFunction) {
     int calls = 0;
     loadUnderParent(
         [&calls](auto, auto&, auto) {
@@ -228,7 +228,7 @@ TEST_F(HierarchyLoadingTest, parentThatIsRemovedByFunction_takesTheRootBeforeHie
     EXPECT_EQ(manager().gameObjectsCount(), 0U);
 }
 
-TEST_F(HierarchyLoadingTest, parentThatIsALoadedRootOfTheSameFrame_canBeChainedInFunctions) {
+TEST_F(HierarchyLoading, parentThatIsALoadedRootOfTheSameFrame_canBeChainedInFunctions) {
     Loading::loadGameObject("lamp.prefab", worldId, std::nullopt, [](GameObject root, GameObjectManager&) {
         Loading::loadGameObjectIntoHierarchy("lamp.prefab", root, std::nullopt, {});
         return true;

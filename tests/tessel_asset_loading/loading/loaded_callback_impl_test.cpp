@@ -20,7 +20,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 /// The callback that the loading functions hand to the service, called by hand.
-class LoadedCallbackTest : public WorldFixture {
+class LoadedCallback : public WorldFixture {
 protected:
     [[nodiscard]] GameObject makeParent(bool isActive) const {
         const GameObject parent = manager().createGameObject();
@@ -65,7 +65,7 @@ protected:
     GameObject root = manager().createGameObject();
 };
 
-TEST_F(LoadedCallbackTest, onPreactivate_withoutParentAndTransform_changesNothingAndAgrees) {
+TEST_F(LoadedCallback, onPreactivate_withoutParentAndTransform_changesNothingAndAgrees) {
     EXPECT_TRUE(make()->onPreactivate(root, manager()));
 
     EXPECT_THAT(manager().componentTypes(root), IsEmpty());
@@ -73,13 +73,13 @@ TEST_F(LoadedCallbackTest, onPreactivate_withoutParentAndTransform_changesNothin
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_withoutParent_doesNotCareForADeadRoot) {
+TEST_F(LoadedCallback, onPreactivate_withoutParent_doesNotCareForADeadRoot) {
     manager().removeGameObject(root);
 
     EXPECT_TRUE(make()->onPreactivate(root, manager()));
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_activeParent_attachesAndAgrees) {
+TEST_F(LoadedCallback, onPreactivate_activeParent_attachesAndAgrees) {
     const GameObject parent = makeParent(true);
 
     EXPECT_TRUE(make(parent)->onPreactivate(root, manager()));
@@ -91,7 +91,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_activeParent_attachesAndAgrees) {
     EXPECT_FALSE(manager().isActive(root));
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_inactiveParent_attachesAndRefuses) {
+TEST_F(LoadedCallback, onPreactivate_inactiveParent_attachesAndRefuses) {
     const GameObject parent = makeParent(false);
 
     EXPECT_FALSE(make(parent)->onPreactivate(root, manager()));
@@ -99,7 +99,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_inactiveParent_attachesAndRefuses) {
     EXPECT_EQ(manager().getParent(root), parent);
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_enabledParentBelowInactiveOne_attachesAndRefuses) {
+TEST_F(LoadedCallback, onPreactivate_enabledParentBelowInactiveOne_attachesAndRefuses) {
     const GameObject parent = makeParent(true);
     addHierarchy(parent, makeParent(false));
     ASSERT_TRUE(manager().isEnabled(parent));
@@ -109,7 +109,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_enabledParentBelowInactiveOne_attachesA
     EXPECT_EQ(manager().getParent(root), parent);
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_parentOfAnotherWorld_componentIsMadeInTheManagersWorld) {
+TEST_F(LoadedCallback, onPreactivate_parentOfAnotherWorld_componentIsMadeInTheManagersWorld) {
     const Tessel::ComponentTypeId type = Tessel::NativeComponent<HierarchyComponent>::getType();
     const int otherId = EntryPoint::instance().createWorld();
     Tessel::World& other = *EntryPoint::instance().findValidWorld(otherId);
@@ -124,7 +124,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_parentOfAnotherWorld_componentIsMadeInT
     EntryPoint::instance().destroyWorld(otherId);
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_callsNoFunction) {
+TEST_F(LoadedCallback, onPreactivate_callsNoFunction) {
     int calls = 0;
     const auto callback = makeCounting(calls, makeParent(true));
 
@@ -133,7 +133,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_callsNoFunction) {
     EXPECT_EQ(calls, 0);
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_worldWithoutHierarchyStorage_makesOne) {
+TEST_F(LoadedCallback, onPreactivate_worldWithoutHierarchyStorage_makesOne) {
     const Tessel::ComponentTypeId type = Tessel::NativeComponent<HierarchyComponent>::getType();
     EXPECT_EQ(world().findStorage(type), nullptr);
 
@@ -143,7 +143,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_worldWithoutHierarchyStorage_makesOne) 
     EXPECT_EQ(world().findStorage(type)->componentsCount(), 1U);
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_deadParent_removesRootSilentlyAndRefuses) {
+TEST_F(LoadedCallback, onPreactivate_deadParent_removesRootSilentlyAndRefuses) {
     const GameObject parent = makeParent(true);
     manager().removeGameObject(parent);
 
@@ -153,7 +153,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_deadParent_removesRootSilentlyAndRefuse
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_deadRootWithParent_refusesSilently) {
+TEST_F(LoadedCallback, onPreactivate_deadRootWithParent_refusesSilently) {
     const GameObject parent = makeParent(true);
     manager().removeGameObject(root);
 
@@ -163,7 +163,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_deadRootWithParent_refusesSilently) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_rootIsParent_throws) {
+TEST_F(LoadedCallback, onPreactivate_rootIsParent_throws) {
     try {
         make(root)->onPreactivate(root, manager());
         FAIL() << "no exception";
@@ -175,7 +175,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_rootIsParent_throws) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_rootIsParent_throwsBeforeItPlaces) {
+TEST_F(LoadedCallback, onPreactivate_rootIsParent_throwsBeforeItPlaces) {
     addTransform(root);
 
     EXPECT_THROW(make(root, Matrix::translation(1, 2, 3))->onPreactivate(root, manager()), std::runtime_error);
@@ -184,13 +184,13 @@ TEST_F(LoadedCallbackTest, onPreactivate_rootIsParent_throwsBeforeItPlaces) {
     EXPECT_EQ(find<TransformComponent>(root)->state, 0);
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_deadRootThatIsParent_refusesBeforeItThrows) {
+TEST_F(LoadedCallback, onPreactivate_deadRootThatIsParent_refusesBeforeItThrows) {
     manager().removeGameObject(root);
 
     EXPECT_FALSE(make(root)->onPreactivate(root, manager()));
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_managerOfDestroyedWorld_isReported) {
+TEST_F(LoadedCallback, onPreactivate_managerOfDestroyedWorld_isReported) {
     // A world that is destroyed within a frame lives until the frame ends, though it is not valid any more.
     bool isDone = false;
     const int reaction = world().addTickReaction("Test", "inside a frame", [this, &isDone] {
@@ -208,7 +208,7 @@ TEST_F(LoadedCallbackTest, onPreactivate_managerOfDestroyedWorld_isReported) {
     EXPECT_EQ(find<HierarchyComponent>(root), nullptr);
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_transform_isWrittenAndMarkedChanged) {
+TEST_F(LoadedCallback, onPreactivate_transform_isWrittenAndMarkedChanged) {
     addTransform(root);
     manager().findComponent<TransformComponent>(root)->state = 0x84;
     const Matrix matrix = Matrix::translation(1, 2, 3);
@@ -221,13 +221,13 @@ TEST_F(LoadedCallbackTest, onPreactivate_transform_isWrittenAndMarkedChanged) {
     EXPECT_EQ(transform->state, 2);
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_transformWithoutComponent_isReportedAndAgrees) {
+TEST_F(LoadedCallback, onPreactivate_transformWithoutComponent_isReportedAndAgrees) {
     EXPECT_TRUE(make(GameObject::INVALID_GAME_OBJECT, Matrix())->onPreactivate(root, manager()));
 
     EXPECT_THAT(logged(), ElementsAre("5: Transform component not found\n"));
 }
 
-TEST_F(LoadedCallbackTest, onPreactivate_transformUnderInactiveParent_isWrittenThoughRefused) {
+TEST_F(LoadedCallback, onPreactivate_transformUnderInactiveParent_isWrittenThoughRefused) {
     addTransform(root);
 
     EXPECT_FALSE(make(makeParent(false), Matrix::translation(1, 2, 3))->onPreactivate(root, manager()));
@@ -235,14 +235,14 @@ TEST_F(LoadedCallbackTest, onPreactivate_transformUnderInactiveParent_isWrittenT
     EXPECT_EQ(find<TransformComponent>(root)->local, Matrix::translation(1, 2, 3));
 }
 
-TEST_F(LoadedCallbackTest, onObjectLoaded_emptyFunction_keepsRoot) {
+TEST_F(LoadedCallback, onObjectLoaded_emptyFunction_keepsRoot) {
     make()->onObjectLoaded(root, manager());
     make()->onObjectLoadedIntoHierarchy(root, manager());
 
     EXPECT_TRUE(manager().isGameObjectValid(root));
 }
 
-TEST_F(LoadedCallbackTest, onObjectLoaded_answerDecidesAboutRoot) {
+TEST_F(LoadedCallback, onObjectLoaded_answerDecidesAboutRoot) {
     makeWith([](auto, auto&) { return true; })->onObjectLoaded(root, manager());
     EXPECT_TRUE(manager().isGameObjectValid(root));
 
@@ -250,7 +250,7 @@ TEST_F(LoadedCallbackTest, onObjectLoaded_answerDecidesAboutRoot) {
     EXPECT_FALSE(manager().isGameObjectValid(root));
 }
 
-TEST_F(LoadedCallbackTest, onObjectLoaded_deadRoot_callsNothing) {
+TEST_F(LoadedCallback, onObjectLoaded_deadRoot_callsNothing) {
     int calls = 0;
     const auto callback = makeCounting(calls);
     manager().removeGameObject(root);
@@ -261,7 +261,7 @@ TEST_F(LoadedCallbackTest, onObjectLoaded_deadRoot_callsNothing) {
     EXPECT_EQ(calls, 0);
 }
 
-TEST_F(LoadedCallbackTest, onObjectLoaded_everyCall_callsFunction) {
+TEST_F(LoadedCallback, onObjectLoaded_everyCall_callsFunction) {
     int calls = 0;
     const auto callback = makeWith([&calls](auto, auto&) {
         ++calls;
@@ -274,7 +274,7 @@ TEST_F(LoadedCallbackTest, onObjectLoaded_everyCall_callsFunction) {
     EXPECT_EQ(calls, 2);
 }
 
-TEST_F(LoadedCallbackTest, onObjectLoadedIntoHierarchy_getsParentAndAnswerDecides) {
+TEST_F(LoadedCallback, onObjectLoadedIntoHierarchy_getsParentAndAnswerDecides) {
     const GameObject parent = makeParent(true);
     GameObject seen;
     bool answer = true;
@@ -295,7 +295,7 @@ TEST_F(LoadedCallbackTest, onObjectLoadedIntoHierarchy_getsParentAndAnswerDecide
     EXPECT_FALSE(manager().isGameObjectValid(root));
 }
 
-TEST_F(LoadedCallbackTest, releaseCallback_dropsFunctionAndNothingElse) {
+TEST_F(LoadedCallback, releaseCallback_dropsFunctionAndNothingElse) {
     const auto token = std::make_shared<int>(0);
     int hierarchyCalls = 0;
     const auto callback = makeWith([token](auto, auto&) { return false; },
@@ -313,7 +313,7 @@ TEST_F(LoadedCallbackTest, releaseCallback_dropsFunctionAndNothingElse) {
     EXPECT_EQ(hierarchyCalls, 1);
 }
 
-TEST_F(LoadedCallbackTest, releaseCallback_keepsParentAndTransform) {
+TEST_F(LoadedCallback, releaseCallback_keepsParentAndTransform) {
     addTransform(root);
     const GameObject parent = makeParent(true);
     const auto callback = make(parent, Matrix::translation(1, 2, 3));
@@ -325,7 +325,7 @@ TEST_F(LoadedCallbackTest, releaseCallback_keepsParentAndTransform) {
     EXPECT_EQ(find<TransformComponent>(root)->local, Matrix::translation(1, 2, 3));
 }
 
-TEST_F(LoadedCallbackTest, releaseCallback_twice_isHarmless) {
+TEST_F(LoadedCallback, releaseCallback_twice_isHarmless) {
     const auto callback = makeWith([](auto, auto&) { return false; });
 
     callback->releaseCallback();

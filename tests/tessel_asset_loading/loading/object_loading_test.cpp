@@ -15,9 +15,9 @@ namespace Loading = Tessel::Loading;
 constexpr const char* NO_TRANSFORM = "5: Transform component not found\n";
 
 /// Loading::loadGameObject and loadGameObjectSection.
-class ObjectLoadingTest : public ServiceFixture {
+class ObjectLoading : public ServiceFixture {
 protected:
-    ObjectLoadingTest() {
+    ObjectLoading() {
         cachePrefab("lamp.prefab", PrefabBuilder()
                                        .root(id(1), "Lamp")
                                        .with<Tessel::PrefabComponent>()
@@ -49,7 +49,7 @@ protected:
     GameObject lastRoot;
 };
 
-TEST_F(ObjectLoadingTest, loadGameObject_emptyPath_doesNothing) {
+TEST_F(ObjectLoading, loadGameObject_emptyPath_doesNothing) {
     Loading::loadGameObject("", worldId, std::nullopt, counting());
     finishLoads();
 
@@ -58,7 +58,7 @@ TEST_F(ObjectLoadingTest, loadGameObject_emptyPath_doesNothing) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(ObjectLoadingTest, loadGameObject_droppedRequest_destroysFunction) {
+TEST_F(ObjectLoading, loadGameObject_droppedRequest_destroysFunction) {
     const auto token = std::make_shared<int>(0);
     Loading::loadGameObject("", worldId, std::nullopt, [token](auto, auto&) { return true; });
     Loading::loadGameObject("lamp.prefab", -1, std::nullopt, [token](auto, auto&) { return true; });
@@ -67,7 +67,7 @@ TEST_F(ObjectLoadingTest, loadGameObject_droppedRequest_destroysFunction) {
     EXPECT_EQ(token.use_count(), 1);
 }
 
-TEST_F(ObjectLoadingTest, loadGameObject_readyPrefab_activatesRootAndCallsFunctionOnce) {
+TEST_F(ObjectLoading, loadGameObject_readyPrefab_activatesRootAndCallsFunctionOnce) {
     Loading::loadGameObject("lamp.prefab", worldId, std::nullopt, counting());
     tick();
     tick();
@@ -77,7 +77,7 @@ TEST_F(ObjectLoadingTest, loadGameObject_readyPrefab_activatesRootAndCallsFuncti
     EXPECT_TRUE(manager().isActive(lastRoot));
 }
 
-TEST_F(ObjectLoadingTest, loadGameObject_file_isLoadedInTheBackground) {
+TEST_F(ObjectLoading, loadGameObject_file_isLoadedInTheBackground) {
     writeRoot("file.prefab", "From file");
     Loading::loadGameObject("file.prefab", worldId, std::nullopt, counting());
     finishLoads();
@@ -86,7 +86,7 @@ TEST_F(ObjectLoadingTest, loadGameObject_file_isLoadedInTheBackground) {
     EXPECT_EQ(manager().getGameObjectName(lastRoot), "From file");
 }
 
-TEST_F(ObjectLoadingTest, loadGameObject_missingFile_staysQueued) {
+TEST_F(ObjectLoading, loadGameObject_missingFile_staysQueued) {
     Loading::loadGameObject("none.prefab", worldId, std::nullopt, counting());
     finishLoads();
 
@@ -95,7 +95,7 @@ TEST_F(ObjectLoadingTest, loadGameObject_missingFile_staysQueued) {
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found none.prefab"));
 }
 
-TEST_F(ObjectLoadingTest, loadGameObject_functionThatRefuses_removesRoot) {
+TEST_F(ObjectLoading, loadGameObject_functionThatRefuses_removesRoot) {
     Loading::loadGameObject("lamp.prefab", worldId, std::nullopt, counting(false));
     tick();
 
@@ -103,14 +103,14 @@ TEST_F(ObjectLoadingTest, loadGameObject_functionThatRefuses_removesRoot) {
     EXPECT_EQ(manager().gameObjectsCount(), 0U);
 }
 
-TEST_F(ObjectLoadingTest, loadGameObject_emptyFunction_keepsRoot) {
+TEST_F(ObjectLoading, loadGameObject_emptyFunction_keepsRoot) {
     Loading::loadGameObject("lamp.prefab", worldId, std::nullopt, {});
     tick();
 
     EXPECT_TRUE(manager().isActive(findByName(manager(), "Lamp")));
 }
 
-TEST_F(ObjectLoadingTest, loadGameObject_givenUuid_isUsedUnchanged) {
+TEST_F(ObjectLoading, loadGameObject_givenUuid_isUsedUnchanged) {
     Loading::loadGameObject("lamp.prefab", worldId, std::nullopt, counting(), id(42));
     EXPECT_EQ(lastQueuedUuid(), id(42));
     tick();
@@ -118,13 +118,13 @@ TEST_F(ObjectLoadingTest, loadGameObject_givenUuid_isUsedUnchanged) {
     EXPECT_EQ(find<Tessel::PrefabComponent>(lastRoot)->instanceUuid(), id(42));
 }
 
-TEST_F(ObjectLoadingTest, loadGameObject_givenZeroUuid_isUsedUnchanged) {
+TEST_F(ObjectLoading, loadGameObject_givenZeroUuid_isUsedUnchanged) {
     Loading::loadGameObject("lamp.prefab", worldId, std::nullopt, counting(), Uuid::ZERO);
 
     EXPECT_EQ(lastQueuedUuid(), Uuid::ZERO);
 }
 
-TEST_F(ObjectLoadingTest, loadGameObject_withoutUuid_getsAFreshOneEachTime) {
+TEST_F(ObjectLoading, loadGameObject_withoutUuid_getsAFreshOneEachTime) {
     Loading::loadGameObject("lamp.prefab", worldId, std::nullopt, counting());
     const Uuid first = lastQueuedUuid();
     Loading::loadGameObject("lamp.prefab", worldId, std::nullopt, counting());
@@ -134,25 +134,25 @@ TEST_F(ObjectLoadingTest, loadGameObject_withoutUuid_getsAFreshOneEachTime) {
     EXPECT_NE(first, lastQueuedUuid());
 }
 
-TEST_F(ObjectLoadingTest, loadGameObject_hasNoOverrides) {
+TEST_F(ObjectLoading, loadGameObject_hasNoOverrides) {
     Loading::loadGameObject("lamp.prefab", worldId, std::nullopt, counting());
 
     EXPECT_EQ(service().loadingQueue().back().overrides, nullptr);
 }
 
-TEST_F(ObjectLoadingTest, loadGameObject_serviceHoldsTheOnlyReferenceToTheCallback) {
+TEST_F(ObjectLoading, loadGameObject_serviceHoldsTheOnlyReferenceToTheCallback) {
     Loading::loadGameObject("none.prefab", worldId, std::nullopt, counting());
 
     EXPECT_EQ(service().loadingQueue().back().callback->refCount(), 1U);
 }
 
-TEST_F(ObjectLoadingTest, section_serviceHoldsTheOnlyReferenceToTheCallback) {
+TEST_F(ObjectLoading, section_serviceHoldsTheOnlyReferenceToTheCallback) {
     Loading::loadGameObjectSection(section(), worldId, std::nullopt, nullptr, counting());
 
     EXPECT_EQ(service().loadingQueue().back().callback->refCount(), 1U);
 }
 
-TEST_F(ObjectLoadingTest, function_isDestroyedWithTheFrameOfTheLoad) {
+TEST_F(ObjectLoading, function_isDestroyedWithTheFrameOfTheLoad) {
     const auto token = std::make_shared<int>(0);
     Loading::loadGameObject("lamp.prefab", worldId, std::nullopt, [token](auto, auto&) { return true; });
     EXPECT_EQ(token.use_count(), 2);
@@ -162,7 +162,7 @@ TEST_F(ObjectLoadingTest, function_isDestroyedWithTheFrameOfTheLoad) {
     EXPECT_EQ(token.use_count(), 1);
 }
 
-TEST_F(ObjectLoadingTest, transform_isWrittenToBothMatrices) {
+TEST_F(ObjectLoading, transform_isWrittenToBothMatrices) {
     Loading::loadGameObject("lamp.prefab", worldId, translation(5), counting());
     tick();
 
@@ -173,7 +173,7 @@ TEST_F(ObjectLoadingTest, transform_isWrittenToBothMatrices) {
     EXPECT_EQ(transform->state, 2);
 }
 
-TEST_F(ObjectLoadingTest, withoutTransform_prefabsOwnIsKept) {
+TEST_F(ObjectLoading, withoutTransform_prefabsOwnIsKept) {
     Loading::loadGameObject("lamp.prefab", worldId, std::nullopt, counting());
     tick();
 
@@ -181,7 +181,7 @@ TEST_F(ObjectLoadingTest, withoutTransform_prefabsOwnIsKept) {
     EXPECT_EQ(find<TransformComponent>(lastRoot)->state, 0);
 }
 
-TEST_F(ObjectLoadingTest, transform_withoutTransformComponent_isReportedAndLoadGoesOn) {
+TEST_F(ObjectLoading, transform_withoutTransformComponent_isReportedAndLoadGoesOn) {
     Loading::loadGameObject("plain.prefab", worldId, translation(5), counting());
     tick();
 
@@ -190,7 +190,7 @@ TEST_F(ObjectLoadingTest, transform_withoutTransformComponent_isReportedAndLoadG
     EXPECT_TRUE(manager().isActive(lastRoot));
 }
 
-TEST_F(ObjectLoadingTest, transform_ofInactiveByDefaultRoot_isNotWritten) {
+TEST_F(ObjectLoading, transform_ofInactiveByDefaultRoot_isNotWritten) {
     PrefabBuilder prefab;
     prefab.root(id(1), "Off", Tessel::GameObjectFlag::INACTIVE_BY_DEFAULT).with<Tessel::PrefabComponent>();
     prefab.with<TransformComponent>({translation(1)});
@@ -202,7 +202,7 @@ TEST_F(ObjectLoadingTest, transform_ofInactiveByDefaultRoot_isNotWritten) {
     EXPECT_EQ(find<TransformComponent>(lastRoot)->local, translation(1));
 }
 
-TEST_F(ObjectLoadingTest, section_null_doesNothing) {
+TEST_F(ObjectLoading, section_null_doesNothing) {
     Loading::loadGameObjectSection(nullptr, worldId, std::nullopt, nullptr, counting());
     finishLoads();
 
@@ -211,7 +211,7 @@ TEST_F(ObjectLoadingTest, section_null_doesNothing) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(ObjectLoadingTest, section_isLoadedWithTransformOverridesAndUuid) {
+TEST_F(ObjectLoading, section_isLoadedWithTransformOverridesAndUuid) {
     PrefabText prefab;
     const std::size_t root = prefab.root(id(1), "Lamp");
     prefab.component("TagComponent", root, element("tag", "own")).component("TransformComponent", root);
@@ -230,7 +230,7 @@ TEST_F(ObjectLoadingTest, section_isLoadedWithTransformOverridesAndUuid) {
     EXPECT_TRUE(manager().isActive(lastRoot));
 }
 
-TEST_F(ObjectLoadingTest, section_overridesArePassedThrough) {
+TEST_F(ObjectLoading, section_overridesArePassedThrough) {
     const SmartPointer<OverrideRecords> overrides = makeSmart<OverrideRecords>();
 
     Loading::loadGameObjectSection(section(), worldId, std::nullopt, overrides, counting());
@@ -238,7 +238,7 @@ TEST_F(ObjectLoadingTest, section_overridesArePassedThrough) {
     EXPECT_EQ(service().loadingQueue().back().overrides, overrides);
 }
 
-TEST_F(ObjectLoadingTest, section_withoutUuid_getsAFreshOneEachTime) {
+TEST_F(ObjectLoading, section_withoutUuid_getsAFreshOneEachTime) {
     Loading::loadGameObjectSection(section(), worldId, std::nullopt, nullptr, counting());
     const Uuid first = lastQueuedUuid();
     Loading::loadGameObjectSection(section(), worldId, std::nullopt, nullptr, counting());
@@ -247,7 +247,7 @@ TEST_F(ObjectLoadingTest, section_withoutUuid_getsAFreshOneEachTime) {
     EXPECT_NE(first, lastQueuedUuid());
 }
 
-TEST_F(ObjectLoadingTest, section_isNotCached) {
+TEST_F(ObjectLoading, section_isNotCached) {
     Loading::loadGameObjectSection(section(), worldId, std::nullopt, nullptr, counting());
     finishLoads();
 
@@ -255,7 +255,7 @@ TEST_F(ObjectLoadingTest, section_isNotCached) {
     EXPECT_EQ(Loading::loadDescriptorSync("test document"), nullptr);
 }
 
-TEST_F(ObjectLoadingTest, functionThatLoadsMore_chainsThroughFrames) {
+TEST_F(ObjectLoading, functionThatLoadsMore_chainsThroughFrames) {
     int depth = 0;
     std::function<bool(GameObject, GameObjectManager&)> loadNext = [&](GameObject, GameObjectManager&) {
         if (++depth < 5) {
@@ -272,7 +272,7 @@ TEST_F(ObjectLoadingTest, functionThatLoadsMore_chainsThroughFrames) {
     EXPECT_EQ(manager().gameObjectsCount(), 5U);
 }
 
-TEST_F(ObjectLoadingTest, functionThatDestroysItsWorld_mayRefuseToo) {
+TEST_F(ObjectLoading, functionThatDestroysItsWorld_mayRefuseToo) {
     const int otherId = Tessel::EntryPoint::instance().createWorld();
     Loading::loadGameObject("lamp.prefab", otherId, std::nullopt, [otherId](auto, auto&) {
         Tessel::EntryPoint::instance().destroyWorld(otherId);

@@ -11,7 +11,7 @@ using ::testing::UnorderedElementsAre;
 namespace Loading = Tessel::Loading;
 
 /// Loading::loadDescriptorsRecursively. Prefabs that are cached from memory do not name themselves.
-class RecursiveDescriptorsTest : public WorldFixture {
+class RecursiveDescriptors : public WorldFixture {
 protected:
     /// A prefab that nests others.
     static void cacheNesting(const std::string& path, const std::vector<std::string>& nested) {
@@ -36,7 +36,7 @@ protected:
     }
 };
 
-TEST_F(RecursiveDescriptorsTest, file_isListedOnceThoughItNamesItself) {
+TEST_F(RecursiveDescriptors, file_isListedOnceThoughItNamesItself) {
     PrefabText prefab;
     prefab.root(id(1), "Lamp");
     writePrefab("lamp.prefab", prefab);
@@ -45,13 +45,13 @@ TEST_F(RecursiveDescriptorsTest, file_isListedOnceThoughItNamesItself) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(RecursiveDescriptorsTest, prefabThatNestsItself_isListedOnce) {
+TEST_F(RecursiveDescriptors, prefabThatNestsItself_isListedOnce) {
     cacheNesting("self", {"self", "self"});
 
     EXPECT_THAT(pathsOf("self"), ElementsAre("self"));
 }
 
-TEST_F(RecursiveDescriptorsTest, nestedPrefabs_areListedAtAnyDepth) {
+TEST_F(RecursiveDescriptors, nestedPrefabs_areListedAtAnyDepth) {
     for (int level = 0; level < 20; ++level) {
         cacheNesting("level" + std::to_string(level), {"level" + std::to_string(level + 1)});
     }
@@ -61,7 +61,7 @@ TEST_F(RecursiveDescriptorsTest, nestedPrefabs_areListedAtAnyDepth) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(RecursiveDescriptorsTest, cycle_ends) {
+TEST_F(RecursiveDescriptors, cycle_ends) {
     cacheNesting("a", {"b"});
     cacheNesting("b", {"c"});
     cacheNesting("c", {"a"});
@@ -69,7 +69,7 @@ TEST_F(RecursiveDescriptorsTest, cycle_ends) {
     EXPECT_THAT(pathsOf("b"), UnorderedElementsAre("a", "b", "c"));
 }
 
-TEST_F(RecursiveDescriptorsTest, sharedPrefab_isListedOnce) {
+TEST_F(RecursiveDescriptors, sharedPrefab_isListedOnce) {
     cacheNesting("a", {"b", "c", "b"});
     cacheNesting("b", {"c"});
     cacheNesting("c", {});
@@ -77,12 +77,12 @@ TEST_F(RecursiveDescriptorsTest, sharedPrefab_isListedOnce) {
     EXPECT_THAT(pathsOf("a"), UnorderedElementsAre("a", "b", "c"));
 }
 
-TEST_F(RecursiveDescriptorsTest, missingFile_isReportedByTheParserAlone) {
+TEST_F(RecursiveDescriptors, missingFile_isReportedByTheParserAlone) {
     EXPECT_THAT(pathsOf("none.prefab", true), IsEmpty());
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found none.prefab"));
 }
 
-TEST_F(RecursiveDescriptorsTest, missingNestedFile_isLeftOut) {
+TEST_F(RecursiveDescriptors, missingNestedFile_isLeftOut) {
     cacheNesting("a", {"none.prefab", "b"});
     cacheNesting("b", {});
 
@@ -90,21 +90,21 @@ TEST_F(RecursiveDescriptorsTest, missingNestedFile_isLeftOut) {
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found none.prefab"));
 }
 
-TEST_F(RecursiveDescriptorsTest, emptyPrefab_isLeftOutAndReportedOnRequest) {
+TEST_F(RecursiveDescriptors, emptyPrefab_isLeftOutAndReportedOnRequest) {
     cachePrefab("empty.prefab", PrefabBuilder());
 
     EXPECT_THAT(pathsOf("empty.prefab", true), IsEmpty());
     EXPECT_THAT(logged(), ElementsAre("5: Failed to load prefab data for 'empty.prefab'"));
 }
 
-TEST_F(RecursiveDescriptorsTest, emptyPrefab_withoutRequest_isLeftOutSilently) {
+TEST_F(RecursiveDescriptors, emptyPrefab_withoutRequest_isLeftOutSilently) {
     cachePrefab("empty.prefab", PrefabBuilder());
 
     EXPECT_THAT(pathsOf("empty.prefab", false), IsEmpty());
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(RecursiveDescriptorsTest, nestedEmptyPrefab_isReportedEvenWithoutRequest) {
+TEST_F(RecursiveDescriptors, nestedEmptyPrefab_isReportedEvenWithoutRequest) {
     cacheNesting("a", {"empty.prefab"});
     cachePrefab("empty.prefab", PrefabBuilder());
 
@@ -112,7 +112,7 @@ TEST_F(RecursiveDescriptorsTest, nestedEmptyPrefab_isReportedEvenWithoutRequest)
     EXPECT_THAT(logged(), ElementsAre("5: Failed to load prefab data for 'empty.prefab'"));
 }
 
-TEST_F(RecursiveDescriptorsTest, nestedEmptyPrefabTwice_isReportedPerReference) {
+TEST_F(RecursiveDescriptors, nestedEmptyPrefabTwice_isReportedPerReference) {
     cacheNesting("a", {"empty.prefab", "empty.prefab"});
     cachePrefab("empty.prefab", PrefabBuilder());
 
@@ -120,7 +120,7 @@ TEST_F(RecursiveDescriptorsTest, nestedEmptyPrefabTwice_isReportedPerReference) 
     EXPECT_EQ(log.count("Failed to load prefab data for 'empty.prefab'"), 2U);
 }
 
-TEST_F(RecursiveDescriptorsTest, nestedPrefabs_areVisitedDepthFirstInNodeOrder) {
+TEST_F(RecursiveDescriptors, nestedPrefabs_areVisitedDepthFirstInNodeOrder) {
     cacheNesting("a", {"b", "second.prefab"});
     cacheNesting("b", {"deep.prefab"});
 

@@ -12,7 +12,7 @@ constexpr const char* HANDLED_MISMATCH =
     "Checking. Format version mismatch. Current version: 1. Prefab version: 7. Content conversion is required.";
 
 /// Loading::validateHierarchy.
-class ValidationTest : public WorldFixture {
+class Validation : public WorldFixture {
 protected:
     void validate(const SmartPointer<DataSection>& section) { Tessel::Loading::validateHierarchy(section, handler); }
 
@@ -34,7 +34,7 @@ protected:
                                              [this](const std::string& message) { handled.push_back(message); }};
 };
 
-TEST_F(ValidationTest, goodInlineDocument_isSilent) {
+TEST_F(Validation, goodInlineDocument_isSilent) {
     PrefabText prefab;
     prefab.root(id(1), "Root");
 
@@ -44,14 +44,14 @@ TEST_F(ValidationTest, goodInlineDocument_isSilent) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(ValidationTest, inlineDocument_isReadItself) {
+TEST_F(Validation, inlineDocument_isReadItself) {
     validate(brokenPrefab().section());
 
     EXPECT_THAT(handled, ElementsAre(HANDLED_MISMATCH));
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(ValidationTest, emptyResource_readsTheSectionItself) {
+TEST_F(Validation, emptyResource_readsTheSectionItself) {
     const SmartPointer<DataSection> section = brokenPrefab().section();
     section->writeString("resource", "");
 
@@ -60,7 +60,7 @@ TEST_F(ValidationTest, emptyResource_readsTheSectionItself) {
     EXPECT_THAT(handled, ElementsAre(HANDLED_MISMATCH));
 }
 
-TEST_F(ValidationTest, resource_readsTheFile) {
+TEST_F(Validation, resource_readsTheFile) {
     writePrefab("broken.prefab", brokenPrefab());
 
     validate(instanceOf("broken.prefab"));
@@ -68,7 +68,7 @@ TEST_F(ValidationTest, resource_readsTheFile) {
     EXPECT_THAT(handled, ElementsAre(HANDLED_MISMATCH));
 }
 
-TEST_F(ValidationTest, resourceOfGoodFile_isSilentWhateverElseTheSectionHolds) {
+TEST_F(Validation, resourceOfGoodFile_isSilentWhateverElseTheSectionHolds) {
     PrefabText good;
     good.root(id(1), "Root");
     writePrefab("good.prefab", good);
@@ -80,14 +80,14 @@ TEST_F(ValidationTest, resourceOfGoodFile_isSilentWhateverElseTheSectionHolds) {
     EXPECT_THAT(handled, IsEmpty());
 }
 
-TEST_F(ValidationTest, missingFile_isReportedToHandlerAndLog) {
+TEST_F(Validation, missingFile_isReportedToHandlerAndLog) {
     validate(instanceOf("none.prefab"));
 
     EXPECT_THAT(handled, ElementsAre("Checking. Prefab not found: none.prefab"));
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found none.prefab"));
 }
 
-TEST_F(ValidationTest, referencedPrefabs_areNotFollowed) {
+TEST_F(Validation, referencedPrefabs_areNotFollowed) {
     PrefabText outer;
     outer.root(id(1), "Root");
     outer.nested(id(2), "Point", id(1), "none.prefab");
@@ -98,7 +98,7 @@ TEST_F(ValidationTest, referencedPrefabs_areNotFollowed) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(ValidationTest, unknownComponent_isReportedToHandler) {
+TEST_F(Validation, unknownComponent_isReportedToHandler) {
     PrefabText prefab;
     prefab.component("NoSuchComponent", prefab.root(id(1), "Root"));
 
@@ -107,7 +107,7 @@ TEST_F(ValidationTest, unknownComponent_isReportedToHandler) {
     EXPECT_THAT(handled, ElementsAre("Checking. Cannot found component: NoSuchComponent"));
 }
 
-TEST_F(ValidationTest, cache_isLeftAlone) {
+TEST_F(Validation, cache_isLeftAlone) {
     PrefabText prefab;
     prefab.root(id(1), "Old");
     writePrefab("lamp.prefab", prefab);
@@ -119,7 +119,7 @@ TEST_F(ValidationTest, cache_isLeftAlone) {
     EXPECT_EQ(service().loadPrefabData("lamp.prefab")->getGameObject(0)->name(), "New");
 }
 
-TEST_F(ValidationTest, nullSection_isReadAsNothing) {
+TEST_F(Validation, nullSection_isReadAsNothing) {
     validate(nullptr);
 
     EXPECT_THAT(handled, ElementsAre("Checking. Format version mismatch. Current version: 1. Prefab version: 0. "

@@ -14,7 +14,7 @@ using ::testing::IsEmpty;
 using Descriptor = ComponentDescriptor<PrefabComponent>;
 
 /// ComponentDescriptor<PrefabComponent>, as the component library makes it.
-class PrefabDescriptorTest : public WorldFixture {
+class PrefabDescriptor : public WorldFixture {
 protected:
     [[nodiscard]] static SmartPointer<Descriptor> make() {
         const ComponentLibrary& library = ComponentLibrary::instance();
@@ -27,19 +27,19 @@ protected:
     GameObject object = manager().createGameObject();
 };
 
-TEST_F(PrefabDescriptorTest, config_byDefault_isEmpty) {
+TEST_F(PrefabDescriptor, config_byDefault_isEmpty) {
     EXPECT_EQ(descriptor->config().resource, "");
     EXPECT_EQ(descriptor->config().overridesData, "");
     EXPECT_FALSE(descriptor->config().hasOverrides);
 }
 
-TEST_F(PrefabDescriptorTest, texts_areNameLibraryPathAndCategory) {
+TEST_F(PrefabDescriptor, texts_areNameLibraryPathAndCategory) {
     EXPECT_EQ(descriptor->name(), "PrefabComponent");
     EXPECT_EQ(descriptor->libraryPath(), "components/PrefabComponent");
     EXPECT_EQ(descriptor->category(), IComponentDescriptor::DEFAULT_CATEGORY);
 }
 
-TEST_F(PrefabDescriptorTest, libraryPath_followsTheGivenName) {
+TEST_F(PrefabDescriptor, libraryPath_followsTheGivenName) {
     const Descriptor other("Other", "third");
 
     EXPECT_EQ(other.name(), "Other");
@@ -47,11 +47,11 @@ TEST_F(PrefabDescriptorTest, libraryPath_followsTheGivenName) {
     EXPECT_EQ(other.category(), "third");
 }
 
-TEST_F(PrefabDescriptorTest, type_isThatOfTheComponent) {
+TEST_F(PrefabDescriptor, type_isThatOfTheComponent) {
     EXPECT_EQ(descriptor->type(), Tessel::NativeComponent<PrefabComponent>::getType());
 }
 
-TEST_F(PrefabDescriptorTest, reflect_viewsConfigOfTheDescriptor) {
+TEST_F(PrefabDescriptor, reflect_viewsConfigOfTheDescriptor) {
     descriptor->config().resource = "lamp.prefab";
 
     const vessa::Variant variant = descriptor->reflect();
@@ -65,13 +65,13 @@ TEST_F(PrefabDescriptorTest, reflect_viewsConfigOfTheDescriptor) {
     EXPECT_EQ(*reflected->propertyAt(0).get().get<std::string>(), "lamp.prefab");
 }
 
-TEST_F(PrefabDescriptorTest, metaType_isThatOfTheComponent) {
+TEST_F(PrefabDescriptor, metaType_isThatOfTheComponent) {
     EXPECT_EQ(descriptor->metaType(), mirra::MetaObjectManager::instance().findType(typeid(PrefabComponent)));
     ASSERT_NE(descriptor->metaType(), nullptr);
     EXPECT_EQ(descriptor->metaType()->name(), "Kiln::Tessel::PrefabComponent");
 }
 
-TEST_F(PrefabDescriptorTest, createOnObject_addsComponentMadeFromConfig) {
+TEST_F(PrefabDescriptor, createOnObject_addsComponentMadeFromConfig) {
     descriptor->config() = {"lamp.prefab", "<overrides/>", false};
 
     Tessel::IComponent* const created = descriptor->createOnObject(object);
@@ -83,20 +83,20 @@ TEST_F(PrefabDescriptorTest, createOnObject_addsComponentMadeFromConfig) {
     EXPECT_TRUE(component->hasOverrides());
 }
 
-TEST_F(PrefabDescriptorTest, createOnObject_withoutManager_isNull) {
+TEST_F(PrefabDescriptor, createOnObject_withoutManager_isNull) {
     EXPECT_EQ(descriptor->createOnObject(GameObject(DEAD_WORLD, 0, 0)), nullptr);
     EXPECT_EQ(descriptor->createOnObject(GameObject::INVALID_GAME_OBJECT), nullptr);
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(PrefabDescriptorTest, createOnObject_deadObject_isNullAndLeaksNothing) {
+TEST_F(PrefabDescriptor, createOnObject_deadObject_isNullAndLeaksNothing) {
     manager().removeGameObject(object);
 
     EXPECT_EQ(descriptor->createOnObject(object), nullptr);
     EXPECT_EQ(world().getStorage<PrefabComponent>().componentsCount(), 0U);
 }
 
-TEST_F(PrefabDescriptorTest, removeFromObject_removesComponent) {
+TEST_F(PrefabDescriptor, removeFromObject_removesComponent) {
     descriptor->createOnObject(object);
 
     descriptor->removeFromObject(object);
@@ -105,7 +105,7 @@ TEST_F(PrefabDescriptorTest, removeFromObject_removesComponent) {
     EXPECT_EQ(world().getStorage<PrefabComponent>().componentsCount(), 0U);
 }
 
-TEST_F(PrefabDescriptorTest, removeFromObject_withoutComponent_doesNothing) {
+TEST_F(PrefabDescriptor, removeFromObject_withoutComponent_doesNothing) {
     descriptor->removeFromObject(object);
     descriptor->removeFromObject(GameObject::INVALID_GAME_OBJECT);
     descriptor->removeFromObject(GameObject(DEAD_WORLD, 0, 0));
@@ -114,7 +114,7 @@ TEST_F(PrefabDescriptorTest, removeFromObject_withoutComponent_doesNothing) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(PrefabDescriptorTest, reapplyOnObject_replacesComponentByNewOne) {
+TEST_F(PrefabDescriptor, reapplyOnObject_replacesComponentByNewOne) {
     descriptor->config().resource = "old.prefab";
     descriptor->createOnObject(object);
     manager().findComponent<PrefabComponent>(object)->setInstanceUuid(id(9));
@@ -130,12 +130,12 @@ TEST_F(PrefabDescriptorTest, reapplyOnObject_replacesComponentByNewOne) {
     EXPECT_EQ(world().getStorage<PrefabComponent>().componentsCount(), 1U);
 }
 
-TEST_F(PrefabDescriptorTest, reapplyOnObject_withoutComponent_addsOne) {
+TEST_F(PrefabDescriptor, reapplyOnObject_withoutComponent_addsOne) {
     EXPECT_NE(descriptor->reapplyOnObject(object, id(1), {}), nullptr);
     EXPECT_NE(find<PrefabComponent>(object), nullptr);
 }
 
-TEST_F(PrefabDescriptorTest, reapplyOnObject_deadObjectOrWorld_isNull) {
+TEST_F(PrefabDescriptor, reapplyOnObject_deadObjectOrWorld_isNull) {
     manager().removeGameObject(object);
 
     EXPECT_EQ(descriptor->reapplyOnObject(object, id(1), {}), nullptr);
@@ -144,7 +144,7 @@ TEST_F(PrefabDescriptorTest, reapplyOnObject_deadObjectOrWorld_isNull) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(PrefabDescriptorTest, findPrefabDescriptor_findsItAmongComponents) {
+TEST_F(PrefabDescriptor, findPrefabDescriptor_findsItAmongComponents) {
     const SmartPointer<GameObjectDescriptor> node = makeNode(id(1));
     EXPECT_EQ(Tessel::findPrefabDescriptor(*node), nullptr);
     addComponent<TagComponent>(*node);
@@ -154,7 +154,7 @@ TEST_F(PrefabDescriptorTest, findPrefabDescriptor_findsItAmongComponents) {
     EXPECT_EQ(Tessel::findPrefabDescriptor(*node), &added);
 }
 
-TEST_F(PrefabDescriptorTest, sharedConfig_isOwnedOrJustReferredTo) {
+TEST_F(PrefabDescriptor, sharedConfig_isOwnedOrJustReferredTo) {
     auto config = std::make_shared<PrefabComponent::Config>();
     const std::weak_ptr<PrefabComponent::Config> observed = config;
     PrefabComponent::Config elsewhere{"lamp.prefab", "", false};
@@ -172,7 +172,7 @@ TEST_F(PrefabDescriptorTest, sharedConfig_isOwnedOrJustReferredTo) {
     EXPECT_EQ(elsewhere.resource, "lamp.prefab");
 }
 
-TEST_F(PrefabDescriptorTest, reapplyOnObject_deadObject_resolvesNoLinks) {
+TEST_F(PrefabDescriptor, reapplyOnObject_deadObject_resolvesNoLinks) {
     const SmartPointer<GameObjectDescriptor> node = makeNode(id(1));
     LinksComponent::Config config;
     config.target.setUuid(id(7));
@@ -188,7 +188,7 @@ TEST_F(PrefabDescriptorTest, reapplyOnObject_deadObject_resolvesNoLinks) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(PrefabDescriptorTest, virtualOperations_followTheOrderOfTheInterface) {
+TEST_F(PrefabDescriptor, virtualOperations_followTheOrderOfTheInterface) {
     const std::size_t first = virtualSlot(&IComponentDescriptor::name);
 
     EXPECT_GE(first, 2U); // Behind the two forms of the destructor.

@@ -14,34 +14,34 @@ using Tessel::ComponentStorage;
 using Tessel::PrefabComponent;
 using ::testing::HasSubstr;
 
-TEST(PrefabComponentTest, constructor_copiesStringsOfConfig) {
+TEST(PrefabComponent, constructor_copiesStringsOfConfig) {
     const PrefabComponent component({"props/lamp.prefab", "<overrides/>", false});
 
     EXPECT_EQ(component.resource(), "props/lamp.prefab");
     EXPECT_EQ(component.overridesData(), "<overrides/>");
 }
 
-TEST(PrefabComponentTest, hasOverrides_withoutDataAndFlag_isFalse) {
+TEST(PrefabComponent, hasOverrides_withoutDataAndFlag_isFalse) {
     EXPECT_FALSE(PrefabComponent({"lamp.prefab", "", false}).hasOverrides());
 }
 
-TEST(PrefabComponentTest, hasOverrides_flagAlone_isTrue) {
+TEST(PrefabComponent, hasOverrides_flagAlone_isTrue) {
     EXPECT_TRUE(PrefabComponent({"lamp.prefab", "", true}).hasOverrides());
 }
 
-TEST(PrefabComponentTest, hasOverrides_anyDataAlone_isTrue) {
+TEST(PrefabComponent, hasOverrides_anyDataAlone_isTrue) {
     EXPECT_TRUE(PrefabComponent({"lamp.prefab", " ", false}).hasOverrides());
 }
 
-TEST(PrefabComponentTest, hasOverrides_dataAndFlag_isTrue) {
+TEST(PrefabComponent, hasOverrides_dataAndFlag_isTrue) {
     EXPECT_TRUE(PrefabComponent({"lamp.prefab", "<overrides/>", true}).hasOverrides());
 }
 
-TEST(PrefabComponentTest, instanceUuid_ofFreshComponent_isZero) {
+TEST(PrefabComponent, instanceUuid_ofFreshComponent_isZero) {
     EXPECT_EQ(PrefabComponent(PrefabComponent::Config()).instanceUuid(), Uuid::ZERO);
 }
 
-TEST(PrefabComponentTest, setInstanceUuid_isKept) {
+TEST(PrefabComponent, setInstanceUuid_isKept) {
     PrefabComponent component({"lamp.prefab", "", false});
 
     component.setInstanceUuid(id(5));
@@ -50,7 +50,7 @@ TEST(PrefabComponentTest, setInstanceUuid_isKept) {
     EXPECT_EQ(component.resource(), "lamp.prefab");
 }
 
-TEST(PrefabComponentTest, config_byDefault_isEmpty) {
+TEST(PrefabComponent, config_byDefault_isEmpty) {
     const PrefabComponent::Config config;
 
     EXPECT_EQ(config.resource, "");
@@ -58,7 +58,7 @@ TEST(PrefabComponentTest, config_byDefault_isEmpty) {
     EXPECT_FALSE(config.hasOverrides);
 }
 
-TEST(PrefabComponentTest, type_isTheRegisteredId) {
+TEST(PrefabComponent, type_isTheRegisteredId) {
     const PrefabComponent component{PrefabComponent::Config()};
 
     EXPECT_EQ(component.type(), Tessel::NativeComponent<PrefabComponent>::getType());
@@ -66,7 +66,7 @@ TEST(PrefabComponentTest, type_isTheRegisteredId) {
     EXPECT_LT(component.type(), Tessel::IComponent::MAX_TYPES);
 }
 
-TEST(PrefabComponentTest, blockLink_outsideOfPool_isNullAndActivationHasNoEffect) {
+TEST(PrefabComponent, blockLink_outsideOfPool_isNullAndActivationHasNoEffect) {
     PrefabComponent component{PrefabComponent::Config()};
 
     component.activate();
@@ -75,20 +75,20 @@ TEST(PrefabComponentTest, blockLink_outsideOfPool_isNullAndActivationHasNoEffect
     EXPECT_EQ(component.block(), nullptr);
 }
 
-TEST(PrefabComponentTest, bases_areThoseOfAPooledComponent) {
+TEST(PrefabComponent, bases_areThoseOfAPooledComponent) {
     EXPECT_TRUE((std::is_base_of_v<Tessel::PoolableComponent<PrefabComponent, Tessel::IComponent>, PrefabComponent>));
     EXPECT_TRUE((std::is_base_of_v<Tessel::IComponent, PrefabComponent>));
     EXPECT_TRUE((std::is_base_of_v<Tessel::NativeComponent<PrefabComponent>, PrefabComponent>));
     EXPECT_TRUE((std::is_base_of_v<Tessel::BlockAllocable<PrefabComponent>, PrefabComponent>));
 }
 
-TEST(PrefabComponentTest, virtualOperations_areTypeDestructorActivateDeactivate) {
+TEST(PrefabComponent, virtualOperations_areTypeDestructorActivateDeactivate) {
     EXPECT_EQ(virtualSlot(&Tessel::IComponent::type), 0U);
     EXPECT_EQ(virtualSlot(&Tessel::IComponent::activate), 3U); // Behind the two forms of the destructor.
     EXPECT_EQ(virtualSlot(&Tessel::IComponent::deactivate), 4U);
 }
 
-TEST(PrefabComponentTest, fields_lieInOrderBehindTheBlockLink) {
+TEST(PrefabComponent, fields_lieInOrderBehindTheBlockLink) {
     const PrefabComponent component{PrefabComponent::Config()};
     const std::less<const void*> isBefore;
 
@@ -98,7 +98,7 @@ TEST(PrefabComponentTest, fields_lieInOrderBehindTheBlockLink) {
     EXPECT_TRUE(isBefore(&component.overridesData(), &component.instanceUuid()));
 }
 
-TEST(PrefabComponentTest, pool_setsBlockLink) {
+TEST(PrefabComponent, pool_setsBlockLink) {
     ComponentStorage<PrefabComponent> storage;
 
     const auto component = storage.create(PrefabComponent::Config{"lamp.prefab", "", false});
@@ -109,7 +109,7 @@ TEST(PrefabComponentTest, pool_setsBlockLink) {
     EXPECT_EQ(storage.activeCount(), 0U);
 }
 
-TEST(PrefabComponentTest, activateAndDeactivate_goThroughThePool) {
+TEST(PrefabComponent, activateAndDeactivate_goThroughThePool) {
     ComponentStorage<PrefabComponent> storage;
     const auto component = storage.create(PrefabComponent::Config());
 
@@ -123,7 +123,7 @@ TEST(PrefabComponentTest, activateAndDeactivate_goThroughThePool) {
     EXPECT_EQ(storage.componentsCount(), 1U);
 }
 
-TEST(PrefabComponentTest, dump_showsTheComponent) {
+TEST(PrefabComponent, dump_showsTheComponent) {
     ComponentStorage<PrefabComponent> storage(2);
     const auto component = storage.create(PrefabComponent::Config());
     component->activate();
@@ -134,9 +134,9 @@ TEST(PrefabComponentTest, dump_showsTheComponent) {
     EXPECT_THAT(dump.str(), HasSubstr("0| ACTIVE           | NO| NO"));
 }
 
-class LivePrefabComponentTest : public WorldFixture {};
+class LivePrefabComponent : public WorldFixture {};
 
-TEST_F(LivePrefabComponentTest, component_isActiveWithItsObject) {
+TEST_F(LivePrefabComponent, component_isActiveWithItsObject) {
     const Tessel::GameObject object = manager().createGameObject();
     auto& storage = world().getStorage<PrefabComponent>();
     const Tessel::ComponentTypeId type = Tessel::NativeComponent<PrefabComponent>::getType();

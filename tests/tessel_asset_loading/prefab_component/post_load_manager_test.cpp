@@ -45,7 +45,7 @@ struct Opened {
 std::vector<int>& reactionIdsOf(PrefabPostLoadManager& manager);
 template struct Opened<&PrefabPostLoadManager::m_reactionIds>;
 
-class PostLoadManagerTest : public WorldFixture {
+class PostLoadManager : public WorldFixture {
 protected:
     [[nodiscard]] static std::vector<PrefabPostLoadManager*> managersOf(const Tessel::World& ofWorld) {
         std::vector<PrefabPostLoadManager*> managers;
@@ -93,7 +93,7 @@ protected:
     }
 };
 
-TEST_F(PostLoadManagerTest, everyWorld_hasOne) {
+TEST_F(PostLoadManager, everyWorld_hasOne) {
     const int otherId = EntryPoint::instance().createWorld();
     const std::vector<PrefabPostLoadManager*> own = managersOf(world());
     const std::vector<PrefabPostLoadManager*> others = managersOf(*EntryPoint::instance().findValidWorld(otherId));
@@ -104,7 +104,7 @@ TEST_F(PostLoadManagerTest, everyWorld_hasOne) {
     EntryPoint::instance().destroyWorld(otherId);
 }
 
-TEST_F(PostLoadManagerTest, init_registersOneTriggerReactionInTheInitialisationGroup) {
+TEST_F(PostLoadManager, init_registersOneTriggerReactionInTheInitialisationGroup) {
     const std::vector<int> before = reactions();
     PrefabPostLoadManager other;
     other.init(world());
@@ -119,7 +119,7 @@ TEST_F(PostLoadManagerTest, init_registersOneTriggerReactionInTheInitialisationG
     other.fini(world());
 }
 
-TEST_F(PostLoadManagerTest, fini_removesJustItsOwnReaction) {
+TEST_F(PostLoadManager, fini_removesJustItsOwnReaction) {
     const int foreign = world().addTickReaction("SyncInit", "foreign", [] {});
     const std::vector<int> before = reactions();
     PrefabPostLoadManager other;
@@ -133,7 +133,7 @@ TEST_F(PostLoadManagerTest, fini_removesJustItsOwnReaction) {
     world().removeTickReaction(foreign);
 }
 
-TEST_F(PostLoadManagerTest, fini_removesReactionsOfBothKindsAndSkipsOthers) {
+TEST_F(PostLoadManager, fini_removesReactionsOfBothKindsAndSkipsOthers) {
     const std::vector<int> before = reactions();
     PrefabPostLoadManager other;
     other.init(world());
@@ -149,7 +149,7 @@ TEST_F(PostLoadManagerTest, fini_removesReactionsOfBothKindsAndSkipsOthers) {
     EXPECT_EQ(reactions(), before);
 }
 
-TEST_F(PostLoadManagerTest, finishedManager_reactsNoMore) {
+TEST_F(PostLoadManager, finishedManager_reactsNoMore) {
     managersOf(world())[0]->fini(world());
     const GameObject object = makeObject(true);
     addPrefab(object);
@@ -159,7 +159,7 @@ TEST_F(PostLoadManagerTest, finishedManager_reactsNoMore) {
     EXPECT_TRUE(manager().isActive(object));
 }
 
-TEST_F(PostLoadManagerTest, init_sharesTheQueryOfTheWorld) {
+TEST_F(PostLoadManager, init_sharesTheQueryOfTheWorld) {
     const auto query =
         world().manager().getQuery<RootsQuery>(RootsQuery::makeConfig(), []() -> std::unique_ptr<Tessel::QueryBase> {
             ADD_FAILURE() << "the manager holds the query";
@@ -170,7 +170,7 @@ TEST_F(PostLoadManagerTest, init_sharesTheQueryOfTheWorld) {
     EXPECT_TRUE(query->config().includesGameObject);
 }
 
-TEST_F(PostLoadManagerTest, rootWithActiveParent_isLeftAlone) {
+TEST_F(PostLoadManager, rootWithActiveParent_isLeftAlone) {
     const GameObject parent = makeObject(true);
     const GameObject root = makeObject(false);
     addPrefab(root);
@@ -181,7 +181,7 @@ TEST_F(PostLoadManagerTest, rootWithActiveParent_isLeftAlone) {
     EXPECT_TRUE(manager().isActive(root));
 }
 
-TEST_F(PostLoadManagerTest, rootWithParentThatCouldNotBeHad_isDeactivated) {
+TEST_F(PostLoadManager, rootWithParentThatCouldNotBeHad_isDeactivated) {
     const GameObject dead = makeObject(true);
     manager().removeGameObject(dead);
     const GameObject root = makeObject(true);
@@ -194,7 +194,7 @@ TEST_F(PostLoadManagerTest, rootWithParentThatCouldNotBeHad_isDeactivated) {
     EXPECT_FALSE(manager().isEnabled(root));
 }
 
-TEST_F(PostLoadManagerTest, parentDeactivatedBeforeReaction_takesTheRootWithIt) {
+TEST_F(PostLoadManager, parentDeactivatedBeforeReaction_takesTheRootWithIt) {
     const GameObject parent = makeObject(true);
     const GameObject root = makeObject(false);
     addPrefab(root);
@@ -207,7 +207,7 @@ TEST_F(PostLoadManagerTest, parentDeactivatedBeforeReaction_takesTheRootWithIt) 
     EXPECT_TRUE(manager().isEnabled(root));
 }
 
-TEST_F(PostLoadManagerTest, reactionWhileParentGoesInactive_deactivatesTheRootItself) {
+TEST_F(PostLoadManager, reactionWhileParentGoesInactive_deactivatesTheRootItself) {
     const GameObject grandparent = makeObject(true);
     const GameObject parent = makeObject(true);
     addHierarchy(parent, grandparent);
@@ -229,7 +229,7 @@ TEST_F(PostLoadManagerTest, reactionWhileParentGoesInactive_deactivatesTheRootIt
     EXPECT_FALSE(manager().isEnabled(root));
 }
 
-TEST_F(PostLoadManagerTest, objectWithoutPrefabComponent_isLeftAlone) {
+TEST_F(PostLoadManager, objectWithoutPrefabComponent_isLeftAlone) {
     const GameObject object = makeObject(true);
     addHierarchy(object, GameObject::INVALID_GAME_OBJECT);
     tick();
@@ -237,7 +237,7 @@ TEST_F(PostLoadManagerTest, objectWithoutPrefabComponent_isLeftAlone) {
     EXPECT_TRUE(manager().isActive(object));
 }
 
-TEST_F(PostLoadManagerTest, rootWithoutHierarchyComponent_isLeftAlone) {
+TEST_F(PostLoadManager, rootWithoutHierarchyComponent_isLeftAlone) {
     const GameObject object = makeObject(true);
     addPrefab(object);
     tick();
@@ -245,7 +245,7 @@ TEST_F(PostLoadManagerTest, rootWithoutHierarchyComponent_isLeftAlone) {
     EXPECT_TRUE(manager().isActive(object));
 }
 
-TEST_F(PostLoadManagerTest, descendantsOfDeactivatedRoot_areInactiveToo) {
+TEST_F(PostLoadManager, descendantsOfDeactivatedRoot_areInactiveToo) {
     const GameObject root = makeObject(true);
     const GameObject child = makeObject(false);
     addHierarchy(child, root);
@@ -258,7 +258,7 @@ TEST_F(PostLoadManagerTest, descendantsOfDeactivatedRoot_areInactiveToo) {
     EXPECT_TRUE(manager().isEnabled(child));
 }
 
-TEST_F(PostLoadManagerTest, rootActivatedAgainByHand_isDeactivatedAgain) {
+TEST_F(PostLoadManager, rootActivatedAgainByHand_isDeactivatedAgain) {
     const GameObject root = makeObject(true);
     addPrefab(root);
     addHierarchy(root, GameObject::INVALID_GAME_OBJECT);
@@ -270,7 +270,7 @@ TEST_F(PostLoadManagerTest, rootActivatedAgainByHand_isDeactivatedAgain) {
     EXPECT_FALSE(manager().isActive(root));
 }
 
-TEST_F(PostLoadManagerTest, queryOfAnotherClass_isReportedAndWorkGoesOn) {
+TEST_F(PostLoadManager, queryOfAnotherClass_isReportedAndWorkGoesOn) {
     const auto entry = QueryIsUniqueAsserter::s_queriesRegistry().find(RootsQuery::makeConfig());
     ASSERT_NE(entry, QueryIsUniqueAsserter::s_queriesRegistry().end());
     EXPECT_EQ(entry->second, typeid(RootsQuery));
@@ -294,7 +294,7 @@ TEST_F(PostLoadManagerTest, queryOfAnotherClass_isReportedAndWorkGoesOn) {
     EntryPoint::instance().destroyWorld(otherId);
 }
 
-TEST_F(PostLoadManagerTest, query_isKeptFromInitOn) {
+TEST_F(PostLoadManager, query_isKeptFromInitOn) {
     const Tessel::QueryConfig config = RootsQuery::makeConfig();
     const auto query = world().manager().getQuery<RootsQuery>(config, [] { return std::make_unique<RootsQuery>(); });
     const long holders = query.use_count();
@@ -306,7 +306,7 @@ TEST_F(PostLoadManagerTest, query_isKeptFromInitOn) {
     other.fini(world());
 }
 
-TEST_F(PostLoadManagerTest, factory_ignoresTheInitDataAndMakesAManagerEachTime) {
+TEST_F(PostLoadManager, factory_ignoresTheInitDataAndMakesAManagerEachTime) {
     struct InitData final : Tessel::IManagerInitData {
         explicit InitData(bool& flag) : isDestroyed(flag) {}
         ~InitData() override { isDestroyed = true; }
@@ -323,7 +323,7 @@ TEST_F(PostLoadManagerTest, factory_ignoresTheInitDataAndMakesAManagerEachTime) 
     EXPECT_NE(first, second);
 }
 
-TEST_F(PostLoadManagerTest, otherOperations_keepTheBehaviourOfTheBase) {
+TEST_F(PostLoadManager, otherOperations_keepTheBehaviourOfTheBase) {
     const std::vector<int> before = reactions();
     Tessel::IReactiveManager& own = *managersOf(world())[0];
 
@@ -335,12 +335,12 @@ TEST_F(PostLoadManagerTest, otherOperations_keepTheBehaviourOfTheBase) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(PostLoadManagerTest, virtualOperations_areDestructorInitFini) {
+TEST_F(PostLoadManager, virtualOperations_areDestructorInitFini) {
     EXPECT_EQ(virtualSlot(&Tessel::IReactiveManager::init), 2U); // Behind the two forms of the destructor.
     EXPECT_EQ(virtualSlot(&Tessel::IReactiveManager::fini), 3U);
 }
 
-TEST_F(PostLoadManagerTest, secondWorld_isNotReported) {
+TEST_F(PostLoadManager, secondWorld_isNotReported) {
     const int otherId = EntryPoint::instance().createWorld();
     EntryPoint::instance().destroyWorld(otherId);
 

@@ -13,7 +13,7 @@ using Tessel::PrefabComponent;
 using Tessel::PrefabPostLoadManager;
 
 /// What the module has announced by the time it is loaded.
-class RegistrationTest : public WorldFixture {
+class Registration : public WorldFixture {
 protected:
     [[nodiscard]] static const ComponentRecord& record() {
         const ComponentLibrary& library = ComponentLibrary::instance();
@@ -21,7 +21,7 @@ protected:
     }
 };
 
-TEST_F(RegistrationTest, record_isFoundByNameAndType) {
+TEST_F(Registration, record_isFoundByNameAndType) {
     const ComponentLibrary& library = ComponentLibrary::instance();
     const std::size_t componentId = Tessel::NativeComponent<PrefabComponent>::getType();
 
@@ -31,7 +31,7 @@ TEST_F(RegistrationTest, record_isFoundByNameAndType) {
     EXPECT_EQ(library.findComponent("Prefab"), ComponentLibrary::INVALID_ID);
 }
 
-TEST_F(RegistrationTest, record_hasItsFields) {
+TEST_F(Registration, record_hasItsFields) {
     EXPECT_EQ(record().typeId, Tessel::NativeComponent<PrefabComponent>::getType());
     EXPECT_EQ(record().type, typeid(PrefabComponent));
     EXPECT_EQ(record().displayName, "Prefab");
@@ -44,7 +44,7 @@ TEST_F(RegistrationTest, record_hasItsFields) {
     EXPECT_EQ(record().extraData, nullptr);
 }
 
-TEST_F(RegistrationTest, factory_makesADescriptorEachTime) {
+TEST_F(Registration, factory_makesADescriptorEachTime) {
     const SmartPointer<IComponentDescriptor> first = record().factory();
     const SmartPointer<IComponentDescriptor> second = record().factory();
 
@@ -54,7 +54,7 @@ TEST_F(RegistrationTest, factory_makesADescriptorEachTime) {
     EXPECT_EQ(first->name(), "PrefabComponent");
 }
 
-TEST_F(RegistrationTest, metaObjectOfConfig_hasItsProperties) {
+TEST_F(Registration, metaObjectOfConfig_hasItsProperties) {
     const mirra::BaseStaticMetaObject* const metaObject =
         mirra::MetaObjectManager::instance().findType("Kiln::Tessel::PrefabComponent::Config");
 
@@ -67,7 +67,7 @@ TEST_F(RegistrationTest, metaObjectOfConfig_hasItsProperties) {
     EXPECT_TRUE(metaObject->properties()[1].annotations.isEmpty());
 }
 
-TEST_F(RegistrationTest, metaObjectOfConfig_reachesTheMembers) {
+TEST_F(Registration, metaObjectOfConfig_reachesTheMembers) {
     PrefabComponent::Config config{"lamp.prefab", "data", false};
     mirra::ReflectedObject reflected;
     reflected.init(*mirra::MetaObjectManager::instance().findType(typeid(PrefabComponent::Config)), &config);
@@ -76,7 +76,7 @@ TEST_F(RegistrationTest, metaObjectOfConfig_reachesTheMembers) {
     EXPECT_EQ(reflected.propertyAt(1).get().get<std::string>(), &config.overridesData);
 }
 
-TEST_F(RegistrationTest, metaObjectOfComponent_hasItsProperties) {
+TEST_F(Registration, metaObjectOfComponent_hasItsProperties) {
     const mirra::BaseStaticMetaObject* const metaObject =
         mirra::MetaObjectManager::instance().findType("Kiln::Tessel::PrefabComponent");
 
@@ -89,7 +89,7 @@ TEST_F(RegistrationTest, metaObjectOfComponent_hasItsProperties) {
     EXPECT_TRUE(metaObject->properties()[1].annotations.isEmpty());
 }
 
-TEST_F(RegistrationTest, metaObjectOfComponent_reachesTheFields) {
+TEST_F(Registration, metaObjectOfComponent_reachesTheFields) {
     PrefabComponent component({"lamp.prefab", "data", false});
     mirra::ReflectedObject reflected;
     reflected.init(*mirra::MetaObjectManager::instance().findType(typeid(PrefabComponent)), &component);
@@ -98,18 +98,18 @@ TEST_F(RegistrationTest, metaObjectOfComponent_reachesTheFields) {
     EXPECT_EQ(reflected.propertyAt(1).get().get<std::string>(), &component.overridesData());
 }
 
-TEST_F(RegistrationTest, propertyNames_areConstantsOfTheProcess) {
+TEST_F(Registration, propertyNames_areConstantsOfTheProcess) {
     EXPECT_EQ(PrefabComponent::RESOURCE_PROPERTY, "resource");
     EXPECT_EQ(PrefabComponent::OVERRIDES_DATA_PROPERTY, "overridesData");
 }
 
-TEST_F(RegistrationTest, service_isRegisteredUnderItsType) {
+TEST_F(Registration, service_isRegisteredUnderItsType) {
     Tessel::IService* const found = EntryPoint::instance().getService(typeid(Tessel::PrefabService));
 
     EXPECT_NE(dynamic_cast<Tessel::PrefabService*>(found), nullptr);
 }
 
-TEST_F(RegistrationTest, secondService_isRefusedAndDestroyed) {
+TEST_F(Registration, secondService_isRefusedAndDestroyed) {
     Tessel::IService* const found = EntryPoint::instance().getService(typeid(Tessel::PrefabService));
 
     const SmartPointer<GameObjectDescriptor> node = makeNode(id(1));
@@ -123,7 +123,7 @@ TEST_F(RegistrationTest, secondService_isRefusedAndDestroyed) {
     EXPECT_EQ(node->refCount(), 1U);
 }
 
-TEST_F(RegistrationTest, postLoadManager_isRegisteredOnceWithAllRoles) {
+TEST_F(Registration, postLoadManager_isRegisteredOnceWithAllRoles) {
     std::vector<unsigned> options;
     for (int managerId = 0; const auto* const kind = EntryPoint::instance().findReactiveManagerRecord(managerId);
          ++managerId) {
@@ -136,7 +136,7 @@ TEST_F(RegistrationTest, postLoadManager_isRegisteredOnceWithAllRoles) {
     EXPECT_EQ(options, std::vector<unsigned>{35});
 }
 
-TEST_F(RegistrationTest, prefabComponentFunction_hasNoEffect) {
+TEST_F(Registration, prefabComponentFunction_hasNoEffect) {
     const std::size_t typesCount = Tessel::IComponent::types().typesCount();
     const std::size_t componentsCount = ComponentLibrary::instance().componentsCount();
 

@@ -3,15 +3,14 @@
 
 #include <algorithm>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObjectPrefab;
-using Kiln::Tessel::NativeComponent;
-using Kiln::Tessel::PrefabComponent;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObjectPrefab;
+using Tessel::NativeComponent;
+using Tessel::PrefabComponent;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 // Opening files.
 
@@ -190,3 +189,4 @@ TEST_F(NullNodes, clear_removesThem) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

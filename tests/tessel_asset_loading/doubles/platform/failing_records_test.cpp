@@ -4,15 +4,14 @@
 #include <numeric>
 #include <stdexcept>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::HierarchyComponent;
-using Kiln::Tessel::NativeComponent;
-using Kiln::Tessel::TransformComponent;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::HierarchyComponent;
+using Tessel::NativeComponent;
+using Tessel::TransformComponent;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 /// Its factory throws.
 class ExplosiveComponent final : public Tessel::PoolableComponent<ExplosiveComponent, Tessel::IComponent> {
@@ -190,3 +189,4 @@ TEST_F(FailingRecords, serialize_fetchThrows_anExistingPoolStaysAsItIs) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

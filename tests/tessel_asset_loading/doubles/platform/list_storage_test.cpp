@@ -1,11 +1,10 @@
 #include "allocation_log.h"
 #include <tessel_asset_loading/support/document_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObjectPrefab;
-
+namespace Kiln::TestSupport {
 namespace {
+
+using Tessel::GameObjectPrefab;
 
 /// How the list of nodes takes its memory.
 class ListStorage : public DocumentFixture {
@@ -64,3 +63,4 @@ TEST_F(ListStorage, prefab_isItsListOfNodesAlone) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

@@ -63,9 +63,9 @@ namespace {
 using testing::ElementsAre;
 
 /// Every public operation of the prefab service enters the stack tracker's trail under its name and leaves it again.
-class StackTrailTest : public WorldFixture {
+class StackTrail : public WorldFixture {
 protected:
-    StackTrailTest() {
+    StackTrail() {
         PrefabText prefab;
         prefab.root(id(1), "Root");
         writePrefab("lamp.prefab", prefab);
@@ -87,23 +87,23 @@ protected:
     bool m_isThrown = false;
 };
 
-TEST_F(StackTrailTest, loadPrefabData_isEntered) {
+TEST_F(StackTrail, loadPrefabData_isEntered) {
     EXPECT_THAT(entered([] { service().loadPrefabData("lamp.prefab"); }), ElementsAre("loadPrefabData"));
     EXPECT_THAT(entered([] { service().loadPrefabData("lamp.prefab"); }), ElementsAre("loadPrefabData"));
     EXPECT_THAT(entered([] { service().loadPrefabData("missing.prefab"); }), ElementsAre("loadPrefabData"));
 }
 
-TEST_F(StackTrailTest, cachePrefabData_ofADocument_isEntered) {
+TEST_F(StackTrail, cachePrefabData_ofADocument_isEntered) {
     EXPECT_THAT(entered([] { service().cachePrefabData("lamp.prefab", PrefabBuilder().root(id(1)).buildUnique()); }),
                 ElementsAre("cachePrefabData"));
 }
 
-TEST_F(StackTrailTest, cachePrefabData_ofAFile_isEnteredWithItsWalk) {
+TEST_F(StackTrail, cachePrefabData_ofAFile_isEnteredWithItsWalk) {
     EXPECT_THAT(entered([] { service().cachePrefabData("missing.prefab", true); }),
                 ElementsAre("cachePrefabData", "cachePrefabDataInternal", "loadPrefabData"));
 }
 
-TEST_F(StackTrailTest, cachePrefabData_beyondTheDepth_isLeftAtEachLevel) {
+TEST_F(StackTrail, cachePrefabData_beyondTheDepth_isLeftAtEachLevel) {
     EXPECT_THAT(entered([] { service().cachePrefabData("lamp.prefab", false); }),
                 ElementsAre("cachePrefabData", "cachePrefabDataInternal", "loadPrefabData", "cachePrefabDataInternal",
                             "loadPrefabData", "cachePrefabDataInternal", "loadPrefabData", "cachePrefabDataInternal",
@@ -111,7 +111,7 @@ TEST_F(StackTrailTest, cachePrefabData_beyondTheDepth_isLeftAtEachLevel) {
                             "loadPrefabData", "cachePrefabDataInternal"));
 }
 
-TEST_F(StackTrailTest, clearing_isEntered) {
+TEST_F(StackTrail, clearing_isEntered) {
     EXPECT_THAT(entered([] { service().clearCache(); }), ElementsAre("clearCache"));
     EXPECT_THAT(entered([] { service().clearCached(std::string("lamp.prefab")); }), ElementsAre("clearCached"));
     EXPECT_THAT(entered([] { service().clearCached(std::vector<std::string>{"lamp.prefab"}); }),
@@ -119,12 +119,12 @@ TEST_F(StackTrailTest, clearing_isEntered) {
     EXPECT_THAT(entered([] { service().fini(); }), ElementsAre("fini"));
 }
 
-TEST_F(StackTrailTest, onWorldDestroyed_isEnteredWithTheClearing) {
+TEST_F(StackTrail, onWorldDestroyed_isEnteredWithTheClearing) {
     EXPECT_THAT(entered([this] { service().onWorldDestroyed(worldId); }),
                 ElementsAre("onWorldDestroyed", "clearCached"));
 }
 
-TEST_F(StackTrailTest, loadDescriptor_isEntered) {
+TEST_F(StackTrail, loadDescriptor_isEntered) {
     EXPECT_THAT(entered([] {
                     service().loadDescriptor(
                         "lamp.prefab", [](Tessel::GameObjectPrefab*) {}, false);
@@ -133,14 +133,14 @@ TEST_F(StackTrailTest, loadDescriptor_isEntered) {
     waitForWorkers();
 }
 
-TEST_F(StackTrailTest, loadGameObject_ofAFile_isEntered) {
+TEST_F(StackTrail, loadGameObject_ofAFile_isEntered) {
     const auto load = [](int into) { service().loadGameObject("lamp.prefab", into, id(1), nullptr, nullptr); };
     EXPECT_THAT(entered([&] { load(worldId); }), ElementsAre("loadGameObject"));
     EXPECT_THAT(entered([&] { load(-1); }), ElementsAre("loadGameObject"));
     waitForWorkers();
 }
 
-TEST_F(StackTrailTest, loadGameObject_ofASection_isEntered) {
+TEST_F(StackTrail, loadGameObject_ofASection_isEntered) {
     const auto load = [this](const SmartPointer<DataSection>& section) {
         service().loadGameObject(section, worldId, id(1), nullptr, nullptr);
     };
@@ -149,12 +149,12 @@ TEST_F(StackTrailTest, loadGameObject_ofASection_isEntered) {
     waitForWorkers();
 }
 
-TEST_F(StackTrailTest, tickAndPostTick_areEntered) {
+TEST_F(StackTrail, tickAndPostTick_areEntered) {
     EXPECT_THAT(entered([] { service().tick(); }), ElementsAre("tick"));
     EXPECT_THAT(entered([] { service().postTick(); }), ElementsAre("postTick"));
 }
 
-TEST_F(StackTrailTest, tickThatThrows_isLeft) {
+TEST_F(StackTrail, tickThatThrows_isLeft) {
     class Throwing final : public IObjectLoadedCallback {
         bool onPreactivate(Tessel::GameObject, Tessel::GameObjectManager&) override { throw std::runtime_error("no"); }
         void onObjectLoaded(Tessel::GameObject, Tessel::GameObjectManager&) override {}

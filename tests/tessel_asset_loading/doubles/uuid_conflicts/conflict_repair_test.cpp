@@ -8,7 +8,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class ConflictRepairTest : public ConflictFixture {
+class ConflictRepair : public ConflictFixture {
 protected:
     /// With one more below the second.
     [[nodiscard]] static PrefabBuilder collidingChildren() {
@@ -16,19 +16,19 @@ protected:
     }
 };
 
-TEST_F(ConflictRepairTest, instanceWithoutConflict_keepsItsUuid) {
+TEST_F(ConflictRepair, instanceWithoutConflict_keepsItsUuid) {
     EXPECT_THAT(create(collidingChildren(), PLAIN_INSTANCE), SizeIs(4));
     EXPECT_THAT(logged(), IsEmpty());
     EXPECT_EQ(uuidOf("Second"), Uuid(PLAIN_INSTANCE.high(), 0x12));
 }
 
-TEST_F(ConflictRepairTest, descriptorsThatCollideInOneInstanceOnly_areCreatedInAnother) {
+TEST_F(ConflictRepair, descriptorsThatCollideInOneInstanceOnly_areCreatedInAnother) {
     EXPECT_THAT(create(collidingChildren(), COLLIDING_INSTANCE), SizeIs(4));
     EXPECT_THAT(logged(), ElementsAre(CONFLICT));
     EXPECT_EQ(manager().gameObjectsCount(), 4U);
 }
 
-TEST_F(ConflictRepairTest, repair_movesTheWholeInstance) {
+TEST_F(ConflictRepair, repair_movesTheWholeInstance) {
     create(collidingChildren(), COLLIDING_INSTANCE);
 
     const std::uint64_t instance = uuidOf("Root").high(); // Generated.
@@ -39,7 +39,7 @@ TEST_F(ConflictRepairTest, repair_movesTheWholeInstance) {
     EXPECT_EQ(uuidOf("Third"), Uuid(instance, 3));
 }
 
-TEST_F(ConflictRepairTest, repairedInstance_isInTheUuidMapUnderItsNewUuidsOnly) {
+TEST_F(ConflictRepair, repairedInstance_isInTheUuidMapUnderItsNewUuidsOnly) {
     const std::vector<GameObject> created = create(collidingChildren(), COLLIDING_INSTANCE);
 
     const std::uint64_t instance = uuidOf("Root").high();
@@ -49,7 +49,7 @@ TEST_F(ConflictRepairTest, repairedInstance_isInTheUuidMapUnderItsNewUuidsOnly) 
                                                                     {Uuid(instance, 3), created[3]}}));
 }
 
-TEST_F(ConflictRepairTest, repairedInstance_keepsItsHierarchy) {
+TEST_F(ConflictRepair, repairedInstance_keepsItsHierarchy) {
     create(collidingChildren(), COLLIDING_INSTANCE);
 
     const GameObject root = findByName(manager(), "Root");
@@ -58,7 +58,7 @@ TEST_F(ConflictRepairTest, repairedInstance_keepsItsHierarchy) {
     EXPECT_THAT(manager().getChildren(second), ElementsAre(findByName(manager(), "Third")));
 }
 
-TEST_F(ConflictRepairTest, twoConflictsInOneInstance_needOneRepair) {
+TEST_F(ConflictRepair, twoConflictsInOneInstance_needOneRepair) {
     PrefabBuilder builder = collidingChildren();
     builder.child(id(0x22), "Fourth", id(1)); // Collided with the two others as well.
 
@@ -66,7 +66,7 @@ TEST_F(ConflictRepairTest, twoConflictsInOneInstance_needOneRepair) {
     EXPECT_THAT(logged(), ElementsAre(CONFLICT));
 }
 
-TEST_F(ConflictRepairTest, instancesNestedInAMovedOne_keepTheirUuids) {
+TEST_F(ConflictRepair, instancesNestedInAMovedOne_keepTheirUuids) {
     PrefabBuilder inner;
     inner.root(id(9), "Inner").child(id(0xA), "Inner child", id(9));
     cachePrefab("inner.prefab", inner);
@@ -80,7 +80,7 @@ TEST_F(ConflictRepairTest, instancesNestedInAMovedOne_keepTheirUuids) {
     EXPECT_NE(uuidOf("Root").high(), COLLIDING_INSTANCE.high());
 }
 
-TEST_F(ConflictRepairTest, descriptorsThatCollideInEveryInstance_areNotCreated) {
+TEST_F(ConflictRepair, descriptorsThatCollideInEveryInstance_areNotCreated) {
     PrefabBuilder builder;
     builder.root(id(1), "Root").child(id(2), "First", id(1)).child(id(2), "Second", id(1));
 
@@ -88,7 +88,7 @@ TEST_F(ConflictRepairTest, descriptorsThatCollideInEveryInstance_areNotCreated) 
     EXPECT_THAT(logged(), ElementsAre(CONFLICT, CONFLICT_STAYS, FAILED));
 }
 
-TEST_F(ConflictRepairTest, conflictAfterARepairThatDoesNotHelp_endsTheCreationAtOnce) {
+TEST_F(ConflictRepair, conflictAfterARepairThatDoesNotHelp_endsTheCreationAtOnce) {
     PrefabBuilder builder;
     builder.root(id(1), "Root").child(id(2), "First", id(1)).child(id(2), "Second", id(1)).child(id(1), "Third", id(2));
 
@@ -96,7 +96,7 @@ TEST_F(ConflictRepairTest, conflictAfterARepairThatDoesNotHelp_endsTheCreationAt
     EXPECT_THAT(logged(), ElementsAre(CONFLICT, CONFLICT_STAYS, FAILED));
 }
 
-TEST_F(ConflictRepairTest, objectsOfTwoInstancesThatCollide_areNotCreated) {
+TEST_F(ConflictRepair, objectsOfTwoInstancesThatCollide_areNotCreated) {
     PrefabBuilder inner;
     inner.root(id(9), "Inner").child(id(2), "Inner child", id(9)); // Collides with "First", of the outer instance.
     cachePrefab("inner.prefab", inner);
@@ -107,7 +107,7 @@ TEST_F(ConflictRepairTest, objectsOfTwoInstancesThatCollide_areNotCreated) {
     EXPECT_THAT(logged(), ElementsAre(CONFLICT, CONFLICT_STAYS, FAILED));
 }
 
-TEST_F(ConflictRepairTest, mergedRootThatCollidesWithTheOuterInstance_isNotCreated) {
+TEST_F(ConflictRepair, mergedRootThatCollidesWithTheOuterInstance_isNotCreated) {
     PrefabBuilder inner;
     inner.root(id(1), "Inner");
     cachePrefab("inner.prefab", inner);
@@ -118,7 +118,7 @@ TEST_F(ConflictRepairTest, mergedRootThatCollidesWithTheOuterInstance_isNotCreat
     EXPECT_THAT(logged(), ElementsAre(CONFLICT, CONFLICT_STAYS, FAILED));
 }
 
-TEST_F(ConflictRepairTest, conflictOnAnObjectOfTheCallersMap_isNotRepaired) {
+TEST_F(ConflictRepair, conflictOnAnObjectOfTheCallersMap_isNotRepaired) {
     const GameObject existing = manager().createGameObject();
     config.uuidMap[Uuid(COLLIDING_INSTANCE.high(), 2)] = existing;
 
@@ -127,7 +127,7 @@ TEST_F(ConflictRepairTest, conflictOnAnObjectOfTheCallersMap_isNotRepaired) {
     EXPECT_THAT(config.uuidMap, SizeIs(1));
 }
 
-TEST_F(ConflictRepairTest, repairBesideAnObjectOfTheCallersMap_takesTheObjectAlong) {
+TEST_F(ConflictRepair, repairBesideAnObjectOfTheCallersMap_takesTheObjectAlong) {
     const GameObject existing = manager().createGameObject();
     config.uuidMap[Uuid(COLLIDING_INSTANCE.high(), 1)] = existing;
 
@@ -141,7 +141,7 @@ TEST_F(ConflictRepairTest, repairBesideAnObjectOfTheCallersMap_takesTheObjectAlo
     EXPECT_EQ(manager().gameObjectsCount(), 4U);
 }
 
-TEST_F(ConflictRepairTest, repairedInstance_isLoadedThroughTheService) {
+TEST_F(ConflictRepair, repairedInstance_isLoadedThroughTheService) {
     writePrefab("colliding.prefab", [] {
         PrefabText text;
         text.root(id(1), "Root");

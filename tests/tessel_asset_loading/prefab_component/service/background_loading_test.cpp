@@ -22,7 +22,7 @@ constexpr const char* BACKGROUND_TOO_DEEP =
     "5: Nested prefabs depth has exceeded limit. It can be result of recursive references. (backgroundLoad)";
 
 /// The task that a load hands to the file-I/O workers.
-class BackgroundLoadingTest : public ServiceFixture {
+class BackgroundLoading : public ServiceFixture {
 protected:
     /// What was preloaded, on which thread and within which operations.
     struct Preload {
@@ -31,7 +31,7 @@ protected:
         std::vector<std::string> trail;
     };
 
-    BackgroundLoadingTest() {
+    BackgroundLoading() {
         HookComponent::onPreload = [this](const HookComponent::Config& config) {
             const std::scoped_lock lock(m_mutex);
             m_preloads.push_back({config.tag, std::this_thread::get_id(), currentTrail()});
@@ -80,7 +80,7 @@ private:
     std::vector<Preload> m_preloads;
 };
 
-TEST_F(BackgroundLoadingTest, loadByPath_preloadsOnWorker) {
+TEST_F(BackgroundLoading, loadByPath_preloadsOnWorker) {
     writeHookedRoot("lamp.prefab", "lamp");
 
     load("lamp.prefab");
@@ -90,7 +90,7 @@ TEST_F(BackgroundLoadingTest, loadByPath_preloadsOnWorker) {
     EXPECT_NE(preloads()[0].thread, std::this_thread::get_id());
 }
 
-TEST_F(BackgroundLoadingTest, loadFromSection_preloadsOnceOnWorker) {
+TEST_F(BackgroundLoading, loadFromSection_preloadsOnceOnWorker) {
     loadSection(hookedSection("lamp"));
     waitForWorkers();
 
@@ -98,7 +98,7 @@ TEST_F(BackgroundLoadingTest, loadFromSection_preloadsOnceOnWorker) {
     EXPECT_NE(preloads()[0].thread, std::this_thread::get_id());
 }
 
-TEST_F(BackgroundLoadingTest, loadFromSection_nestedPrefab_isCachedAndPreloaded) {
+TEST_F(BackgroundLoading, loadFromSection_nestedPrefab_isCachedAndPreloaded) {
     PrefabText outer;
     outer.root(id(1), "Outer");
     outer.nested(id(2), "Point", id(1), "inner.prefab");
@@ -110,7 +110,7 @@ TEST_F(BackgroundLoadingTest, loadFromSection_nestedPrefab_isCachedAndPreloaded)
     EXPECT_THAT(preloadedTags(), ElementsAre("inner"));
 }
 
-TEST_F(BackgroundLoadingTest, loadFromSection_walkStartsAtDepthZero) {
+TEST_F(BackgroundLoading, loadFromSection_walkStartsAtDepthZero) {
     PrefabBuilder self;
     self.root(id(1)).with<HookComponent>({"self"}).nested(id(2), "Point", id(1), "self.prefab");
     cachePrefab("self.prefab", self);
@@ -123,7 +123,7 @@ TEST_F(BackgroundLoadingTest, loadFromSection_walkStartsAtDepthZero) {
     EXPECT_THAT(logged(), ElementsAre(BACKGROUND_TOO_DEEP));
 }
 
-TEST_F(BackgroundLoadingTest, sectionTask_withLoadNested_preloadsAndWalksNestedPrefabs) {
+TEST_F(BackgroundLoading, sectionTask_withLoadNested_preloadsAndWalksNestedPrefabs) {
     cachePrefab("inner.prefab", PrefabBuilder().root(id(1)).with<HookComponent>({"inner"}));
 
     const auto descriptor = runSectionTask(nestingSection("outer", "inner.prefab"), true);
@@ -133,7 +133,7 @@ TEST_F(BackgroundLoadingTest, sectionTask_withLoadNested_preloadsAndWalksNestedP
     EXPECT_THAT(preloadedTags(), ElementsAre("outer", "inner"));
 }
 
-TEST_F(BackgroundLoadingTest, sectionTask_withoutLoadNested_parsesOnly) {
+TEST_F(BackgroundLoading, sectionTask_withoutLoadNested_parsesOnly) {
     writeHookedRoot("inner.prefab", "inner");
 
     const auto descriptor = runSectionTask(nestingSection("outer", "inner.prefab"), false);
@@ -148,7 +148,7 @@ TEST_F(BackgroundLoadingTest, sectionTask_withoutLoadNested_parsesOnly) {
     EXPECT_EQ(inner->getGameObject(0)->name(), "changed");
 }
 
-TEST_F(BackgroundLoadingTest, loadDescriptor_withoutBackgroundLoad_cachesNestedPrefabsWithoutPreloading) {
+TEST_F(BackgroundLoading, loadDescriptor_withoutBackgroundLoad_cachesNestedPrefabsWithoutPreloading) {
     PrefabText outer;
     outer.root(id(1), "Outer");
     outer.nested(id(2), "Point", id(1), "inner.prefab");
@@ -166,7 +166,7 @@ TEST_F(BackgroundLoadingTest, loadDescriptor_withoutBackgroundLoad_cachesNestedP
     EXPECT_THAT(preloads(), IsEmpty());
 }
 
-TEST_F(BackgroundLoadingTest, loadFromSection_documentIsNotCached) {
+TEST_F(BackgroundLoading, loadFromSection_documentIsNotCached) {
     WorkerGate gate;
     loadSection(hookedSection("lamp"));
     const Tessel::DescriptorCacheData& descriptor = lastDescriptor();
@@ -180,7 +180,7 @@ TEST_F(BackgroundLoadingTest, loadFromSection_documentIsNotCached) {
     EXPECT_THAT(descriptor.pendingWorlds, IsEmpty());
 }
 
-TEST_F(BackgroundLoadingTest, loadFromSection_unreadableDocument_isReportedAndEmpty) {
+TEST_F(BackgroundLoading, loadFromSection_unreadableDocument_isReportedAndEmpty) {
     PrefabText prefab;
     prefab.component("HookComponent", prefab.root(id(1), "Lamp"), element("tag", "lamp"));
     prefab.formatVersion(2);
@@ -194,7 +194,7 @@ TEST_F(BackgroundLoadingTest, loadFromSection_unreadableDocument_isReportedAndEm
     EXPECT_THAT(preloads(), IsEmpty());
 }
 
-TEST_F(BackgroundLoadingTest, loadByPath_missingFile_leavesNullAndIsReportedOnce) {
+TEST_F(BackgroundLoading, loadByPath_missingFile_leavesNullAndIsReportedOnce) {
     load("none.prefab");
     waitForWorkers();
 
@@ -202,7 +202,7 @@ TEST_F(BackgroundLoadingTest, loadByPath_missingFile_leavesNullAndIsReportedOnce
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found none.prefab"));
 }
 
-TEST_F(BackgroundLoadingTest, loadByPath_fillsCacheEntryOfThePath) {
+TEST_F(BackgroundLoading, loadByPath_fillsCacheEntryOfThePath) {
     writeRoot("lamp.prefab", "Lamp");
 
     load("lamp.prefab");
@@ -212,7 +212,7 @@ TEST_F(BackgroundLoadingTest, loadByPath_fillsCacheEntryOfThePath) {
     EXPECT_NE(lastDescriptor().prefab.get(), nullptr);
 }
 
-TEST_F(BackgroundLoadingTest, loadByPath_nestedPrefabs_areCachedToo) {
+TEST_F(BackgroundLoading, loadByPath_nestedPrefabs_areCachedToo) {
     PrefabText outer;
     outer.root(id(1), "Outer");
     outer.nested(id(2), "Point", id(1), "inner.prefab");
@@ -228,7 +228,7 @@ TEST_F(BackgroundLoadingTest, loadByPath_nestedPrefabs_areCachedToo) {
     EXPECT_EQ(inner->getGameObject(0)->name(), "Inner");
 }
 
-TEST_F(BackgroundLoadingTest, loadDescriptor_withoutBackgroundLoad_doesNotPreload) {
+TEST_F(BackgroundLoading, loadDescriptor_withoutBackgroundLoad_doesNotPreload) {
     writeHookedRoot("lamp.prefab", "lamp");
 
     service().loadDescriptor(
@@ -239,7 +239,7 @@ TEST_F(BackgroundLoadingTest, loadDescriptor_withoutBackgroundLoad_doesNotPreloa
     EXPECT_THAT(preloads(), IsEmpty());
 }
 
-TEST_F(BackgroundLoadingTest, loadDescriptor_withBackgroundLoad_preloadsOnWorker) {
+TEST_F(BackgroundLoading, loadDescriptor_withBackgroundLoad_preloadsOnWorker) {
     writeHookedRoot("lamp.prefab", "lamp");
 
     service().loadDescriptor(
@@ -250,7 +250,7 @@ TEST_F(BackgroundLoadingTest, loadDescriptor_withBackgroundLoad_preloadsOnWorker
     EXPECT_NE(preloads()[0].thread, std::this_thread::get_id());
 }
 
-TEST_F(BackgroundLoadingTest, publishedDocument_isCreatedFromWhilePreloadsAreStillRunning) {
+TEST_F(BackgroundLoading, publishedDocument_isCreatedFromWhilePreloadsAreStillRunning) {
     writeHookedRoot("lamp.prefab", "lamp");
     std::atomic<bool> isPreloading = false;
     std::atomic<bool> mayEnd = false;
@@ -270,7 +270,7 @@ TEST_F(BackgroundLoadingTest, publishedDocument_isCreatedFromWhilePreloadsAreSti
     waitForWorkers();
 }
 
-TEST_F(BackgroundLoadingTest, exceptionOfPreload_isReportedUnderTheTaskName) {
+TEST_F(BackgroundLoading, exceptionOfPreload_isReportedUnderTheTaskName) {
     HookComponent::onPreload = [](const HookComponent::Config&) { throw std::runtime_error("no such texture"); };
 
     loadSection(hookedSection("lamp"));
@@ -291,7 +291,7 @@ private:
     std::function<void()> m_run;
 };
 
-TEST_F(BackgroundLoadingTest, loads_havePriority96InOrderOfSubmission) {
+TEST_F(BackgroundLoading, loads_havePriority96InOrderOfSubmission) {
     const auto submit = [](const std::string& tag, int priority) {
         const auto run = [tag] { HookComponent::preload({tag}); };
         FileIOTaskManager::instance().addBackgroundTask(makeSmart<MarkerTask>(run), priority);
@@ -325,7 +325,7 @@ struct ProfiledScopes {
     static void end(const char* name) { add(std::string("end ") + name); }
 };
 
-TEST_F(BackgroundLoadingTest, task_isBracketedForTheProfiler) {
+TEST_F(BackgroundLoading, task_isBracketedForTheProfiler) {
     ProfiledScopes::lines.clear();
     HookComponent::onPreload = [](const HookComponent::Config& config) { ProfiledScopes::add(config.tag); };
     setProfilerHooks({&ProfiledScopes::begin, &ProfiledScopes::end});
@@ -343,7 +343,7 @@ TEST_F(BackgroundLoadingTest, task_isBracketedForTheProfiler) {
                                    "end Kiln::Tessel::PrefabLoadTask::doBackgroundTask"));
 }
 
-TEST_F(BackgroundLoadingTest, oneProfilerHook_isEnough) {
+TEST_F(BackgroundLoading, oneProfilerHook_isEnough) {
     ProfiledScopes::lines.clear();
     setProfilerHooks({nullptr, &ProfiledScopes::end});
 
@@ -355,7 +355,7 @@ TEST_F(BackgroundLoadingTest, oneProfilerHook_isEnough) {
     EXPECT_EQ(ProfiledScopes::lines[0].second, "end Kiln::Tessel::PrefabLoadTask::doBackgroundTask");
 }
 
-TEST_F(BackgroundLoadingTest, preloadOfLoadByPath_seesOperationsOfTheCacheWalk) {
+TEST_F(BackgroundLoading, preloadOfLoadByPath_seesOperationsOfTheCacheWalk) {
     PrefabBuilder prefab;
     prefab.root(id(1)).with<HookComponent>({"lamp"});
     cachePrefab("lamp.prefab", prefab);

@@ -15,21 +15,21 @@ using Tessel::PathHash;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-TEST(PathHashTest, emptyPath_isOffsetBasis) {
+TEST(PathHash, emptyPath_isOffsetBasis) {
     EXPECT_EQ(PathHash()(""), 0xcbf29ce484222325U);
 }
 
-TEST(PathHashTest, knownTexts_haveKnownHashes) {
+TEST(PathHash, knownTexts_haveKnownHashes) {
     EXPECT_EQ(PathHash()("a"), 0xaf63dc4c8601ec8cU);
     EXPECT_EQ(PathHash()("foobar"), 0x85944171f73967e8U);
     EXPECT_EQ(PathHash()("props/lamp.prefab"), 0x8ee644bfd12bdbacU);
 }
 
-TEST(PathHashTest, bytesAreUnsigned) {
+TEST(PathHash, bytesAreUnsigned) {
     EXPECT_EQ(PathHash()("\xff"), 0xaf64724c8602eb6eU);
 }
 
-TEST(PathHashTest, nulByte_counts) {
+TEST(PathHash, nulByte_counts) {
     EXPECT_EQ(PathHash()(std::string_view("\0", 1)), 0xaf63bd4c8601b7dfU);
 }
 

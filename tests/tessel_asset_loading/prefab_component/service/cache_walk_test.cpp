@@ -10,9 +10,9 @@ constexpr const char* TOO_DEEP =
     "5: Nested prefabs depth has exceeded limit. It can be result of recursive references.";
 
 /// PrefabService::cachePrefabData(path, backgroundLoad). Prefabs that are cached from memory do not name themselves.
-class CacheWalkTest : public ServiceFixture {
+class CacheWalk : public ServiceFixture {
 protected:
-    CacheWalkTest() {
+    CacheWalk() {
         HookComponent::onPreload = [this](const HookComponent::Config& config) { preloaded.push_back(config.tag); };
     }
 
@@ -35,13 +35,13 @@ protected:
     std::vector<std::string> preloaded;
 };
 
-TEST_F(CacheWalkTest, missingFile_isReportedOnce) {
+TEST_F(CacheWalk, missingFile_isReportedOnce) {
     service().cachePrefabData("none.prefab", true);
 
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found none.prefab"));
 }
 
-TEST_F(CacheWalkTest, nestedFiles_areCached) {
+TEST_F(CacheWalk, nestedFiles_areCached) {
     PrefabText outer;
     outer.root(id(1), "Outer");
     outer.nested(id(2), "Point", id(1), "inner.prefab");
@@ -56,7 +56,7 @@ TEST_F(CacheWalkTest, nestedFiles_areCached) {
     EXPECT_EQ(inner->getGameObject(0)->name(), "Inner");
 }
 
-TEST_F(CacheWalkTest, nestedPrefabs_areVisitedDepthFirstInNodeOrder) {
+TEST_F(CacheWalk, nestedPrefabs_areVisitedDepthFirstInNodeOrder) {
     PrefabBuilder outer;
     outer.root(id(1));
     outer.nested(id(2), "First", id(1), "inner.prefab").nested(id(3), "Second", id(1), "second.prefab");
@@ -68,7 +68,7 @@ TEST_F(CacheWalkTest, nestedPrefabs_areVisitedDepthFirstInNodeOrder) {
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found deep.prefab", "5: Prefab not found second.prefab"));
 }
 
-TEST_F(CacheWalkTest, sixLevels_areVisited) {
+TEST_F(CacheWalk, sixLevels_areVisited) {
     cacheChain(5);
     cachePrefab(level(5), PrefabBuilder().root(id(1)));
 
@@ -77,7 +77,7 @@ TEST_F(CacheWalkTest, sixLevels_areVisited) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(CacheWalkTest, seventhLevel_isReportedAndNotVisited) {
+TEST_F(CacheWalk, seventhLevel_isReportedAndNotVisited) {
     cacheChain(6);
 
     service().cachePrefabData(level(0), false);
@@ -85,7 +85,7 @@ TEST_F(CacheWalkTest, seventhLevel_isReportedAndNotVisited) {
     EXPECT_THAT(logged(), ElementsAre(TOO_DEEP));
 }
 
-TEST_F(CacheWalkTest, seventhLevelTwice_isReportedPerReference) {
+TEST_F(CacheWalk, seventhLevelTwice_isReportedPerReference) {
     cacheChain(5);
     PrefabBuilder last;
     last.root(id(1)).nested(id(2), "One", id(1), "deep.prefab").nested(id(3), "Two", id(1), "deep.prefab");
@@ -96,7 +96,7 @@ TEST_F(CacheWalkTest, seventhLevelTwice_isReportedPerReference) {
     EXPECT_THAT(logged(), ElementsAre(TOO_DEEP, TOO_DEEP));
 }
 
-TEST_F(CacheWalkTest, fileThatNamesItself_reportsOnce) {
+TEST_F(CacheWalk, fileThatNamesItself_reportsOnce) {
     writeHooked("self.prefab");
 
     service().cachePrefabData("self.prefab", false);
@@ -105,7 +105,7 @@ TEST_F(CacheWalkTest, fileThatNamesItself_reportsOnce) {
     EXPECT_THAT(preloaded, IsEmpty());
 }
 
-TEST_F(CacheWalkTest, prefabThatNestsItself_isCachedOnceAndReportsOnce) {
+TEST_F(CacheWalk, prefabThatNestsItself_isCachedOnceAndReportsOnce) {
     cachePrefab("self.prefab", PrefabBuilder().root(id(1)).nested(id(2), "Again", id(1), "self.prefab"));
     const Tessel::GameObjectPrefab* const prefab = service().loadPrefabData("self.prefab");
 
@@ -115,7 +115,7 @@ TEST_F(CacheWalkTest, prefabThatNestsItself_isCachedOnceAndReportsOnce) {
     EXPECT_THAT(logged(), ElementsAre(TOO_DEEP));
 }
 
-TEST_F(CacheWalkTest, withBackgroundLoad_innerPrefabsAreLoadedBeforeOuter) {
+TEST_F(CacheWalk, withBackgroundLoad_innerPrefabsAreLoadedBeforeOuter) {
     PrefabBuilder outer;
     outer.root(id(1)).with<HookComponent>({"outer"}).nested(id(2), "Point", id(1), "inner.prefab");
     cachePrefab("outer.prefab", outer);
@@ -127,7 +127,7 @@ TEST_F(CacheWalkTest, withBackgroundLoad_innerPrefabsAreLoadedBeforeOuter) {
     EXPECT_THAT(preloaded, ElementsAre("inner", "outer", "inner"));
 }
 
-TEST_F(CacheWalkTest, withoutBackgroundLoad_nothingIsPreloaded) {
+TEST_F(CacheWalk, withoutBackgroundLoad_nothingIsPreloaded) {
     cacheChain(3);
 
     service().cachePrefabData(level(0), false);
@@ -135,7 +135,7 @@ TEST_F(CacheWalkTest, withoutBackgroundLoad_nothingIsPreloaded) {
     EXPECT_THAT(preloaded, IsEmpty());
 }
 
-TEST_F(CacheWalkTest, withBackgroundLoad_fileThatNamesItself_reportsOncePerWalk) {
+TEST_F(CacheWalk, withBackgroundLoad_fileThatNamesItself_reportsOncePerWalk) {
     writeHooked("self.prefab");
 
     service().cachePrefabData("self.prefab", true);
@@ -149,7 +149,7 @@ TEST_F(CacheWalkTest, withBackgroundLoad_fileThatNamesItself_reportsOncePerWalk)
     EXPECT_EQ(preloaded.size(), 42U);
 }
 
-TEST_F(CacheWalkTest, emptyReference_isLookedUpAsItIs) {
+TEST_F(CacheWalk, emptyReference_isLookedUpAsItIs) {
     cachePrefab("outer.prefab", PrefabBuilder().root(id(1)).nested(id(2), "Point", id(1), ""));
 
     service().cachePrefabData("outer.prefab", false);
@@ -157,7 +157,7 @@ TEST_F(CacheWalkTest, emptyReference_isLookedUpAsItIs) {
     EXPECT_EQ(log.count("Prefab not found "), 1U);
 }
 
-TEST_F(CacheWalkTest, referenceAtRoot_isFollowedToo) {
+TEST_F(CacheWalk, referenceAtRoot_isFollowedToo) {
     PrefabBuilder outer;
     outer.root(id(1)).with<Tessel::PrefabComponent>({"none.prefab", "", false});
     cachePrefab("outer.prefab", outer);

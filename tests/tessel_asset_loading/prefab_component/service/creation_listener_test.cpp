@@ -38,21 +38,21 @@ public:
 };
 
 /// The component library's listener, which may veto an instance at two points. The prefab is a root with one child.
-class CreationListenerTest : public ServiceFixture {
+class CreationListener : public ServiceFixture {
 protected:
-    CreationListenerTest() {
+    CreationListener() {
         PrefabBuilder prefab;
         prefab.root(id(1), "Root").with<Tessel::PrefabComponent>();
         prefab.child(id(2), "Child", id(1));
         cachePrefab("lamp.prefab", prefab);
         ComponentLibrary::instance().setCreationListener(&listener);
     }
-    ~CreationListenerTest() override { ComponentLibrary::instance().setCreationListener(nullptr); }
+    ~CreationListener() override { ComponentLibrary::instance().setCreationListener(nullptr); }
 
     TestListener listener;
 };
 
-TEST_F(CreationListenerTest, notAccepting_isNotGivenTheInstance) {
+TEST_F(CreationListener, notAccepting_isNotGivenTheInstance) {
     listener.isAccepting = false;
     load("lamp.prefab", id(100), makeCallback("lamp"));
     tick();
@@ -63,7 +63,7 @@ TEST_F(CreationListenerTest, notAccepting_isNotGivenTheInstance) {
     EXPECT_TRUE(manager().isActive(findByName(manager(), "Root")));
 }
 
-TEST_F(CreationListenerTest, accepting_isGivenWorldInstanceUuidAndObjects) {
+TEST_F(CreationListener, accepting_isGivenWorldInstanceUuidAndObjects) {
     load("lamp.prefab", id(100));
     tick();
 
@@ -76,7 +76,7 @@ TEST_F(CreationListenerTest, accepting_isGivenWorldInstanceUuidAndObjects) {
     EXPECT_THAT(queued(), IsEmpty());
 }
 
-TEST_F(CreationListenerTest, accepting_isAskedBeforeRootIsStampedAndOffered) {
+TEST_F(CreationListener, accepting_isAskedBeforeRootIsStampedAndOffered) {
     Uuid stamp = id(1);
     listener.atProcess = [this, &stamp] {
         stamp = find<Tessel::PrefabComponent>(findByName(manager(), "Root"))->instanceUuid();
@@ -89,7 +89,7 @@ TEST_F(CreationListenerTest, accepting_isAskedBeforeRootIsStampedAndOffered) {
     EXPECT_EQ(find<Tessel::PrefabComponent>(findByName(manager(), "Root"))->instanceUuid(), id(100));
 }
 
-TEST_F(CreationListenerTest, refusing_removesHierarchyAndLoaderStays) {
+TEST_F(CreationListener, refusing_removesHierarchyAndLoaderStays) {
     listener.isProcessed = false;
     load("lamp.prefab", id(100), makeCallback("lamp"));
     tick();
@@ -100,7 +100,7 @@ TEST_F(CreationListenerTest, refusing_removesHierarchyAndLoaderStays) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(CreationListenerTest, refusing_isOfferedANewHierarchyEveryTick) {
+TEST_F(CreationListener, refusing_isOfferedANewHierarchyEveryTick) {
     listener.isProcessed = false;
     load("lamp.prefab", id(100), makeCallback("lamp"));
     tick();
@@ -119,7 +119,7 @@ TEST_F(CreationListenerTest, refusing_isOfferedANewHierarchyEveryTick) {
                                       "lamp: onObjectLoadedIntoHierarchy", "lamp: destroyed"));
 }
 
-TEST_F(CreationListenerTest, listenerTakenAwayDuringTheCreation_isStillAsked) {
+TEST_F(CreationListener, listenerTakenAwayDuringTheCreation_isStillAsked) {
     PrefabBuilder prefab;
     prefab.root(id(1), "Root").with<HookComponent>();
     cachePrefab("hook.prefab", prefab);
@@ -132,7 +132,7 @@ TEST_F(CreationListenerTest, listenerTakenAwayDuringTheCreation_isStillAsked) {
     EXPECT_THAT(listener.calls, ElementsAre("acceptsPrefab", "processInstance"));
 }
 
-TEST_F(CreationListenerTest, failingCreation_isNotOffered) {
+TEST_F(CreationListener, failingCreation_isNotOffered) {
     cachePrefab("bad.prefab", PrefabBuilder().root(id(1)).root(id(2)));
     load("bad.prefab");
     tick();
@@ -140,7 +140,7 @@ TEST_F(CreationListenerTest, failingCreation_isNotOffered) {
     EXPECT_THAT(listener.calls, IsEmpty());
 }
 
-TEST_F(CreationListenerTest, rootRemovedByListener_isReportedAndNotOffered) {
+TEST_F(CreationListener, rootRemovedByListener_isReportedAndNotOffered) {
     listener.atProcess = [this] { Tessel::removeGameObject(findByName(manager(), "Root")); };
     load("lamp.prefab", id(100), makeCallback("lamp"));
     tick();
@@ -150,7 +150,7 @@ TEST_F(CreationListenerTest, rootRemovedByListener_isReportedAndNotOffered) {
     EXPECT_THAT(events(), ElementsAre("lamp: onObjectLoaded", "lamp: onObjectLoadedIntoHierarchy", "lamp: destroyed"));
 }
 
-TEST_F(CreationListenerTest, worldDestroyedByListener_loaderStays) {
+TEST_F(CreationListener, worldDestroyedByListener_loaderStays) {
     const int otherId = Tessel::EntryPoint::instance().createWorld();
     listener.atProcess = [otherId] { Tessel::EntryPoint::instance().destroyWorld(otherId); };
     service().loadGameObject("lamp.prefab", otherId, id(100), makeCallback("lamp"), nullptr);

@@ -13,7 +13,7 @@ using ::testing::IsEmpty;
 
 /// PrefabService::loadDescriptor. A request for a path is never answered: the task fills the cache entry of the path
 /// and not the request. For an empty path the task does fill the request, with what reading no section gives.
-class LoadDescriptorTest : public ServiceFixture {
+class LoadDescriptor : public ServiceFixture {
 protected:
     void request(const std::string& path, const std::string& name = "request") {
         service().loadDescriptor(
@@ -24,7 +24,7 @@ protected:
     std::vector<std::string> answers;
 };
 
-TEST_F(LoadDescriptorTest, uncachedPath_fillsCacheAndStaysQueued) {
+TEST_F(LoadDescriptor, uncachedPath_fillsCacheAndStaysQueued) {
     writeRoot("lamp.prefab", "Lamp");
 
     request("lamp.prefab");
@@ -37,7 +37,7 @@ TEST_F(LoadDescriptorTest, uncachedPath_fillsCacheAndStaysQueued) {
     EXPECT_EQ(service().loadPrefabData("lamp.prefab")->getGameObject(0)->name(), "Lamp");
 }
 
-TEST_F(LoadDescriptorTest, cachedPath_startsNoTaskAndStaysQueued) {
+TEST_F(LoadDescriptor, cachedPath_startsNoTaskAndStaysQueued) {
     cachePrefab("lamp.prefab", PrefabBuilder().root(id(1)));
     WorkerGate gate;
 
@@ -49,7 +49,7 @@ TEST_F(LoadDescriptorTest, cachedPath_startsNoTaskAndStaysQueued) {
     EXPECT_THAT(answers, IsEmpty());
 }
 
-TEST_F(LoadDescriptorTest, pathThatFailedBefore_startsNoTask) {
+TEST_F(LoadDescriptor, pathThatFailedBefore_startsNoTask) {
     ASSERT_EQ(service().loadPrefabData("none.prefab"), nullptr);
     WorkerGate gate;
 
@@ -59,7 +59,7 @@ TEST_F(LoadDescriptorTest, pathThatFailedBefore_startsNoTask) {
     EXPECT_EQ(requestsCount(), 1U);
 }
 
-TEST_F(LoadDescriptorTest, pathOfPendingLoad_startsNoTask) {
+TEST_F(LoadDescriptor, pathOfPendingLoad_startsNoTask) {
     WorkerGate gate;
     load("none.prefab");
 
@@ -68,7 +68,7 @@ TEST_F(LoadDescriptorTest, pathOfPendingLoad_startsNoTask) {
     EXPECT_EQ(WorkerGate::pendingTasks(), 1U);
 }
 
-TEST_F(LoadDescriptorTest, uncachedPathTwice_startsTwoTasksAndParsesOnce) {
+TEST_F(LoadDescriptor, uncachedPathTwice_startsTwoTasksAndParsesOnce) {
     writeRoot("lamp.prefab", "Lamp");
     GameObjectPrefab* parsedFirst = nullptr;
     {
@@ -85,7 +85,7 @@ TEST_F(LoadDescriptorTest, uncachedPathTwice_startsTwoTasksAndParsesOnce) {
     EXPECT_EQ(service().loadPrefabData("lamp.prefab"), parsedFirst);
 }
 
-TEST_F(LoadDescriptorTest, missingFileTwice_isParsedByBothTasks) {
+TEST_F(LoadDescriptor, missingFileTwice_isParsedByBothTasks) {
     WorkerGate gate;
     request("none.prefab");
     request("none.prefab");
@@ -95,7 +95,7 @@ TEST_F(LoadDescriptorTest, missingFileTwice_isParsedByBothTasks) {
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found none.prefab", "5: Prefab not found none.prefab"));
 }
 
-TEST_F(LoadDescriptorTest, callback_isCopiedWithinTheOperation) {
+TEST_F(LoadDescriptor, callback_isCopiedWithinTheOperation) {
     struct Copied {
         explicit Copied(std::vector<std::string>& seen) : trail(&seen) {}
         Copied(const Copied& other) : trail(other.trail) { *trail = currentTrail(); }
@@ -112,7 +112,7 @@ TEST_F(LoadDescriptorTest, callback_isCopiedWithinTheOperation) {
     EXPECT_THAT(currentTrail(), IsEmpty());
 }
 
-TEST_F(LoadDescriptorTest, emptyPath_isAnsweredWithEmptyPrefab) {
+TEST_F(LoadDescriptor, emptyPath_isAnsweredWithEmptyPrefab) {
     bool isEmpty = false;
     service().loadDescriptor(
         "", [&isEmpty](GameObjectPrefab* prefab) { isEmpty = prefab && prefab->isEmpty(); }, false);
@@ -124,7 +124,7 @@ TEST_F(LoadDescriptorTest, emptyPath_isAnsweredWithEmptyPrefab) {
     EXPECT_EQ(requestsCount(), 0U);
 }
 
-TEST_F(LoadDescriptorTest, answeredRequests_areAnsweredFromLastToFirst) {
+TEST_F(LoadDescriptor, answeredRequests_areAnsweredFromLastToFirst) {
     request("", "first");
     request("", "second");
     request("none.prefab", "never");
@@ -136,7 +136,7 @@ TEST_F(LoadDescriptorTest, answeredRequests_areAnsweredFromLastToFirst) {
     EXPECT_EQ(requestsCount(), 1U);
 }
 
-TEST_F(LoadDescriptorTest, answeredRequest_isAnsweredOnce) {
+TEST_F(LoadDescriptor, answeredRequest_isAnsweredOnce) {
     request("");
     finishLoads();
     tick();
@@ -144,7 +144,7 @@ TEST_F(LoadDescriptorTest, answeredRequest_isAnsweredOnce) {
     EXPECT_THAT(answers, ElementsAre("request"));
 }
 
-TEST_F(LoadDescriptorTest, callbackThatRequestsMore_isAnsweredAndTheNewOneInLaterFrame) {
+TEST_F(LoadDescriptor, callbackThatRequestsMore_isAnsweredAndTheNewOneInLaterFrame) {
     service().loadDescriptor(
         "",
         [this](GameObjectPrefab*) {
@@ -162,7 +162,7 @@ TEST_F(LoadDescriptorTest, callbackThatRequestsMore_isAnsweredAndTheNewOneInLate
     EXPECT_EQ(answers.size(), 100U);
 }
 
-TEST_F(LoadDescriptorTest, answers_followCreationAndPrecedeOnObjectLoaded) {
+TEST_F(LoadDescriptor, answers_followCreationAndPrecedeOnObjectLoaded) {
     const SmartPointer<RecordingCallback> callback = makeCallback("lamp");
     callback->atPreactivate = [this](auto, auto&) { answers.push_back("onPreactivate"); };
     callback->atLoaded = [this](auto, auto&) { answers.push_back("onObjectLoaded"); };
@@ -175,7 +175,7 @@ TEST_F(LoadDescriptorTest, answers_followCreationAndPrecedeOnObjectLoaded) {
     EXPECT_THAT(answers, ElementsAre("onPreactivate", "answer", "onObjectLoaded"));
 }
 
-TEST_F(LoadDescriptorTest, callbackThatThrows_isCalledAgainInTheNextTick) {
+TEST_F(LoadDescriptor, callbackThatThrows_isCalledAgainInTheNextTick) {
     int calls = 0;
     service().loadDescriptor(
         "",
@@ -197,7 +197,7 @@ TEST_F(LoadDescriptorTest, callbackThatThrows_isCalledAgainInTheNextTick) {
 }
 
 // In a process of its own, since the request stays and makes every later tick throw.
-TEST_F(LoadDescriptorTest, emptyCallback_makesTickThrowBadFunctionCall) {
+TEST_F(LoadDescriptor, emptyCallback_makesTickThrowBadFunctionCall) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {

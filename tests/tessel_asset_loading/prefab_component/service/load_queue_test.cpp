@@ -9,7 +9,7 @@ using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
 /// PrefabService::loadGameObject: what is queued, and which background tasks are started.
-class LoadQueueTest : public ServiceFixture {
+class LoadQueue : public ServiceFixture {
 protected:
     [[nodiscard]] static SmartPointer<DataSection> section() {
         PrefabText prefab;
@@ -18,7 +18,7 @@ protected:
     }
 };
 
-TEST_F(LoadQueueTest, path_invalidWorld_isIgnoredSilently) {
+TEST_F(LoadQueue, path_invalidWorld_isIgnoredSilently) {
     WorkerGate gate;
 
     service().loadGameObject("none.prefab", 1'000'000, id(100), nullptr, nullptr);
@@ -29,7 +29,7 @@ TEST_F(LoadQueueTest, path_invalidWorld_isIgnoredSilently) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(LoadQueueTest, path_destroyedWorld_isIgnored) {
+TEST_F(LoadQueue, path_destroyedWorld_isIgnored) {
     const int otherId = EntryPoint::instance().createWorld();
     EntryPoint::instance().destroyWorld(otherId);
 
@@ -38,13 +38,13 @@ TEST_F(LoadQueueTest, path_destroyedWorld_isIgnored) {
     EXPECT_THAT(queued(), IsEmpty());
 }
 
-TEST_F(LoadQueueTest, path_ignoredLoad_releasesCallback) {
+TEST_F(LoadQueue, path_ignoredLoad_releasesCallback) {
     service().loadGameObject("none.prefab", -1, id(100), makeCallback("lamp"), nullptr);
 
     EXPECT_THAT(events(), ElementsAre("lamp: destroyed"));
 }
 
-TEST_F(LoadQueueTest, nullSection_isIgnoredSilentlyAndReleasesItsArguments) {
+TEST_F(LoadQueue, nullSection_isIgnoredSilentlyAndReleasesItsArguments) {
     WorkerGate gate;
     const SmartPointer<OverrideRecords> overrides = makeSmart<OverrideRecords>();
 
@@ -57,14 +57,14 @@ TEST_F(LoadQueueTest, nullSection_isIgnoredSilentlyAndReleasesItsArguments) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(LoadQueueTest, section_invalidWorld_isQueued) {
+TEST_F(LoadQueue, section_invalidWorld_isQueued) {
     service().loadGameObject(section(), 1'000'000, id(100), nullptr, nullptr);
     finishLoads();
 
     EXPECT_THAT(queued(), ElementsAre(id(100)));
 }
 
-TEST_F(LoadQueueTest, path_loaderCarriesArguments) {
+TEST_F(LoadQueue, path_loaderCarriesArguments) {
     WorkerGate gate;
     const SmartPointer<RecordingCallback> callback = makeCallback("lamp");
     const SmartPointer<OverrideRecords> overrides = makeSmart<OverrideRecords>();
@@ -80,7 +80,7 @@ TEST_F(LoadQueueTest, path_loaderCarriesArguments) {
     EXPECT_EQ(WorkerGate::pendingTasks(), 1U);
 }
 
-TEST_F(LoadQueueTest, section_loaderCarriesArguments) {
+TEST_F(LoadQueue, section_loaderCarriesArguments) {
     WorkerGate gate;
     const SmartPointer<RecordingCallback> callback = makeCallback("lamp");
     const SmartPointer<OverrideRecords> overrides = makeSmart<OverrideRecords>();
@@ -96,7 +96,7 @@ TEST_F(LoadQueueTest, section_loaderCarriesArguments) {
     EXPECT_EQ(WorkerGate::pendingTasks(), 1U);
 }
 
-TEST_F(LoadQueueTest, sectionTwice_isParsedTwice) {
+TEST_F(LoadQueue, sectionTwice_isParsedTwice) {
     WorkerGate gate;
     const SmartPointer<DataSection> document = section();
 
@@ -108,7 +108,7 @@ TEST_F(LoadQueueTest, sectionTwice_isParsedTwice) {
     EXPECT_EQ(WorkerGate::pendingTasks(), 2U);
 }
 
-TEST_F(LoadQueueTest, newPath_recordsWorldAsPending) {
+TEST_F(LoadQueue, newPath_recordsWorldAsPending) {
     WorkerGate gate;
 
     load("none.prefab");
@@ -116,7 +116,7 @@ TEST_F(LoadQueueTest, newPath_recordsWorldAsPending) {
     EXPECT_THAT(lastDescriptor().pendingWorlds, ElementsAre(worldId));
 }
 
-TEST_F(LoadQueueTest, pendingPath_startsNoSecondTaskAndRecordsBothWorlds) {
+TEST_F(LoadQueue, pendingPath_startsNoSecondTaskAndRecordsBothWorlds) {
     const int otherId = EntryPoint::instance().createWorld();
     writeRoot("lamp.prefab", "Lamp");
     {
@@ -137,7 +137,7 @@ TEST_F(LoadQueueTest, pendingPath_startsNoSecondTaskAndRecordsBothWorlds) {
     EntryPoint::instance().destroyWorld(otherId);
 }
 
-TEST_F(LoadQueueTest, loadedPathWithRecordedWorlds_recordsFurtherWorld) {
+TEST_F(LoadQueue, loadedPathWithRecordedWorlds_recordsFurtherWorld) {
     const int otherId = EntryPoint::instance().createWorld();
     writeRoot("lamp.prefab", "Lamp");
     load("lamp.prefab");
@@ -151,7 +151,7 @@ TEST_F(LoadQueueTest, loadedPathWithRecordedWorlds_recordsFurtherWorld) {
     EntryPoint::instance().destroyWorld(otherId);
 }
 
-TEST_F(LoadQueueTest, cachedPathWithoutRecordedWorlds_recordsNoneAndStartsNoTask) {
+TEST_F(LoadQueue, cachedPathWithoutRecordedWorlds_recordsNoneAndStartsNoTask) {
     cachePrefab("lamp.prefab", PrefabBuilder().root(id(1)));
     WorkerGate gate;
 
@@ -163,7 +163,7 @@ TEST_F(LoadQueueTest, cachedPathWithoutRecordedWorlds_recordsNoneAndStartsNoTask
     EXPECT_THAT(queued(), IsEmpty()); // Without the worker having done anything.
 }
 
-TEST_F(LoadQueueTest, pathThatFailedBefore_startsNoTaskAndWaits) {
+TEST_F(LoadQueue, pathThatFailedBefore_startsNoTaskAndWaits) {
     ASSERT_EQ(service().loadPrefabData("late.prefab"), nullptr);
     writeRoot("late.prefab", "Late");
     WorkerGate gate;
@@ -178,7 +178,7 @@ TEST_F(LoadQueueTest, pathThatFailedBefore_startsNoTaskAndWaits) {
     EXPECT_THAT(queued(), ElementsAre(id(100)));
 }
 
-TEST_F(LoadQueueTest, waitingLoader_isServedWhenAnyoneParsesTheFile) {
+TEST_F(LoadQueue, waitingLoader_isServedWhenAnyoneParsesTheFile) {
     load("late.prefab");
     finishLoads();
     EXPECT_THAT(queued(), ElementsAre(id(100)));
@@ -191,7 +191,7 @@ TEST_F(LoadQueueTest, waitingLoader_isServedWhenAnyoneParsesTheFile) {
     EXPECT_EQ(namesOf(manager(), manager().gameObjects()), std::vector<std::string>{"Late"});
 }
 
-TEST_F(LoadQueueTest, cacheClearedWhilePending_loaderWaitsAndNextLoadIsServed) {
+TEST_F(LoadQueue, cacheClearedWhilePending_loaderWaitsAndNextLoadIsServed) {
     writeRoot("lamp.prefab", "Lamp");
     {
         WorkerGate gate;
@@ -206,7 +206,7 @@ TEST_F(LoadQueueTest, cacheClearedWhilePending_loaderWaitsAndNextLoadIsServed) {
     EXPECT_EQ(manager().gameObjectsCount(), 1U);
 }
 
-TEST_F(LoadQueueTest, cacheClearedAfterParse_loaderIsServed) {
+TEST_F(LoadQueue, cacheClearedAfterParse_loaderIsServed) {
     writeRoot("lamp.prefab", "Lamp");
     load("lamp.prefab");
     waitForWorkers();
@@ -218,7 +218,7 @@ TEST_F(LoadQueueTest, cacheClearedAfterParse_loaderIsServed) {
     EXPECT_EQ(manager().gameObjectsCount(), 1U);
 }
 
-TEST_F(LoadQueueTest, emptyPath_isReadFromNoSectionAndWaits) {
+TEST_F(LoadQueue, emptyPath_isReadFromNoSectionAndWaits) {
     load("");
     finishLoads();
 
@@ -229,7 +229,7 @@ TEST_F(LoadQueueTest, emptyPath_isReadFromNoSectionAndWaits) {
     EXPECT_THAT(queued(), ElementsAre(id(100)));
 }
 
-TEST_F(LoadQueueTest, emptyPathFilledByTask_survivesFailingParse) {
+TEST_F(LoadQueue, emptyPathFilledByTask_survivesFailingParse) {
     load("");
     waitForWorkers();
     const Tessel::GameObjectPrefab* const empty = lastDescriptor().prefab.get();

@@ -14,7 +14,7 @@ constexpr const char* ORDER = "The mutex of the loading queue is taken after the
 
 /// The assertions on the order of the service's two mutexes. A log sink stands for code that runs in places where it
 /// had better not queue a load: a missing file is reported under the cache's mutex.
-class ServiceLocksTest : public WorldFixture {
+class ServiceLocks : public WorldFixture {
 protected:
     static void queueLoad() { service().loadGameObject(PrefabText().section(), -1, id(1), nullptr, nullptr); }
 
@@ -35,13 +35,13 @@ protected:
     AssertionCapture assertions;
 };
 
-TEST_F(ServiceLocksTest, mainThread_queuesLoads) {
+TEST_F(ServiceLocks, mainThread_queuesLoads) {
     queueLoad();
     tick();
     EXPECT_THAT(assertions.messages(), IsEmpty());
 }
 
-TEST_F(ServiceLocksTest, worker_mustNotQueueLoads) {
+TEST_F(ServiceLocks, worker_mustNotQueueLoads) {
     HookComponent::onPreload = [](const HookComponent::Config&) { queueLoad(); };
     PrefabText prefab;
     prefab.component("HookComponent", prefab.root(id(1), "Root"));
@@ -53,7 +53,7 @@ TEST_F(ServiceLocksTest, worker_mustNotQueueLoads) {
     EXPECT_EQ(assertions.failures()[0].file, "shared_libs/tessel_asset_loading/prefab_component/service/service_locks");
 }
 
-TEST_F(ServiceLocksTest, loadUnderTheCachesMutex_isOutOfOrder) {
+TEST_F(ServiceLocks, loadUnderTheCachesMutex_isOutOfOrder) {
     const LoadingSink sink;
     EXPECT_EQ(service().loadPrefabData("missing.prefab"), nullptr);
 
@@ -62,7 +62,7 @@ TEST_F(ServiceLocksTest, loadUnderTheCachesMutex_isOutOfOrder) {
     EXPECT_EQ(assertions.failures()[0].expression, "cacheLocks == 0 || queueLocks > 0");
 }
 
-TEST_F(ServiceLocksTest, loadUnderBothMutexes_isInOrder) {
+TEST_F(ServiceLocks, loadUnderBothMutexes_isInOrder) {
     PrefabBuilder outer;
     outer.root(id(1), "Outer").nested(id(2), "Point", id(1), "missing.prefab");
     cachePrefab("outer.prefab", outer);
@@ -74,13 +74,13 @@ TEST_F(ServiceLocksTest, loadUnderBothMutexes_isInOrder) {
     EXPECT_THAT(assertions.messages(), IsEmpty());
 }
 
-TEST_F(ServiceLocksTest, loadAfterTheCachesMutex_isInOrder) {
+TEST_F(ServiceLocks, loadAfterTheCachesMutex_isInOrder) {
     EXPECT_EQ(service().loadPrefabData("missing.prefab"), nullptr);
     queueLoad();
     EXPECT_THAT(assertions.messages(), IsEmpty());
 }
 
-TEST_F(ServiceLocksTest, tickThatIsOver_allowsNothing) {
+TEST_F(ServiceLocks, tickThatIsOver_allowsNothing) {
     tick();
     const LoadingSink sink;
     EXPECT_EQ(service().loadPrefabData("missing.prefab"), nullptr);

@@ -13,9 +13,9 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 /// The callbacks of a load: their order, and what they may do.
-class TickCallbacksTest : public ServiceFixture {
+class TickCallbacks : public ServiceFixture {
 protected:
-    TickCallbacksTest() {
+    TickCallbacks() {
         cachePrefab("lamp.prefab", PrefabBuilder().root(id(1), "Lamp").with<Tessel::PrefabComponent>());
     }
 
@@ -38,7 +38,7 @@ protected:
     }
 };
 
-TEST_F(TickCallbacksTest, callbacks_areCalledInOrder) {
+TEST_F(TickCallbacks, callbacks_areCalledInOrder) {
     loadLamp("lamp");
     tick();
 
@@ -46,7 +46,7 @@ TEST_F(TickCallbacksTest, callbacks_areCalledInOrder) {
                                       "lamp: onObjectLoadedIntoHierarchy", "lamp: destroyed"));
 }
 
-TEST_F(TickCallbacksTest, allCallbacks_getRootAndItsManager) {
+TEST_F(TickCallbacks, allCallbacks_getRootAndItsManager) {
     RecordingCallback& callback = loadLamp("lamp");
     std::vector<GameObject> roots;
     const auto note = [this, &roots](GameObject root, GameObjectManager& itsManager) {
@@ -60,7 +60,7 @@ TEST_F(TickCallbacksTest, allCallbacks_getRootAndItsManager) {
     EXPECT_THAT(roots, ElementsAre(lamp, lamp, lamp));
 }
 
-TEST_F(TickCallbacksTest, onPreactivate_seesCompleteButInactiveHierarchy) {
+TEST_F(TickCallbacks, onPreactivate_seesCompleteButInactiveHierarchy) {
     cachePrefab("pair.prefab", PrefabBuilder()
                                    .root(id(1), "Root")
                                    .with<Tessel::PrefabComponent>()
@@ -80,7 +80,7 @@ TEST_F(TickCallbacksTest, onPreactivate_seesCompleteButInactiveHierarchy) {
     EXPECT_TRUE(manager().isActive(findByName(manager(), "Child")));
 }
 
-TEST_F(TickCallbacksTest, allCreationsOfAFrame_precedeFirstOnObjectLoaded) {
+TEST_F(TickCallbacks, allCreationsOfAFrame_precedeFirstOnObjectLoaded) {
     std::vector<std::size_t> objectsSeen;
     for (int i = 0; i < 3; ++i) {
         loadLamp(std::to_string(i)).atLoaded = [&objectsSeen](GameObject, GameObjectManager& itsManager) {
@@ -92,7 +92,7 @@ TEST_F(TickCallbacksTest, allCreationsOfAFrame_precedeFirstOnObjectLoaded) {
     EXPECT_THAT(objectsSeen, ElementsAre(3U, 3U, 3U));
 }
 
-TEST_F(TickCallbacksTest, postTick_callsInOrderOfCreationAndReleasesAllAtItsEnd) {
+TEST_F(TickCallbacks, postTick_callsInOrderOfCreationAndReleasesAllAtItsEnd) {
     loadLamp("a");
     loadLamp("b");
     service().tick();
@@ -105,7 +105,7 @@ TEST_F(TickCallbacksTest, postTick_callsInOrderOfCreationAndReleasesAllAtItsEnd)
                                    "a: destroyed"));
 }
 
-TEST_F(TickCallbacksTest, callback_livesUntilPostTick) {
+TEST_F(TickCallbacks, callback_livesUntilPostTick) {
     RecordingCallback& callback = loadLamp("lamp");
     service().tick();
     EXPECT_EQ(callback.refCount(), 1U);
@@ -115,7 +115,7 @@ TEST_F(TickCallbacksTest, callback_livesUntilPostTick) {
     EXPECT_EQ(events().back(), "lamp: destroyed");
 }
 
-TEST_F(TickCallbacksTest, postTickTwice_callsOnce) {
+TEST_F(TickCallbacks, postTickTwice_callsOnce) {
     loadLamp("lamp");
     service().tick();
     service().postTick();
@@ -126,7 +126,7 @@ TEST_F(TickCallbacksTest, postTickTwice_callsOnce) {
     EXPECT_EQ(events().size(), count);
 }
 
-TEST_F(TickCallbacksTest, worldDestroyedBetweenTickAndPostTick_endsWithoutFurtherCalls) {
+TEST_F(TickCallbacks, worldDestroyedBetweenTickAndPostTick_endsWithoutFurtherCalls) {
     const int otherId = EntryPoint::instance().createWorld();
     service().loadGameObject("lamp.prefab", otherId, id(1), makeCallback("lamp"), nullptr);
     service().tick();
@@ -137,7 +137,7 @@ TEST_F(TickCallbacksTest, worldDestroyedBetweenTickAndPostTick_endsWithoutFurthe
     EXPECT_THAT(events(), ElementsAre("lamp: onPreactivate", "lamp: onObjectLoaded", "lamp: destroyed"));
 }
 
-TEST_F(TickCallbacksTest, onPreactivateThatRemovesRoot_loadEndsAndLaterCallbacksSeeADeadRoot) {
+TEST_F(TickCallbacks, onPreactivateThatRemovesRoot_loadEndsAndLaterCallbacksSeeADeadRoot) {
     RecordingCallback& callback = loadLamp("lamp");
     callback.atPreactivate = [](GameObject root, GameObjectManager& itsManager) { itsManager.removeGameObject(root); };
     callback.atLoaded = [](GameObject root, GameObjectManager&) { EXPECT_FALSE(Tessel::isValid(root)); };
@@ -149,7 +149,7 @@ TEST_F(TickCallbacksTest, onPreactivateThatRemovesRoot_loadEndsAndLaterCallbacks
                                       "lamp: onObjectLoadedIntoHierarchy", "lamp: destroyed"));
 }
 
-TEST_F(TickCallbacksTest, onPreactivateThatDestroysWorld_endsTheLoad) {
+TEST_F(TickCallbacks, onPreactivateThatDestroysWorld_endsTheLoad) {
     const int otherId = EntryPoint::instance().createWorld();
     const SmartPointer<RecordingCallback> callback = makeCallback("lamp");
     callback->atPreactivate = [otherId](auto, auto&) { EntryPoint::instance().destroyWorld(otherId); };
@@ -160,7 +160,7 @@ TEST_F(TickCallbacksTest, onPreactivateThatDestroysWorld_endsTheLoad) {
     EXPECT_THAT(events(), ElementsAre("lamp: onPreactivate"));
 }
 
-TEST_F(TickCallbacksTest, onObjectLoadedThatDestroysWorld_silencesTheOthersOfThatWorld) {
+TEST_F(TickCallbacks, onObjectLoadedThatDestroysWorld_silencesTheOthersOfThatWorld) {
     const int otherId = EntryPoint::instance().createWorld();
     for (const char* const name : {"a", "b"}) {
         const SmartPointer<RecordingCallback> callback = makeCallback(name);
@@ -173,7 +173,7 @@ TEST_F(TickCallbacksTest, onObjectLoadedThatDestroysWorld_silencesTheOthersOfTha
                                       "a: destroyed"));
 }
 
-TEST_F(TickCallbacksTest, everyCallbackMayQueueLoads_whichAreServedInTheNextFrame) {
+TEST_F(TickCallbacks, everyCallbackMayQueueLoads_whichAreServedInTheNextFrame) {
     RecordingCallback& callback = loadLamp("lamp");
     const auto loadMore = [this](auto, auto&) {
         for (int i = 0; i < 50; ++i) { // Enough to make the queue grow under the walk.
@@ -191,7 +191,7 @@ TEST_F(TickCallbacksTest, everyCallbackMayQueueLoads_whichAreServedInTheNextFram
     EXPECT_THAT(queued(), IsEmpty());
 }
 
-TEST_F(TickCallbacksTest, loadQueuedByOnPreactivate_takesThePlaceAndWaitsForTheNextFrame) {
+TEST_F(TickCallbacks, loadQueuedByOnPreactivate_takesThePlaceAndWaitsForTheNextFrame) {
     WorkerGate gate;
     load("none.prefab", id(1));
     loadLamp("lamp", id(2)).atPreactivate = [this](auto, auto&) { load("lamp.prefab", id(4)); };
@@ -202,7 +202,7 @@ TEST_F(TickCallbacksTest, loadQueuedByOnPreactivate_takesThePlaceAndWaitsForTheN
     EXPECT_THAT(queued(), ElementsAre(id(1), id(4), id(3)));
 }
 
-TEST_F(TickCallbacksTest, everyCallbackMayClearTheCache) {
+TEST_F(TickCallbacks, everyCallbackMayClearTheCache) {
     RecordingCallback& callback = loadLamp("lamp");
     loadLamp("other");
     callback.atPreactivate = callback.atLoaded =
@@ -214,7 +214,7 @@ TEST_F(TickCallbacksTest, everyCallbackMayClearTheCache) {
     EXPECT_EQ(events().size(), 8U);
 }
 
-TEST_F(TickCallbacksTest, callbackMayLoadSynchronously) {
+TEST_F(TickCallbacks, callbackMayLoadSynchronously) {
     writeRoot("other.prefab", "Other");
     const Tessel::GameObjectPrefab* other = nullptr;
     loadLamp("lamp").atPreactivate = [&other](auto, auto&) { other = service().loadPrefabData("other.prefab"); };
@@ -223,7 +223,7 @@ TEST_F(TickCallbacksTest, callbackMayLoadSynchronously) {
     EXPECT_NE(other, nullptr);
 }
 
-TEST_F(TickCallbacksTest, exceptionOfOnPreactivate_escapesAndLoaderStays) {
+TEST_F(TickCallbacks, exceptionOfOnPreactivate_escapesAndLoaderStays) {
     bool throws = true;
     loadLamp("lamp", id(5)).atPreactivate = [&throws](auto, auto&) {
         if (throws) {
@@ -242,7 +242,7 @@ TEST_F(TickCallbacksTest, exceptionOfOnPreactivate_escapesAndLoaderStays) {
     EXPECT_EQ(manager().gameObjectsCount(), 1U);
 }
 
-TEST_F(TickCallbacksTest, exceptionOfOnObjectLoaded_escapesAndLoaderIsDone) {
+TEST_F(TickCallbacks, exceptionOfOnObjectLoaded_escapesAndLoaderIsDone) {
     bool throws = true;
     loadLamp("lamp").atLoaded = [&throws](auto, auto&) {
         if (std::exchange(throws, false)) {
@@ -261,7 +261,7 @@ TEST_F(TickCallbacksTest, exceptionOfOnObjectLoaded_escapesAndLoaderIsDone) {
                                       "lamp: onObjectLoadedIntoHierarchy", "lamp: destroyed"));
 }
 
-TEST_F(TickCallbacksTest, exceptionOfOnObjectLoadedIntoHierarchy_escapesPostTick) {
+TEST_F(TickCallbacks, exceptionOfOnObjectLoadedIntoHierarchy_escapesPostTick) {
     bool throws = true;
     loadLamp("lamp").atLoadedIntoHierarchy = [&throws](auto, auto&) {
         if (std::exchange(throws, false)) {
@@ -278,7 +278,7 @@ TEST_F(TickCallbacksTest, exceptionOfOnObjectLoadedIntoHierarchy_escapesPostTick
     EXPECT_EQ(events().back(), "lamp: destroyed");
 }
 
-TEST_F(TickCallbacksTest, callbacks_seeTheOperationOnTheStackTracker) {
+TEST_F(TickCallbacks, callbacks_seeTheOperationOnTheStackTracker) {
     std::vector<std::vector<std::string>> trails;
     RecordingCallback& callback = loadLamp("lamp");
     callback.atPreactivate = callback.atLoaded =
@@ -289,7 +289,7 @@ TEST_F(TickCallbacksTest, callbacks_seeTheOperationOnTheStackTracker) {
                                     ElementsAre(serviceEntry("postTick"))));
 }
 
-TEST_F(TickCallbacksTest, framesWithinCallbacks_serveNothingAndRepeatNoCall) {
+TEST_F(TickCallbacks, framesWithinCallbacks_serveNothingAndRepeatNoCall) {
     RecordingCallback& callback = loadLamp("first");
     loadLamp("second");
     callback.atPreactivate = callback.atLoaded = callback.atLoadedIntoHierarchy = [](auto, auto&) { tick(); };
@@ -303,7 +303,7 @@ TEST_F(TickCallbacksTest, framesWithinCallbacks_serveNothingAndRepeatNoCall) {
     EXPECT_THAT(queued(), IsEmpty());
 }
 
-TEST_F(TickCallbacksTest, framesAfterAnException_serveLoadsAgain) {
+TEST_F(TickCallbacks, framesAfterAnException_serveLoadsAgain) {
     loadLamp("lamp").atLoaded = [](auto, auto&) { throw std::runtime_error("no"); };
     EXPECT_THROW(tick(), std::runtime_error);
     service().postTick();
@@ -315,7 +315,7 @@ TEST_F(TickCallbacksTest, framesAfterAnException_serveLoadsAgain) {
     EXPECT_THAT(queued(), IsEmpty());
 }
 
-TEST_F(TickCallbacksTest, baseOnPreactivate_agrees) {
+TEST_F(TickCallbacks, baseOnPreactivate_agrees) {
     class Minimal final : public IObjectLoadedCallback {
         void onObjectLoaded(GameObject, GameObjectManager&) override {}
         void onObjectLoadedIntoHierarchy(GameObject, GameObjectManager&) override {}
@@ -327,7 +327,7 @@ TEST_F(TickCallbacksTest, baseOnPreactivate_agrees) {
     EXPECT_TRUE(manager().isActive(findByName(manager(), "Lamp")));
 }
 
-TEST_F(TickCallbacksTest, sameCallbackForTwoLoads_isCalledForBoth) {
+TEST_F(TickCallbacks, sameCallbackForTwoLoads_isCalledForBoth) {
     const SmartPointer<RecordingCallback> callback = makeCallback("both");
     load("lamp.prefab", id(1), callback);
     load("lamp.prefab", id(2), callback);

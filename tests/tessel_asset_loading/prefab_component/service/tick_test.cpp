@@ -10,7 +10,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 /// PrefabService::tick: which loaders are served, in which order, and what is left of the queue.
-class TickTest : public ServiceFixture {
+class Tick : public ServiceFixture {
 protected:
     [[nodiscard]] std::vector<std::string> names() const { return namesOf(manager(), manager().gameObjects()); }
 
@@ -23,7 +23,7 @@ protected:
     }
 };
 
-TEST_F(TickTest, parsedLoad_isCreatedInNextTick) {
+TEST_F(Tick, parsedLoad_isCreatedInNextTick) {
     writeRoot("lamp.prefab", "Lamp");
     load("lamp.prefab");
     waitForWorkers();
@@ -35,7 +35,7 @@ TEST_F(TickTest, parsedLoad_isCreatedInNextTick) {
     EXPECT_THAT(queued(), IsEmpty());
 }
 
-TEST_F(TickTest, largeInstance_leavesItsMapToAWorker) {
+TEST_F(Tick, largeInstance_leavesItsMapToAWorker) {
     PrefabBuilder flock;
     flock.root(id(1), "Root").with<PrefabComponent>();
     for (std::uint64_t number = 2; number <= 5000; ++number) {
@@ -51,7 +51,7 @@ TEST_F(TickTest, largeInstance_leavesItsMapToAWorker) {
     EXPECT_EQ(WorkerGate::pendingTasks(), 1U);
 }
 
-TEST_F(TickTest, smallInstance_leavesNothingToWorkers) {
+TEST_F(Tick, smallInstance_leavesNothingToWorkers) {
     cachePrefab("lamp.prefab", PrefabBuilder().root(id(1), "Lamp").with<PrefabComponent>());
     const WorkerGate gate;
     load("lamp.prefab");
@@ -62,7 +62,7 @@ TEST_F(TickTest, smallInstance_leavesNothingToWorkers) {
     EXPECT_EQ(WorkerGate::pendingTasks(), 0U);
 }
 
-TEST_F(TickTest, instanceAfterAnother_doesNotSeeItsObjects) {
+TEST_F(Tick, instanceAfterAnother_doesNotSeeItsObjects) {
     PrefabBuilder lamp;
     lamp.root(id(1), "Lamp").with<PrefabComponent>().child(id(2), "Bulb", id(1));
     cachePrefab("lamp.prefab", lamp);
@@ -81,7 +81,7 @@ TEST_F(TickTest, instanceAfterAnother_doesNotSeeItsObjects) {
     EXPECT_EQ(manager().gameObjects()[3], manager().getChildren(manager().gameObjects()[2]).front());
 }
 
-TEST_F(TickTest, conflictAfterAnotherInstance_isReportedAsInTheFirst) {
+TEST_F(Tick, conflictAfterAnotherInstance_isReportedAsInTheFirst) {
     cachePrefab("lamp.prefab", PrefabBuilder().root(id(1), "Lamp").with<PrefabComponent>().child(id(2), "Bulb", id(1)));
     load("lamp.prefab");
     tick();
@@ -97,7 +97,7 @@ TEST_F(TickTest, conflictAfterAnotherInstance_isReportedAsInTheFirst) {
                                       "5: Failed to create prefab instance.\n"));
 }
 
-TEST_F(TickTest, pendingLoad_waits) {
+TEST_F(Tick, pendingLoad_waits) {
     writeRoot("lamp.prefab", "Lamp");
     WorkerGate gate;
     load("lamp.prefab");
@@ -109,7 +109,7 @@ TEST_F(TickTest, pendingLoad_waits) {
     EXPECT_THAT(names(), IsEmpty());
 }
 
-TEST_F(TickTest, threeReadyLoaders_areCreatedInOneTickFromTheLast) {
+TEST_F(Tick, threeReadyLoaders_areCreatedInOneTickFromTheLast) {
     for (const char* const name : {"a", "b", "c"}) {
         cachePrefab(name, PrefabBuilder().root(id(1), name).with<PrefabComponent>());
         load(name, Uuid::generate(), makeCallback(name));
@@ -124,7 +124,7 @@ TEST_F(TickTest, threeReadyLoaders_areCreatedInOneTickFromTheLast) {
     service().postTick();
 }
 
-TEST_F(TickTest, servedLoaders_areReplacedByTheLastOnes) {
+TEST_F(Tick, servedLoaders_areReplacedByTheLastOnes) {
     cachePrefab("ready", PrefabBuilder().root(id(1)).with<PrefabComponent>());
     WorkerGate gate;
     for (std::uint64_t number = 1; number <= 5; ++number) {
@@ -137,7 +137,7 @@ TEST_F(TickTest, servedLoaders_areReplacedByTheLastOnes) {
     EXPECT_THAT(queued(), ElementsAre(id(1), id(5), id(3)));
 }
 
-TEST_F(TickTest, servedLastLoader_leavesOthersInPlace) {
+TEST_F(Tick, servedLastLoader_leavesOthersInPlace) {
     cachePrefab("ready", PrefabBuilder().root(id(1)).with<PrefabComponent>());
     WorkerGate gate;
     load("none.prefab", id(1));
@@ -149,7 +149,7 @@ TEST_F(TickTest, servedLastLoader_leavesOthersInPlace) {
     EXPECT_THAT(queued(), ElementsAre(id(1), id(2)));
 }
 
-TEST_F(TickTest, servedFirstLoader_isReplacedByLast) {
+TEST_F(Tick, servedFirstLoader_isReplacedByLast) {
     cachePrefab("ready", PrefabBuilder().root(id(1)).with<PrefabComponent>());
     WorkerGate gate;
     load("ready", id(1));
@@ -161,7 +161,7 @@ TEST_F(TickTest, servedFirstLoader_isReplacedByLast) {
     EXPECT_THAT(queued(), ElementsAre(id(3), id(2)));
 }
 
-TEST_F(TickTest, destroyedWorld_loaderStaysAndCallbackIsNeverCalled) {
+TEST_F(Tick, destroyedWorld_loaderStaysAndCallbackIsNeverCalled) {
     const int otherId = EntryPoint::instance().createWorld();
     cachePrefab("lamp.prefab", PrefabBuilder().root(id(1)).with<PrefabComponent>());
     service().loadGameObject("lamp.prefab", otherId, id(1), makeCallback("dead"), nullptr);
@@ -177,7 +177,7 @@ TEST_F(TickTest, destroyedWorld_loaderStaysAndCallbackIsNeverCalled) {
                                       "living: onObjectLoadedIntoHierarchy", "living: destroyed"));
 }
 
-TEST_F(TickTest, nullCallback_rootIsCreatedAndStaysInactive) {
+TEST_F(Tick, nullCallback_rootIsCreatedAndStaysInactive) {
     writeRoot("lamp.prefab", "Lamp");
     load("lamp.prefab");
     finishLoads();
@@ -186,7 +186,7 @@ TEST_F(TickTest, nullCallback_rootIsCreatedAndStaysInactive) {
     EXPECT_FALSE(manager().isActive(findByName(manager(), "Lamp")));
 }
 
-TEST_F(TickTest, agreeingCallback_rootIsActivated) {
+TEST_F(Tick, agreeingCallback_rootIsActivated) {
     writeRoot("lamp.prefab", "Lamp");
     load("lamp.prefab", id(100), makeCallback("lamp"));
     finishLoads();
@@ -194,7 +194,7 @@ TEST_F(TickTest, agreeingCallback_rootIsActivated) {
     EXPECT_TRUE(manager().isActive(findByName(manager(), "Lamp")));
 }
 
-TEST_F(TickTest, refusingCallback_rootStaysInactiveAndCallbackGoesOn) {
+TEST_F(Tick, refusingCallback_rootStaysInactiveAndCallbackGoesOn) {
     writeRoot("lamp.prefab", "Lamp");
     const SmartPointer<RecordingCallback> callback = makeCallback("lamp");
     callback->isActivationWanted = false;
@@ -206,7 +206,7 @@ TEST_F(TickTest, refusingCallback_rootStaysInactiveAndCallbackGoesOn) {
                 ElementsAre("lamp: onPreactivate", "lamp: onObjectLoaded", "lamp: onObjectLoadedIntoHierarchy"));
 }
 
-TEST_F(TickTest, inactiveByDefault_isNotOfferedAndStaysInactive) {
+TEST_F(Tick, inactiveByDefault_isNotOfferedAndStaysInactive) {
     writeRoot("lamp.prefab", "Lamp", 1);
     const SmartPointer<RecordingCallback> callback = makeCallback("lamp");
     load("lamp.prefab", id(100), callback);
@@ -216,7 +216,7 @@ TEST_F(TickTest, inactiveByDefault_isNotOfferedAndStaysInactive) {
     EXPECT_THAT(events(), ElementsAre("lamp: onObjectLoaded", "lamp: onObjectLoadedIntoHierarchy"));
 }
 
-TEST_F(TickTest, firstNodeInactiveByDefault_decidesEvenWhenItIsNotTheRoot) {
+TEST_F(Tick, firstNodeInactiveByDefault_decidesEvenWhenItIsNotTheRoot) {
     PrefabText prefab;
     prefab.child(id(2), "Child", id(1), 1);
     prefab.root(id(1), "Root");
@@ -228,7 +228,7 @@ TEST_F(TickTest, firstNodeInactiveByDefault_decidesEvenWhenItIsNotTheRoot) {
     EXPECT_FALSE(manager().isActive(findByName(manager(), "Root")));
 }
 
-TEST_F(TickTest, root_isStampedWithInstanceUuid) {
+TEST_F(Tick, root_isStampedWithInstanceUuid) {
     writeRoot("lamp.prefab", "Lamp");
     load("lamp.prefab", id(77));
     finishLoads();
@@ -241,7 +241,7 @@ TEST_F(TickTest, root_isStampedWithInstanceUuid) {
     EXPECT_EQ(manager().getGameObjectUuid(root), Uuid::combine(id(77), id(1)));
 }
 
-TEST_F(TickTest, nestedRoot_isNotStamped) {
+TEST_F(Tick, nestedRoot_isNotStamped) {
     PrefabText outer;
     outer.root(id(1), "Outer");
     outer.nested(id(2), "Inner", id(1), "inner.prefab");
@@ -255,7 +255,7 @@ TEST_F(TickTest, nestedRoot_isNotStamped) {
     EXPECT_EQ(component->instanceUuid(), Uuid::ZERO);
 }
 
-TEST_F(TickTest, rootWithoutPrefabComponent_isReportedAndLoaded) {
+TEST_F(Tick, rootWithoutPrefabComponent_isReportedAndLoaded) {
     cachePrefab("lamp.prefab", PrefabBuilder().root(id(1), "Lamp"));
     load("lamp.prefab", id(100), makeCallback("lamp"));
     finishLoads();
@@ -265,7 +265,7 @@ TEST_F(TickTest, rootWithoutPrefabComponent_isReportedAndLoaded) {
     EXPECT_TRUE(manager().isActive(findByName(manager(), "Lamp")));
 }
 
-TEST_F(TickTest, sectionWithoutPrefabComponent_isReportedAndLoaded) {
+TEST_F(Tick, sectionWithoutPrefabComponent_isReportedAndLoaded) {
     PrefabText prefab;
     prefab.root(id(1), "Lamp");
     loadSection(prefab.section());
@@ -275,7 +275,7 @@ TEST_F(TickTest, sectionWithoutPrefabComponent_isReportedAndLoaded) {
     EXPECT_THAT(names(), ElementsAre("Lamp"));
 }
 
-TEST_F(TickTest, overridesOfTheLoad_areApplied) {
+TEST_F(Tick, overridesOfTheLoad_areApplied) {
     PrefabText prefab;
     prefab.component("TagComponent", prefab.root(id(1), "Lamp"), element("tag", "own"));
     OverridesText overrides;
@@ -286,7 +286,7 @@ TEST_F(TickTest, overridesOfTheLoad_areApplied) {
     EXPECT_EQ(configOf<TagComponent>("Lamp").tag, "overridden");
 }
 
-TEST_F(TickTest, emptyPrefab_staysQueuedSilently) {
+TEST_F(Tick, emptyPrefab_staysQueuedSilently) {
     cachePrefab("empty.prefab", PrefabBuilder());
     load("empty.prefab", id(100), makeCallback("lamp"));
     for (int i = 0; i < 3; ++i) {
@@ -298,7 +298,7 @@ TEST_F(TickTest, emptyPrefab_staysQueuedSilently) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(TickTest, failingCreation_isRetriedAndReportedEveryTick) {
+TEST_F(Tick, failingCreation_isRetriedAndReportedEveryTick) {
     writeTwoRoots("bad.prefab");
     load("bad.prefab", id(100), makeCallback("bad"));
     waitForWorkers();
@@ -315,7 +315,7 @@ TEST_F(TickTest, failingCreation_isRetriedAndReportedEveryTick) {
     EXPECT_THAT(events(), IsEmpty());
 }
 
-TEST_F(TickTest, failingCreation_doesNotHoldUpOthers) {
+TEST_F(Tick, failingCreation_doesNotHoldUpOthers) {
     writeTwoRoots("bad.prefab");
     writeRoot("good.prefab", "Good");
     load("good.prefab", id(1));
@@ -327,7 +327,7 @@ TEST_F(TickTest, failingCreation_doesNotHoldUpOthers) {
     EXPECT_THAT(queued(), ElementsAre(id(2)));
 }
 
-TEST_F(TickTest, sameInstanceUuidTwice_makesTwoInstances) {
+TEST_F(Tick, sameInstanceUuidTwice_makesTwoInstances) {
     writeRoot("lamp.prefab", "Lamp");
     load("lamp.prefab", id(100));
     load("lamp.prefab", id(100));
@@ -337,7 +337,7 @@ TEST_F(TickTest, sameInstanceUuidTwice_makesTwoInstances) {
     EXPECT_EQ(log.count("UUID conflict detected. Trying to generate new instance UUID."), 0U);
 }
 
-TEST_F(TickTest, waitingLoaders_doNotHoldMoreReferencesThanOne) {
+TEST_F(Tick, waitingLoaders_doNotHoldMoreReferencesThanOne) {
     WorkerGate gate;
     const SmartPointer<RecordingCallback> callback = makeCallback("lamp");
     load("none.prefab", id(100), callback);
@@ -346,7 +346,7 @@ TEST_F(TickTest, waitingLoaders_doNotHoldMoreReferencesThanOne) {
     EXPECT_EQ(callback->refCount(), 2U);
 }
 
-TEST_F(TickTest, queue_isReachableWithoutChangingIt) {
+TEST_F(Tick, queue_isReachableWithoutChangingIt) {
     WorkerGate gate;
     load("none.prefab", id(1));
     const Tessel::PrefabService& constService = service();

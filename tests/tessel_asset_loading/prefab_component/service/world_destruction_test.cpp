@@ -12,7 +12,7 @@ using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
 /// PrefabService::onWorldDestroyed. Files are missing, so that entries stay without a document.
-class WorldDestructionTest : public ServiceFixture {
+class WorldDestruction : public ServiceFixture {
 protected:
     /// An entry of the cache that these worlds wait for.
     [[nodiscard]] static SmartPointer<DescriptorCacheData> makeEntry(const std::string& path,
@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(WorldDestructionTest, entryOfThatWorldAlone_isDropped) {
+TEST_F(WorldDestruction, entryOfThatWorldAlone_isDropped) {
     const auto entry = makeEntry("a.prefab", {7});
 
     service().onWorldDestroyed(7);
@@ -35,7 +35,7 @@ TEST_F(WorldDestructionTest, entryOfThatWorldAlone_isDropped) {
     EXPECT_FALSE(isCached("a.prefab", entry));
 }
 
-TEST_F(WorldDestructionTest, loadedEntryOfThatWorldAlone_isDroppedToo) {
+TEST_F(WorldDestruction, loadedEntryOfThatWorldAlone_isDroppedToo) {
     cachePrefab("a.prefab", PrefabBuilder().root(id(1)));
     const auto entry = makeEntry("a.prefab", {7});
 
@@ -44,7 +44,7 @@ TEST_F(WorldDestructionTest, loadedEntryOfThatWorldAlone_isDroppedToo) {
     EXPECT_FALSE(isCached("a.prefab", entry));
 }
 
-TEST_F(WorldDestructionTest, entryOfTwoWorlds_stays) {
+TEST_F(WorldDestruction, entryOfTwoWorlds_stays) {
     const auto entry = makeEntry("a.prefab", {7, 8});
 
     service().onWorldDestroyed(7);
@@ -53,7 +53,7 @@ TEST_F(WorldDestructionTest, entryOfTwoWorlds_stays) {
     EXPECT_THAT(entry->pendingWorlds, UnorderedElementsAre(7, 8));
 }
 
-TEST_F(WorldDestructionTest, entryOfAnotherWorld_stays) {
+TEST_F(WorldDestruction, entryOfAnotherWorld_stays) {
     const auto entry = makeEntry("a.prefab", {8});
 
     service().onWorldDestroyed(7);
@@ -61,7 +61,7 @@ TEST_F(WorldDestructionTest, entryOfAnotherWorld_stays) {
     EXPECT_TRUE(isCached("a.prefab", entry));
 }
 
-TEST_F(WorldDestructionTest, entryWithoutWorld_stays) {
+TEST_F(WorldDestruction, entryWithoutWorld_stays) {
     const auto failed = makeEntry("a.prefab", {});
     cachePrefab("b.prefab", PrefabBuilder().root(id(1)));
     const auto loaded = service().loadSharedPrefab("b.prefab");
@@ -72,7 +72,7 @@ TEST_F(WorldDestructionTest, entryWithoutWorld_stays) {
     EXPECT_TRUE(isCached("b.prefab", loaded));
 }
 
-TEST_F(WorldDestructionTest, severalEntries_justTheAbandonedOnesAreDropped) {
+TEST_F(WorldDestruction, severalEntries_justTheAbandonedOnesAreDropped) {
     std::vector<SmartPointer<DescriptorCacheData>> abandoned;
     std::vector<SmartPointer<DescriptorCacheData>> kept;
     for (int i = 0; i < 20; ++i) {
@@ -88,7 +88,7 @@ TEST_F(WorldDestructionTest, severalEntries_justTheAbandonedOnesAreDropped) {
     }
 }
 
-TEST_F(WorldDestructionTest, entryPoint_tellsTheService) {
+TEST_F(WorldDestruction, entryPoint_tellsTheService) {
     const int otherId = EntryPoint::instance().createWorld();
     const auto entry = makeEntry("a.prefab", {otherId});
 
@@ -97,7 +97,7 @@ TEST_F(WorldDestructionTest, entryPoint_tellsTheService) {
     EXPECT_FALSE(isCached("a.prefab", entry));
 }
 
-TEST_F(WorldDestructionTest, whileLoadIsPending_taskFillsNewEntryAndLoaderWaits) {
+TEST_F(WorldDestruction, whileLoadIsPending_taskFillsNewEntryAndLoaderWaits) {
     const int otherId = EntryPoint::instance().createWorld();
     writeRoot("lamp.prefab", "Lamp");
     WorkerGate gate;
@@ -115,7 +115,7 @@ TEST_F(WorldDestructionTest, whileLoadIsPending_taskFillsNewEntryAndLoaderWaits)
     EXPECT_THAT(queued(), ElementsAre(id(100)));
 }
 
-TEST_F(WorldDestructionTest, whileWorkerParses_mainThreadIsTold) {
+TEST_F(WorldDestruction, whileWorkerParses_mainThreadIsTold) {
     writeHookedRoot("lamp.prefab", "lamp");
     std::atomic<bool> isPreloading = false;
     std::atomic<bool> mayEnd = false;
