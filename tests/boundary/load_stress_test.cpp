@@ -17,13 +17,13 @@ using Tessel::GameObject;
 using Tessel::GameObjectManager;
 namespace Loading = Tessel::Loading;
 
-/// What became of the loads of a test. A load that is asked for either waits or gets each of the calls once.
+/// Counts the loads of a test by their result. Each requested load either waits or gets each of the calls once.
 struct Counts {
     std::size_t issued = 0;
     std::size_t preactivated = 0;
     std::size_t loaded = 0;
     std::size_t loadedIntoHierarchy = 0;
-    std::size_t released = 0; ///< Callbacks that the service holds no more.
+    std::size_t released = 0; ///< Callbacks that the service has released.
 
     bool operator==(const Counts&) const = default;
     friend std::ostream& operator<<(std::ostream& stream, const Counts& counts) {
@@ -34,8 +34,8 @@ struct Counts {
 };
 
 /// Loads into many worlds at once, while workers preload slowly, the cache is cleared and worlds are destroyed. Every
-/// instance that arrives is checked: two nested instances of one prefab with overrides of their own. Meant for
-/// ThreadSanitizer above all.
+/// instance is checked before its activation: two nested instances of one prefab with different overrides. Meant mainly
+/// for ThreadSanitizer.
 class LoadStress : public WorldFixture {
 protected:
     static constexpr int KINDS = 6;
@@ -45,7 +45,7 @@ protected:
         FileIOTaskManager::instance().setThreadCount(4);
         HookComponent::onPreload = [this](const HookComponent::Config&) {
             ++m_preloads;
-            std::this_thread::sleep_for(std::chrono::microseconds(50)); // As a component that reads a file does.
+            std::this_thread::sleep_for(std::chrono::microseconds(50)); // Simulates a component that reads a file.
         };
         PrefabText inner;
         const std::size_t root = inner.root(id(1), "Inner");
@@ -90,8 +90,8 @@ protected:
         }
     }
 
-    /// Loads a kind of prefab, by path or from a section, and then `furtherLoads` more, each asked for by a callback of
-    /// the one before, into the next world and of the next kind.
+    /// Loads a kind of prefab, by path or from a section, and then `furtherLoads` more. Each of these is requested by a
+    /// callback of the previous load, for the next world and the next kind.
     void load(std::size_t world, int kind, bool fromSection, int furtherLoads = 0) {
         ++m_counts->issued;
         const int into = m_worlds[world % m_worlds.size()];
@@ -103,7 +103,7 @@ protected:
         }
     }
 
-    /// Loads that neither arrived nor were dropped.
+    /// Loads that have neither finished nor been dropped.
     [[nodiscard]] std::size_t waiting() const { return service().loadingQueue().size() - m_oldLoaders; }
 
     [[nodiscard]] std::size_t objectsCount() const {
@@ -121,12 +121,12 @@ protected:
         EXPECT_GT(m_preloads, 0U);
     }
 
-    /// Tells what the run was like; with threads, it is not the same every time.
+    /// Prints the counts of the run, which vary with the timing of the threads.
     void report() const { std::cout << *m_counts << ", " << waiting() << " waiting, " << m_preloads << " preloads\n"; }
 
     std::vector<int> m_worlds;
     std::shared_ptr<Counts> m_counts = std::make_shared<Counts>();
-    AssertionCapture m_assertions; ///< The order of the service's locks, above all.
+    AssertionCapture m_assertions; ///< Mainly those on the order of the service's locks.
     std::atomic<std::size_t> m_preloads = 0;
 
 private:
@@ -161,7 +161,7 @@ private:
             }
         }
 
-        LoadStress& m_test; ///< Gone when loaders that still wait are destroyed.
+        LoadStress& m_test; ///< Destroyed before the loaders that still wait.
         std::shared_ptr<Counts> m_counts;
         std::size_t m_world;
         int m_kind;
@@ -226,69 +226,101 @@ TEST_F(LoadStress, callbacksThatLoad_everyChainRunsToItsEnd) {
     report();
 }
 
-TEST_F(LoadStress, clearedCacheAndDestroyedWorlds_whatArrivesIsIntactAndTheRestWaits) {
-    std::mt19937 random(20);
-    const auto chance = [&random](unsigned oneIn) { return random() % oneIn == 0; };
-    std::atomic<bool> isOver = false;
-    std::thread cachingThread([&isOver] { // A loading screen's, say.
-        for (int kind = 0; !isOver; kind = (kind + 1) % KINDS) {
-            Loading::cacheGameObjects({pathOf(kind), "no-such-file.prefab"}, kind % 2 == 0);
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+/// Loads while the cache is cleared, other prefabs are cached and worlds are destroyed, all at random.
+class LoadStressWithDisturbances : public LoadStress {
+protected:
+    /// Caches prefabs on a thread of its own, as a loading screen may, until the object is destroyed.
+    class CachingThread : NonCopyable {
+    public:
+        CachingThread() : m_thread([this] { run(); }) {}
+        ~CachingThread() {
+            m_isOver = true;
+            m_thread.join();
         }
-    });
-    const std::size_t requestsBefore = service().descriptorRequestsCount();
-    std::size_t requests = 0;
-    std::size_t answers = 0;
-    for (int round = 0; round < 200; ++round) {
+
+    private:
+        void run() const {
+            for (int kind = 0; !m_isOver; kind = (kind + 1) % KINDS) {
+                Loading::cacheGameObjects({pathOf(kind), "no-such-file.prefab"}, kind % 2 == 0);
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        }
+
+        std::atomic<bool> m_isOver = false;
+        std::thread m_thread; ///< Last: it uses the other members.
+    };
+
+    void runRound() {
         createWorlds(8);
-        const std::size_t place = random() % m_worlds.size();
-        const int kind = static_cast<int>(random() % KINDS);
-        load(place, kind, chance(8), chance(3) ? 5 : 0);
-        if (chance(10)) {
+        const std::size_t worldIndex = m_random() % m_worlds.size();
+        const int kind = static_cast<int>(m_random() % KINDS);
+        load(worldIndex, kind, isOneIn(8), isOneIn(3) ? 5 : 0);
+        if (isOneIn(10)) {
             Loading::fullyClearCache();
         }
-        if (chance(6)) {
+        if (isOneIn(6)) {
             Loading::clearGameObjectsCache({pathOf(kind), "inner.prefab"});
         }
-        if (chance(9)) {
-            ++requests;
-            Loading::loadDescriptorAsync(pathOf(kind), [&answers](Tessel::GameObjectPrefab*) { ++answers; });
+        if (isOneIn(9)) {
+            ++m_requests;
+            Loading::loadDescriptorAsync(pathOf(kind), [this](Tessel::GameObjectPrefab*) { ++m_answers; });
         }
-        if (chance(20)) {
-            EntryPoint::instance().destroyWorld(m_worlds[place]);
-            m_worlds.erase(m_worlds.begin() + static_cast<std::ptrdiff_t>(place));
+        if (isOneIn(20)) {
+            EntryPoint::instance().destroyWorld(m_worlds[worldIndex]);
+            m_worlds.erase(m_worlds.begin() + static_cast<std::ptrdiff_t>(worldIndex));
         }
-        if (round % 8 == 7) {
-            waitForWorkers();
-        }
-        tick();
     }
-    isOver = true;
-    cachingThread.join();
+
+    void expectEveryLoadIsAccountedFor() const {
+        EXPECT_EQ(m_counts->preactivated + waiting(), m_counts->issued);
+        EXPECT_EQ(m_counts->loaded, m_counts->preactivated);
+        EXPECT_EQ(m_counts->loadedIntoHierarchy, m_counts->preactivated);
+        EXPECT_EQ(m_counts->released, m_counts->preactivated);
+        EXPECT_GT(m_counts->preactivated, 0U);
+        EXPECT_GT(m_requests, 0U);
+        EXPECT_EQ(m_answers, 0U);
+        EXPECT_EQ(service().descriptorRequestsCount(), m_requestsBefore + m_requests);
+    }
+
+    void expectFurtherLoadsFinish() {
+        Loading::fullyClearCache();
+        const std::size_t finishedBefore = m_counts->preactivated;
+        createWorlds(8);
+        for (std::size_t worldIndex = 0; worldIndex < m_worlds.size(); ++worldIndex) {
+            load(worldIndex, 0, false);
+        }
+        waitForWorkers();
+        tick();
+        EXPECT_EQ(m_counts->preactivated, finishedBefore + m_worlds.size());
+    }
+
+private:
+    [[nodiscard]] bool isOneIn(unsigned number) { return m_random() % number == 0; }
+
+    std::mt19937 m_random{20};
+    std::size_t m_requestsBefore = service().descriptorRequestsCount();
+    std::size_t m_requests = 0;
+    std::size_t m_answers = 0;
+};
+
+TEST_F(LoadStressWithDisturbances, finishedInstances_areIntactAndOtherLoadsWait) {
+    {
+        const CachingThread cachingThread;
+        for (int round = 0; round < 200; ++round) {
+            runRound();
+            if (round % 8 == 7) {
+                waitForWorkers();
+            }
+            tick();
+        }
+    }
     for (int step = 0; step < 6; ++step) {
         waitForWorkers();
         tick();
     }
-    EXPECT_EQ(m_counts->preactivated + waiting(), m_counts->issued);
-    EXPECT_EQ(m_counts->loaded, m_counts->preactivated);
-    EXPECT_EQ(m_counts->loadedIntoHierarchy, m_counts->preactivated);
-    EXPECT_EQ(m_counts->released, m_counts->preactivated);
-    EXPECT_GT(m_counts->preactivated, 0U);
-    EXPECT_GT(requests, 0U);
-    EXPECT_EQ(answers, 0U);
-    EXPECT_EQ(service().descriptorRequestsCount(), requestsBefore + requests);
+    expectEveryLoadIsAccountedFor();
     report();
-
-    // Nothing is left in a state that would keep further loads from arriving.
-    Loading::fullyClearCache();
-    const std::size_t arrivedBefore = m_counts->preactivated;
-    createWorlds(8);
-    for (std::size_t into = 0; into < m_worlds.size(); ++into) {
-        load(into, 0, false);
-    }
-    waitForWorkers();
-    tick();
-    EXPECT_EQ(m_counts->preactivated, arrivedBefore + m_worlds.size());
+    expectFurtherLoadsFinish();
 }
 
 } // namespace

@@ -26,7 +26,7 @@ protected:
     PrefabFormat format{section};
 };
 
-TEST_F(WritingFormat, newDocument_hasNothingUntilItIsMade) {
+TEST_F(WritingFormat, newDocument_hasNoPoolsUntilTheyAreMade) {
     EXPECT_EQ(format.getGameObjects(), nullptr);
     EXPECT_EQ(format.getComponents(), nullptr);
     GameObjectPool& objects = format.createGameObjectPool();
@@ -79,6 +79,7 @@ TEST_F(WritingFormat, emptyDocument_exactText) {
 )");
 }
 
+// Long because it has the whole text of a document.
 TEST_F(WritingFormat, documentOfTheFileFormat_exactText) {
     format.setFormatVersion(PrefabFormat::FORMAT_VERSION);
     GameObjectPool& objects = format.createGameObjectPool();

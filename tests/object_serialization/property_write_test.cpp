@@ -7,6 +7,7 @@ namespace {
 
 class WritingValues : public PropertiesFixture<ValuesComponent> {};
 
+// Long because it has the whole text of a configuration.
 TEST_F(WritingValues, everyProperty_inTheOrderOfTheDescription) {
     config.text = " <a> & \"b\" ";
     config.link.setUuid({0, 5});
@@ -76,7 +77,7 @@ TEST_F(WritingValues, objectWithoutDescription_writesNothing) {
     EXPECT_EQ(document->childrenCount(), 0U);
 }
 
-/// Configurations that are hard to keep.
+/// Configurations with values that are difficult to preserve.
 class RoundTrip : public PropertiesFixture<ValuesComponent> {
 protected:
     /// Writes the configuration, reads the text into a fresh one and compares.
