@@ -1,6 +1,6 @@
 // Ends a process while prefabs are being loaded. Arguments: the directory of the libraries, a resource root with the
-// files lantern0.prefab to lantern<FILES - 1>.prefab, and a mode. What is wrong is reported on stderr with exit status
-// 3; otherwise the last line on stdout is "finished".
+// files lantern0.prefab to lantern<FILES - 1>.prefab, and a mode. Errors are reported on stderr with exit status 3;
+// otherwise the last line on stdout is "finished".
 
 #include <core/log.h>
 #include <core/task_manager.h>
@@ -51,7 +51,7 @@ int leaveWhilePreloading(const PluginApi& plugin) {
 
 int exitWhilePreloading(const PluginApi& plugin) {
     loadAll(plugin, EntryPoint::instance().createWorld());
-    std::exit(0); // NOLINT(concurrency-mt-unsafe): the very thing under test
+    std::exit(0); // NOLINT(concurrency-mt-unsafe): this is under test
 }
 
 int leaveAtOnce(const PluginApi& plugin) {
@@ -62,7 +62,7 @@ int leaveAtOnce(const PluginApi& plugin) {
     return 0;
 }
 
-/// Objects are alive, their world too, and further loads are pending.
+/// Exits while objects and their world are alive and further loads are pending.
 int leaveWithLiveObjects(const PluginApi& plugin) {
     const int worldId = EntryPoint::instance().createWorld();
     loadAll(plugin, worldId);
@@ -127,11 +127,11 @@ int leaveAmidEverything(const PluginApi& plugin) {
     return 0;
 }
 
-/// In the midst of a tick, under the service's lock.
+/// Exits during a tick, while the service's lock is held.
 int exitFromCallback(const PluginApi& plugin) {
     const int worldId = EntryPoint::instance().createWorld();
     Loading::loadGameObject(file(0), worldId, std::nullopt, [](auto, auto&) -> bool {
-        std::exit(0); // NOLINT(concurrency-mt-unsafe): the very thing under test
+        std::exit(0); // NOLINT(concurrency-mt-unsafe): this is under test
     });
     loadAll(plugin, worldId);
     while (true) {
@@ -147,7 +147,7 @@ int leaveWithoutLoads(const PluginApi& /*plugin*/) {
 
 int main(int argumentsCount, char** arguments) {
     require(argumentsCount == 4, "usage: boundary_exit_program <libraries> <resource root> <mode>");
-    Log::instance().addSink([](const LogMessage&) {}); // What is logged is no matter here.
+    Log::instance().addSink([](const LogMessage&) {}); // Discards the log.
     FS::Utils::addResourceRoot(arguments[2]);
     const PluginApi& plugin = openPlugin(arguments[1], "libboundary_lantern.so");
 

@@ -1,5 +1,5 @@
 // A host in which every component type id is taken when it loads the module. Argument: the directory of the libraries.
-// What is wrong is reported on stderr with exit status 3; otherwise it prints what the log got.
+// Errors are reported on stderr with exit status 3; otherwise it prints the log.
 
 #include <core/log.h>
 #include <object_framework/entry_point.h>
@@ -65,7 +65,8 @@ int main(int argumentsCount, char** arguments) {
                     std::string(message.source).c_str(), std::string(message.text).c_str());
     });
     Tessel::World& world = *EntryPoint::instance().findValidWorld(EntryPoint::instance().createWorld());
-    std::ignore = openLibrary(arguments[1], "libkiln_generic_components.so"); // Its component still gets an id.
+    std::ignore =
+        openLibrary(arguments[1], "libkiln_generic_components.so"); // Loaded first, so that its component gets an id.
     fillTypesLibrary(std::make_integer_sequence<int, MAX_TYPES>());
 
     std::ignore = openLibrary(arguments[1], "libkiln_tessel_asset_loading.so");

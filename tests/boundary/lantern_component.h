@@ -12,8 +12,8 @@
 
 namespace Kiln::BoundaryTests {
 
-/// A component type that two plug-ins know from this header; one of them registers it. Its preload takes a while and
-/// makes use of static objects of the plug-in all the time.
+/// A component type that two plug-ins know from this header; one of them registers it. Its preload is slow and uses
+/// static objects of the plug-in throughout.
 class LanternComponent final : public Tessel::PoolableComponent<LanternComponent, Tessel::IComponent> {
 public:
     struct Config {
@@ -26,9 +26,9 @@ public:
     static void preload(const Config& config) {
         s_isPreloading = true;
         s_isPreloading.notify_all();
-        std::this_thread::sleep_for(std::chrono::milliseconds(config.preloadMilliseconds)); // The data to be read.
+        std::this_thread::sleep_for(std::chrono::milliseconds(config.preloadMilliseconds)); // Simulates reading data.
         if (s_text != "a text that is too long to be kept inside of the string object itself") {
-            std::abort(); // The plug-in's static objects were taken down under the worker.
+            std::abort(); // The plug-in's static objects were destroyed while the worker used them.
         }
     }
 

@@ -1,6 +1,6 @@
-// A host that knows the platform only and loads the module, and plug-ins that use it, when it is running already.
-// Arguments: the directory of the libraries, a resource root with lantern.prefab. What is wrong is reported on stderr
-// with exit status 3; otherwise the last line on stdout is "finished".
+// A host that links only the platform and loads the module, and plug-ins that use it, at run time. Arguments: the
+// directory of the libraries, a resource root with lantern.prefab. Errors are reported on stderr with exit status 3;
+// otherwise the last line on stdout is "finished".
 
 #include <core/log.h>
 #include <core/task_manager.h>
@@ -36,7 +36,7 @@ constexpr const char* REACTION =
     return *EntryPoint::instance().findValidWorld(worldId);
 }
 
-/// How often the world has the reaction of the post-load manager.
+/// Number of reactions of the post-load manager in the world.
 [[nodiscard]] int countReactions(int worldId) {
     std::vector<int> order;
     world(worldId).reactions().fillTickingOrder(order);
@@ -108,7 +108,7 @@ int main(int argumentsCount, char** arguments) {
     require(argumentsCount == 3, "usage: boundary_late_host <libraries> <resource root>");
     const std::string libraries = arguments[1];
     const ScopedLogSink sink([](const LogMessage& message) {
-        // A file names itself through its root and is walked down to the limit; nothing else is to be reported.
+        // A file's root refers to the file itself, so the walk reaches the limit; nothing else may be reported.
         if (message.text.find("Nested prefabs depth has exceeded limit.") != 0) {
             fail(std::string(message.text));
         }
@@ -133,7 +133,7 @@ int main(int argumentsCount, char** arguments) {
     requireLoads(lantern, mirror, olderWorld);
     requireLoads(lantern, mirror, youngerWorld);
 
-    // A second load of the module finds the first one, and closing it takes nothing away.
+    // Loading the module again returns the same library, and closing that handle unloads nothing.
     require(openLibrary(libraries, "libkiln_tessel_asset_loading.so") == module, "the module was loaded twice");
     dlclose(module);
     dlclose(module);

@@ -11,8 +11,8 @@
 
 namespace Kiln::BoundaryTests {
 
-/// What a plug-in of these tests offers its host, in terms of the platform alone. "Its view" is what the plug-in's own
-/// code and type information give.
+/// The functions that a plug-in of these tests offers its host, in terms of the platform alone. "Its view" is what the
+/// plug-in's own code and type information return.
 struct PluginApi {
     Tessel::ComponentTypeId (*prefabTypeId)();  ///< Its view of PrefabComponent's type id.
     Tessel::ComponentTypeId (*lanternTypeId)(); ///< Its view of LanternComponent's type id.
@@ -21,7 +21,7 @@ struct PluginApi {
     Tessel::IService* (*prefabService)();                   ///< What the entry point finds for its PrefabService.
     void (*load)(const std::string& path, int worldId);
     std::int32_t (*addLantern)(Tessel::GameObject object); ///< Adds a lantern and returns its brightness.
-    std::int32_t (*brightness)(Tessel::GameObject object); ///< -1 without lantern.
+    std::int32_t (*brightness)(Tessel::GameObject object); ///< -1 without a lantern.
     std::string (*prefabResource)(Tessel::GameObject object);
     void (*awaitPreload)(); ///< Returns when a worker is in a lantern's preload.
 };

@@ -1,6 +1,5 @@
-// A host that watches, from two places inside it, how the module announces itself. Argument: the directory of the
-// libraries. Prints what the framework knows of the module at each step; what is wrong is reported on stderr with exit
-// status 3.
+// A host that observes, at two points, how the module registers itself. Argument: the directory of the libraries.
+// Prints what the framework knows about the module at each step; errors are reported on stderr with exit status 3.
 
 #include <core/log.h>
 #include <core/profiler.h>
@@ -25,7 +24,7 @@ using namespace Kiln;
 using namespace Kiln::BoundaryTests;
 using Tessel::EntryPoint;
 
-/// The type of the module's service, whose name is all that a host has which does not link the module.
+/// The type of the module's service; a host that does not link the module knows only its name.
 class ServiceType final : public std::type_info {
 public:
     ServiceType() : std::type_info("N4Kiln6Tessel13PrefabServiceE") {}
@@ -79,7 +78,7 @@ void onMessage(const LogMessage& message) {
 
 int main(int argumentsCount, char** arguments) {
     require(argumentsCount == 2, "usage: boundary_start_up_host <libraries>");
-    std::ignore = openLibrary(arguments[1], "libkiln_generic_components.so"); // The module brings it along otherwise.
+    std::ignore = openLibrary(arguments[1], "libkiln_generic_components.so"); // Otherwise the module loads it.
     const int firstWorld = EntryPoint::instance().createWorld();
     const int secondWorld = EntryPoint::instance().createWorld();
     s_typesBefore = Tessel::IComponent::types().typesCount();

@@ -9,8 +9,8 @@ namespace {
 using TestSupport::ProcessResult;
 using TestSupport::runProcess;
 
-// The steps are in start_up_host.cpp. What is registered last is there when the module is loaded, and not before; the
-// manager's options are set after the worlds have got theirs.
+// The steps are in start_up_host.cpp. The last registration is visible once the module is loaded and not before; the
+// manager's options are set after those of the worlds.
 TEST(StartUp, moduleLoadedAtRunTime_announcesItselfInOrder) {
     const std::string query = "[5] Query with these arguments already exists! Try this one: (anonymous "
                               "namespace)::EarlierQuery*: types 1, record 1, managers 1, meta objects 0, service 0\n";

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::string_view IDENTITY_TEXT = "1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1";
 
-/// An identity text with another word in place of the first.
+/// The text of the identity matrix with its first word replaced.
 std::string textStartingWith(std::string_view word) {
     return std::string(word) + std::string(IDENTITY_TEXT.substr(1));
 }
@@ -35,7 +35,7 @@ TEST(Matrix, defaultConstructed_isIdentity) {
     EXPECT_EQ(Matrix().toString(), IDENTITY_TEXT);
 }
 
-TEST(Matrix, translation_standsInTheLastRow) {
+TEST(Matrix, translation_isTheLastRow) {
     EXPECT_EQ(Matrix::translation(2, 3, 4).toString(), "1 0 0 0 0 1 0 0 0 0 1 0 2 3 4 1");
 }
 

@@ -53,7 +53,7 @@ TEST(Assertions, conditionThatConvertsToBool_isAccepted) {
     EXPECT_THAT(assertions.failures(), IsEmpty());
 }
 
-TEST(Assertions, defaultHandler_logsOneCriticalMessageAndGoesOn) {
+TEST(Assertions, defaultHandler_logsOneCriticalMessageAndContinues) {
     const LogCapture log;
 
     EXPECT_FALSE(KILN_ASSERT(false, "Buffer is null", "some/file", 12));

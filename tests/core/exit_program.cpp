@@ -1,6 +1,6 @@
-// Ends a process in the way that exit_test.cpp names in the environment variable KILN_EXIT_MODE, mostly with tasks of
-// the file task manager under way. What is wrong at the end is reported on stderr with exit status 3; otherwise the
-// last line on stdout is "finished".
+// Ends a process in the way that exit_test.cpp names in the environment variable KILN_EXIT_MODE, mostly while tasks of
+// the file task manager are running. Errors at the end are reported on stderr with exit status 3; otherwise the last
+// line on stdout is "finished".
 
 #include <core/log.h>
 #include <core/task_manager.h>
@@ -46,7 +46,7 @@ struct LastWord {
 
 constexpr int TASKS = 40;
 
-/// Stands for a library's static objects: in use by running tasks, and destroyed when the process exits.
+/// Represents a library's static objects: running tasks use it, and it is destroyed when the process exits.
 class SharedState {
 public:
     ~SharedState() {
@@ -70,7 +70,7 @@ public:
         }
         hasStarted = true;
         hasStarted.notify_all();
-        // The load: what a file takes to be read.
+        // Simulates reading a file.
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         if (m_text != EXPECTED_TEXT) {
             fail("static state changed under a task");
@@ -101,7 +101,7 @@ private:
     SharedState& m_state;
 };
 
-/// Returns when the first task is under way.
+/// Returns when the first task is running.
 void submitSlowTasks(SharedState& state) {
     for (int i = 0; i < TASKS; ++i) {
         FileIOTaskManager::instance().addBackgroundTask(Kiln::makeSmart<SlowTask>(state), 96);
@@ -125,13 +125,13 @@ int leaveWithYoungerStateAndGuard() {
     return 0;
 }
 
-/// As the last, by way of exit() in the midst of the program.
+/// Like the previous mode, but exit() is called inside the program.
 int exitFromMain() {
     FileIOTaskManager::instance();
     static SharedState state;
     static const FileIOTaskManager::ExitGuard guard;
     submitSlowTasks(state);
-    std::exit(0); // NOLINT(concurrency-mt-unsafe): the very thing under test
+    std::exit(0); // NOLINT(concurrency-mt-unsafe): this is under test
 }
 
 /// A guard of a program that never had a task.
@@ -175,7 +175,7 @@ int exitFromTask() {
     public:
         ExitingTask() : BackgroundTask("ExitingTask") {}
         void doBackgroundTask(TaskManager& /*manager*/) override {
-            std::exit(0); // NOLINT(concurrency-mt-unsafe): the very thing under test
+            std::exit(0); // NOLINT(concurrency-mt-unsafe): this is under test
         }
     };
     static SharedState state;

@@ -51,7 +51,7 @@ TEST(Formatter, argumentList_formatsShortAndLongTexts) {
 }
 
 TEST(Formatter, invalidFormat_yieldsTheFormatText) {
-    // The C locale has no encoding for this character, which is the portable way to make printf fail.
+    // The C locale can't encode this character; this is the portable way to make printf fail.
     EXPECT_EQ(formatText("broken %lc", static_cast<wint_t>(0x4e2d)), "broken %lc");
 }
 

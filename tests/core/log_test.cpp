@@ -20,7 +20,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using TestSupport::LogCapture;
 
-/// What a call writes to stderr.
+/// The text that a call writes to stderr.
 template <class Call>
 std::string standardErrorOf(Call call) {
     testing::internal::CaptureStderr();
@@ -147,7 +147,7 @@ TEST(Log, messagesOfManyThreads_reachTheSinkOneAtATime) {
     EXPECT_EQ(calls, THREADS * MESSAGES);
 }
 
-TEST(Log, sinksThatComeAndGoDuringWrites_loseNoMessageOfThePermanentSink) {
+TEST(Log, sinksAddedAndRemovedDuringWrites_loseNoMessageOfThePermanentSink) {
     const LogCapture log;
     std::thread writer([] {
         for (int message = 0; message < 500; ++message) {

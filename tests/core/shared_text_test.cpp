@@ -70,7 +70,7 @@ TEST(SharedTextCopies, assignment_replacesTheText) {
     EXPECT_EQ(text.view(), "");
 }
 
-TEST(SharedTextThreads, copiesComeAndGoOnAnyThread) {
+TEST(SharedTextThreads, copies_areMadeAndDestroyedOnAnyThread) {
     auto text = std::make_unique<SharedText>("lamp");
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {

@@ -264,8 +264,8 @@ TEST_F(SmartPointerTest, copiesOnManyThreads_destroyTheObjectOnce) {
 }
 
 TEST_F(SmartPointerTest, lastReferenceOnAnotherThread_seesTheWritesOfEarlierHolders) {
-    // Which thread drops the last reference is open; the destructor reads what both wrote, and only the count orders
-    // this.
+    // Either thread may drop the last reference; the destructor reads what both wrote, and only the count orders these
+    // accesses.
     struct Pair : SafeReferenceCount {
         explicit Pair(int& result) : sum(result) {}
         ~Pair() override { sum = first + second; }

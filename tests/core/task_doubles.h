@@ -16,7 +16,7 @@
 
 namespace Kiln::Tests {
 
-/// What happened to the tasks of a test, all in all.
+/// Counts of what happened to the tasks of a test.
 struct TaskCounts {
     std::atomic<int> ran = 0;
     std::atomic<int> stopped = 0;
@@ -25,7 +25,7 @@ struct TaskCounts {
     std::atomic<int> destroyed = 0;
 };
 
-/// Runs a function and counts what becomes of the task.
+/// Runs a function and counts how the task ends.
 class FunctionTask : public BackgroundTask {
 public:
     using Function = std::function<void(TaskManager&)>;
@@ -72,7 +72,7 @@ private:
 /// that the gate is open when the manager waits for its workers.
 class Gate {
 public:
-    /// What a task calls to wait for the opening; may outlive the gate.
+    /// A task calls this to wait for the opening; it may outlive the gate.
     class Waiter {
     public:
         explicit Waiter(std::shared_ptr<const std::atomic<bool>> isOpen) : m_isOpen(std::move(isOpen)) {}

@@ -52,7 +52,7 @@ TEST_F(TaskManagerShutdown, queuedTasks_areCancelledAndDropped) {
     shutdown.join();
 
     EXPECT_EQ(counts.ran, 1);
-    EXPECT_EQ(counts.cancelled, 3); // with the one of beginShutdown
+    EXPECT_EQ(counts.cancelled, 3); // including the task of beginShutdown
     EXPECT_EQ(counts.destroyed, 4);
     EXPECT_EQ(manager->unfinishedTasks(), 0U);
 }
@@ -89,7 +89,7 @@ TEST_F(TaskManagerShutdown, runningTask_isNeitherStoppedNorCancelledAndFinishes)
 
     EXPECT_TRUE(isFinished);
     EXPECT_EQ(counts.stopped, 0);
-    EXPECT_EQ(counts.cancelled, 1); // the one of beginShutdown
+    EXPECT_EQ(counts.cancelled, 1); // the task of beginShutdown
 }
 
 TEST_F(TaskManagerShutdown, secondCall_doesNothing) {
@@ -148,7 +148,7 @@ TEST_F(TaskManagerShutdown, taskAddedByARunningTaskDuringShutdown_isCancelled) {
     shutdown.join();
 
     EXPECT_EQ(counts.ran, 1);
-    EXPECT_EQ(counts.cancelled, 2); // with the one of beginShutdown
+    EXPECT_EQ(counts.cancelled, 2); // including the task of beginShutdown
     EXPECT_EQ(counts.destroyed, 3);
 }
 
@@ -161,7 +161,7 @@ TEST_F(TaskManagerShutdown, taskAddedByCancel_isCancelledToo) {
     gate.open();
     shutdown.join();
 
-    EXPECT_EQ(counts.cancelled, 3); // with the one of beginShutdown
+    EXPECT_EQ(counts.cancelled, 3); // including the task of beginShutdown
     EXPECT_EQ(counts.destroyed, 4);
 }
 

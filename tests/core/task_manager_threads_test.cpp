@@ -95,7 +95,7 @@ TEST(TaskManagerThreads, growthAtRunTime_takesEffect) {
     EXPECT_TRUE(canRunAtOnce(manager, 3));
 }
 
-TEST(TaskManagerThreads, growth_letsQueuedTasksRunBesideALongOne) {
+TEST(TaskManagerThreads, growth_runsQueuedTasksBesideALongOne) {
     TaskCounts counts;
     std::latch ran(1);
     TaskManager manager("Test", 1);

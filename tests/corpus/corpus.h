@@ -10,8 +10,9 @@
 
 #include <gtest/gtest.h>
 
-/// A corpus of prefab files made from real content, with a file expected.json that tells what they must yield. It is no
-/// part of the source tree: the environment variable KILN_CORPUS_DIR names its directory, or else it is looked for in
+/// A corpus of prefab files made from real content, with a file expected.json that lists the expected results. It is
+/// not part of the source tree: the environment variable KILN_CORPUS_DIR names its directory, or else it is looked for
+/// in
 /// ../shared/corpus, seen from the source tree. The directory holds expected.json itself or a folder that does.
 namespace Kiln::CorpusTests {
 
@@ -27,7 +28,7 @@ struct ExpectedObject {
 
 void PrintTo(const ExpectedObject& object, std::ostream* stream);
 
-/// What expected.json tells about one file.
+/// The entry of expected.json for one file.
 struct ExpectedFile {
     std::size_t nodes = 0;
     bool fails = false;
@@ -41,7 +42,7 @@ struct ExpectedFile {
 /// Resource paths of all files, in order; a single empty path when there is no corpus.
 [[nodiscard]] const std::vector<std::string>& files();
 
-/// What expected.json tells; by resource path.
+/// The content of expected.json by resource path.
 [[nodiscard]] const std::map<std::string, ExpectedFile>& expectedFiles();
 
 /// Test name of a file.

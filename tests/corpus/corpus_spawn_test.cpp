@@ -20,8 +20,8 @@ using Tessel::EntryPoint;
 using Tessel::GameObject;
 using Tessel::GameObjectManager;
 
-/// How the texts begin that a load by path leaves in the log: such a file is named by its own root, which the walks
-/// through nested prefabs follow down to the limit.
+/// Prefix of the messages that every load by path logs: the root of such a file refers to the file itself, and the
+/// walks through nested prefabs follow this reference down to the limit.
 constexpr const char* DEPTH_MESSAGE =
     "Nested prefabs depth has exceeded limit. It can be result of recursive references.";
 
@@ -30,7 +30,7 @@ class CorpusSpawn : public CorpusFileFixture {
 protected:
     ~CorpusSpawn() override { EntryPoint::instance().destroyWorld(m_worldId); }
 
-    /// Loads the file; the root, or the invalid object when nothing came of it.
+    /// Loads the file; returns the root, or the invalid object if the load failed.
     [[nodiscard]] GameObject spawn() const {
         GameObject root;
         Tessel::Loading::loadGameObject(

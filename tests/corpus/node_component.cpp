@@ -6,13 +6,13 @@
 
 namespace Kiln::CorpusTests {
 
-/// One of a node's property lines, as it stands in the scene that the prefab was made from.
+/// One of a node's property lines, unchanged from the scene that the prefab was made from.
 struct NodeValue {
     std::string name;
     std::string value;
 };
 
-/// What a scene says about a node besides its name, place and parent.
+/// The data of a node besides its name, transform and parent.
 class NodeComponent final : public Tessel::PoolableComponent<NodeComponent, Tessel::IComponent> {
 public:
     struct Config {

@@ -10,7 +10,7 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// Each bad prefab is named together with a good one before and one behind it, which are to be done all the same.
+/// Each bad prefab is passed between two good ones, which must be created nevertheless.
 class BadInput : public KilnPrefabFixture {
 protected:
     BadInput() { write("good.prefab", simplePrefab()); }
@@ -155,7 +155,7 @@ TEST_F(BadInput, nestingBelowTheLimit_isNotCreated) {
     expectNotCreated(DEPTH_MESSAGE + "; Failed to create prefab instance.\n");
 }
 
-TEST_F(BadInput, nothingHalfBuiltIsLeft) {
+TEST_F(BadInput, failedPrefab_leavesNoObjects) {
     write("bad.prefab", PrefabText().object(id(1), "A").object(id(2), "B"));
     const TestSupport::ProcessResult result = spawn({"--dump-pools", "bad.prefab"});
     EXPECT_THAT(result.output, testing::Not(HasSubstr("Is pool empty: no")));

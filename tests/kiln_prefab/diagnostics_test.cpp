@@ -14,7 +14,7 @@ TEST_F(Diagnostics, flawlessPrefab_leavesStderrEmpty) {
     EXPECT_THAT(spawn({"a.prefab"}).errors, IsEmpty());
 }
 
-TEST_F(Diagnostics, verbose_tellsOfTheDepthMessagesOfTheCachingWalk) {
+TEST_F(Diagnostics, verbose_countsTheDepthMessagesOfTheCachingWalk) {
     write("a.prefab", simplePrefab());
     const TestSupport::ProcessResult result = spawn({"--verbose", "a.prefab"});
     EXPECT_EQ(result.errors, "note: the depth limit of the caching walk was reached 7 times\n");

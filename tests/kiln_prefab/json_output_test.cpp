@@ -14,7 +14,7 @@ const std::string INSTANCE = "5b0f1c2e-6a0d-4f43-9f6e-0d9a35b1c001";
     return Uuid::combine(*Uuid::fromString(INSTANCE), id(number)).toString();
 }
 
-/// What one file that is loaded by path has the caching walk log.
+/// The messages that the caching walk logs for one file that is loaded by path.
 [[nodiscard]] std::string walkLog() {
     std::string log = R"({"severity":5,"text":")" + DEPTH_MESSAGE + R"("})";
     for (int i = 0; i < 6; ++i) {

@@ -29,7 +29,7 @@ inline const std::string DEPTH_MESSAGE =
     "Nested prefabs depth has exceeded limit. It can be result of recursive references.";
 inline const std::string BACKGROUND_DEPTH_MESSAGE = DEPTH_MESSAGE + " (backgroundLoad)";
 
-/// A directory for prefab files, in which the program runs.
+/// A directory for prefab files; the program runs in it.
 class KilnPrefabFixture : public testing::Test {
 protected:
     void write(const std::string& name, std::string_view text) const { m_directory.writeFile(name, text); }
@@ -66,7 +66,7 @@ protected:
         return result;
     }
 
-    /// What "name" of each object is, in order.
+    /// The value of "name" of each object, in order.
     [[nodiscard]] static std::vector<std::string> names(const Json& instance) {
         std::vector<std::string> result;
         for (const Json& object : instance.at("objects")) {

@@ -121,7 +121,7 @@ TEST_F(Options, severalRoots_firstMatchWins) {
     EXPECT_EQ(instances[1]["objects"][0]["name"], "Only in two");
 }
 
-TEST_F(Options, absolutePath_standsForItself) {
+TEST_F(Options, absolutePath_isUsedUnchanged) {
     write("elsewhere/b.prefab", simplePrefab());
     EXPECT_EQ(spawn({"--root", "elsewhere", m_directory.path("a.prefab")}).exitStatus, 0);
 }

@@ -33,7 +33,7 @@ private:
     Config m_config;
 };
 
-/// Can't be made.
+/// Its constructor throws.
 class ThrowingComponent final : public PoolableComponent<ThrowingComponent, IComponent> {
 public:
     struct Config {};

@@ -80,7 +80,7 @@ TEST_F(TextOutput, severalInstances_haveATotal) {
                                             "[0-9]+\\.[0-9] ms"));
 }
 
-TEST_F(TextOutput, totalTellsHowManyWereCreated) {
+TEST_F(TextOutput, total_isTheNumberOfCreatedInstances) {
     EXPECT_THAT(spawn({"gone.prefab", "lamp.prefab"}).output,
                 HasSubstr("\ntotal: 1 of 2 instances, 3 objects, 1 prefab file, "));
 }

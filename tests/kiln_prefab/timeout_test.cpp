@@ -8,7 +8,7 @@ namespace {
 
 using testing::ElementsAre;
 
-/// A pipe without writer keeps the worker that opens it waiting for ever.
+/// A pipe without a writer blocks the worker that opens it forever.
 class Timeout : public KilnPrefabFixture {
 protected:
     Timeout() {
@@ -23,7 +23,7 @@ TEST_F(Timeout, loadThatDoesNotEnd_isGivenUp) {
     EXPECT_EQ(result.exitStatus, 1);
 }
 
-TEST_F(Timeout, whatComesAfterALoadThatDoesNotEnd_isReportedAsNotDone) {
+TEST_F(Timeout, loadsAfterOneThatDoesNotEnd_areReportedAsNotDone) {
     const std::vector<Json> instances =
         spawnJson({"--timeout", "0.05", "--instances", "2", "a.prefab", "pipe.prefab", "a.prefab"});
     std::vector<std::size_t> objects;

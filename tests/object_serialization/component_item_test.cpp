@@ -10,7 +10,7 @@ using Tessel::PrefabFormat;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// The item of a document with one.
+/// The only item of a document.
 class Item : public DocumentFixture {
 protected:
     void open(const std::string& item) {

@@ -15,7 +15,7 @@ using testing::IsEmpty;
 struct FirstType {};
 struct SecondType {};
 
-/// A library of its own; that of the process is shared by all tests.
+/// Each test has its own library, because all tests share that of the process.
 class Library : public DocumentFixture {
 protected:
     [[nodiscard]] static ComponentRecord record(Tessel::ComponentTypeId typeId, std::string name,
@@ -133,7 +133,7 @@ TEST_F(Library, createDescriptor_isMadeByTheFactory) {
     EXPECT_NE(library.createDescriptor(0).get(), first.get());
 }
 
-TEST_F(Library, createDescriptor_withoutFactoryOrWithNothingFromIt_isNull) {
+TEST_F(Library, createDescriptor_withoutFactoryOrWithNullFromIt_isNull) {
     library.append(record(0, "No factory"));
     ComponentRecord none = record(1, "None", typeid(SecondType));
     none.factory = [] { return SmartPointer<IComponentDescriptor>(); };

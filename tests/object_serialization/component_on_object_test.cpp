@@ -9,7 +9,7 @@ using Tessel::GameObject;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// What a descriptor does to live objects.
+/// The effects of a descriptor on live objects.
 class OnObject : public LiveFixture {
 protected:
     OnObject() {
@@ -21,7 +21,7 @@ protected:
         return manager().findComponent<TextComponent>(object);
     }
 
-    /// A valid handle's worth of an object that is gone, and of one whose world is gone.
+    /// Handles of an object that has been removed, and of one whose world has been destroyed.
     [[nodiscard]] GameObject createDead() const {
         const GameObject object = create();
         manager().removeGameObject(object);
@@ -54,7 +54,7 @@ TEST_F(OnObject, createOnObject_changedConfiguration_isUsedAndStays) {
     EXPECT_TRUE(descriptor->isOffPrefabProperties());
 }
 
-TEST_F(OnObject, createOnObject_worldGone_isNull) {
+TEST_F(OnObject, createOnObject_destroyedWorld_isNull) {
     EXPECT_EQ(descriptor->createOnObject(createWithoutWorld()), nullptr);
     EXPECT_EQ(descriptor->createOnObject(GameObject::INVALID_GAME_OBJECT), nullptr);
     EXPECT_THAT(log.messages(), IsEmpty());
@@ -114,14 +114,14 @@ TEST_F(OnObject, reapplyOnObject_activeObject_activatesTheNewOne) {
     EXPECT_EQ(world().getStorage<TextComponent>().activeCount(), 1U);
 }
 
-TEST_F(OnObject, reapplyOnObject_deadObjectOrWorldGone_isNullAndSilent) {
+TEST_F(OnObject, reapplyOnObject_removedObjectOrDestroyedWorld_isNullAndSilent) {
     EXPECT_EQ(descriptor->reapplyOnObject(createDead(), {}, {}), nullptr);
     EXPECT_EQ(descriptor->reapplyOnObject(createWithoutWorld(), {}, {}), nullptr);
     EXPECT_EQ(descriptor->reapplyOnObject(GameObject::INVALID_GAME_OBJECT, {}, {}), nullptr);
     EXPECT_THAT(log.messages(), IsEmpty());
 }
 
-TEST_F(OnObject, reapplyOnObject_resolvesLinksAnew) {
+TEST_F(OnObject, reapplyOnObject_resolvesLinksAgain) {
     const Uuid instance(1, 1);
     const Uuid target(0, 5);
     const GameObject first = create();

@@ -14,7 +14,7 @@
 
 namespace Kiln::SerializationTests {
 
-/// What the log got, and documents from texts.
+/// Captures the log and parses documents.
 class DocumentFixture : public testing::Test {
 protected:
     using Message = TestSupport::LogCapture::Message;
@@ -59,7 +59,7 @@ protected:
         readProperties(*document, document->node(), view(config), "Name", handler);
     }
 
-    /// The document that writing `config` yields, without declaration.
+    /// The text of the document that `config` is written to, without the XML declaration.
     [[nodiscard]] std::string write() {
         const SmartPointer<DataSection> document = DataSection::create("properties");
         writeProperties(document->node(), view(config));

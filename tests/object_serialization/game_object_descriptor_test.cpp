@@ -209,7 +209,7 @@ TEST_F(ObjectDescriptor, createComponents_unresolvedLink_leavesTheOtherComponent
                                          "00000000-0000-0000-0000-000000000009 resolves to nothing"));
 }
 
-TEST_F(ObjectDescriptor, createComponents_deadObjectOrWorldGone_doesNothing) {
+TEST_F(ObjectDescriptor, createComponents_removedObjectOrDestroyedWorld_doesNothing) {
     node->addComponent(text);
     manager().removeGameObject(object);
     createComponents();

@@ -49,7 +49,7 @@ TEST_F(Links, link_isNotTakenAsALiveUuid) {
     EXPECT_THAT(log.messages(), ElementsAre(unresolved(A_TEXT)));
 }
 
-TEST_F(Links, liveLink_isLookedUpAsItIs) {
+TEST_F(Links, liveLink_isLookedUpUnchanged) {
     objects = {{A, objectA}, {Uuid::combine(INSTANCE, A), objectB}};
     descriptor->config().link.setUuid(A);
     descriptor->config().link.setLiveUuid(true);
@@ -130,7 +130,7 @@ TEST_F(Links, changedConfiguration_isTheOneThatIsResolved) {
 }
 
 /// Game objects as a creation makes them: first all objects, then their components. An integration point with UUID
-/// POINT stands in the instance; the nested prefab's root has UUID ROOT.
+/// POINT is in the instance; the nested prefab's root has UUID ROOT.
 class LinksToANestedRoot : public Links {
 protected:
     struct Item {
@@ -145,7 +145,7 @@ protected:
         return node;
     }
 
-    /// The descriptor that stands for the nested root, under object A.
+    /// The descriptor that represents the nested root, under object A.
     [[nodiscard]] static Item nestedRoot(const Uuid& point, const Uuid& root = ROOT) {
         const auto hierarchy = makeDescriptor<Tessel::HierarchyComponent>();
         hierarchy->config().parent.setUuid(Uuid::combine(INSTANCE, A));

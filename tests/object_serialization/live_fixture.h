@@ -10,7 +10,7 @@
 
 namespace Kiln::SerializationTests {
 
-/// A world of its own for every test.
+/// Every test has its own world.
 class LiveFixture : public DocumentFixture {
 protected:
     ~LiveFixture() override { Tessel::EntryPoint::instance().destroyWorld(worldId); }

@@ -28,7 +28,7 @@ protected:
         return create(objectText(ONE_TEXT, componentText("TextComponent", properties)));
     }
 
-    /// What the records make of a text component's configuration.
+    /// A text component's configuration with the records applied.
     [[nodiscard]] static Config apply(const OverrideRecords& records, const Uuid& uuid = ONE) {
         Config config{"original text", "original note", 0};
         if (const ComponentOverrideRecords* const record = records.getComponentRecord(uuid, "TextComponent")) {

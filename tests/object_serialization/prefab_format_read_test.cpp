@@ -55,7 +55,7 @@ TEST_F(ReadingFormat, rootElement_mayHaveAnyName) {
     EXPECT_NE(format.getGameObjects(), nullptr);
 }
 
-TEST_F(ReadingFormat, formatVersion_isReadAsItStands) {
+TEST_F(ReadingFormat, formatVersion_isReadUnchanged) {
     EXPECT_EQ(versionOf("<formatVersion>1</formatVersion>"), 1U);
     EXPECT_EQ(versionOf("<formatVersion>\n 2 </formatVersion>"), 2U);
     EXPECT_EQ(versionOf("<formatVersion>4294967295</formatVersion>"), 4294967295U);

@@ -79,7 +79,7 @@ TEST_F(ReadingVectors, readTwice_theSecondTextReplacesVectorsAndFillsStructuresU
     EXPECT_EQ(config.point.label, "l");
 }
 
-/// Structures that hold themselves: each level below the property `tree` costs two steps, the vector and its element.
+/// Recursive structures: each level below the property `tree` costs two steps, the vector and its element.
 class DeepNesting : public PropertiesFixture<TreeComponent> {
 protected:
     static constexpr int DEEPEST = 63;

@@ -157,7 +157,7 @@ TEST_F(ReadingValues, handler_getsTheProblemsInPlaceOfTheLog) {
     EXPECT_THAT(log.messages(), IsEmpty());
 }
 
-TEST_F(ReadingValues, messageWithPercentSigns_isGivenAsItStands) {
+TEST_F(ReadingValues, messageWithPercentSigns_isLoggedUnchanged) {
     read("<int8>%s%n</int8>");
     EXPECT_THAT(log.messages(),
                 ElementsAre(propertyError(

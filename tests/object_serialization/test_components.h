@@ -64,7 +64,7 @@ class ValuesComponent final : public KeepingComponent<ValuesComponent, ValuesCon
     using KeepingComponent::KeepingComponent;
 };
 
-/// A structure that holds itself.
+/// A recursive structure.
 struct Tree {
     std::string name;
     std::vector<Tree> children;
@@ -82,7 +82,7 @@ struct Wire {
     Tessel::GameObjectLink end;
 };
 
-/// Links in every place where a configuration can have them.
+/// Links at every position that a configuration can have them at.
 struct LinksConfig {
     Tessel::GameObjectLink link;
     std::vector<Tessel::GameObjectLink> links;
@@ -94,7 +94,7 @@ class LinksComponent final : public KeepingComponent<LinksComponent, LinksConfig
     using KeepingComponent::KeepingComponent;
 };
 
-/// `state` is no property.
+/// `state` is not a property.
 struct TextConfig {
     std::string text;
     std::string note;

@@ -56,18 +56,18 @@ TEST_F(PrefabClosureTest, plainPrefab_isJustItsFile) {
     EXPECT_THAT(m_log.texts(), IsEmpty());
 }
 
-TEST_F(PrefabClosureTest, missingFile_givesNothing) {
+TEST_F(PrefabClosureTest, missingFile_returnsNothing) {
     EXPECT_THAT(inspectClosure("gone.prefab").files, IsEmpty());
     EXPECT_THAT(m_log.texts(), IsEmpty());
 }
 
-TEST_F(PrefabClosureTest, directory_givesNothingAndIsLogged) {
+TEST_F(PrefabClosureTest, directory_isLoggedAndReturnsNothing) {
     std::filesystem::create_directory(m_directory.path() / "a.prefab");
     EXPECT_THAT(inspectClosure("a.prefab").files, IsEmpty());
     EXPECT_THAT(m_log.texts(), ElementsAre(testing::EndsWith("a.prefab': is a directory")));
 }
 
-TEST_F(PrefabClosureTest, fileThatIsNotWellFormed_givesNothingAndIsLogged) {
+TEST_F(PrefabClosureTest, fileThatIsNotWellFormed_isLoggedAndReturnsNothing) {
     m_directory.writeFile("a.prefab", "<prefab>");
     EXPECT_THAT(inspectClosure("a.prefab").files, IsEmpty());
     EXPECT_THAT(m_log.texts(), ElementsAre(testing::StartsWith("XML error in 'a.prefab' at line 1")));
@@ -158,12 +158,12 @@ TEST_F(PrefabClosureTest, unknownComponentsOfNestedFiles_areCountedOncePerFile) 
     EXPECT_THAT(inspectClosure("a.prefab").unknownComponents, ElementsAre(Pair("NodeComponent", 3)));
 }
 
-TEST_F(PrefabClosureTest, emptyPoolOfUnknownType_isNotMentioned) {
+TEST_F(PrefabClosureTest, emptyPoolOfUnknownType_isNotReported) {
     write("a.prefab", document().newPool("NodeComponent"));
     EXPECT_THAT(inspectClosure("a.prefab").unknownComponents, IsEmpty());
 }
 
-TEST_F(PrefabClosureTest, fileOfAnotherVersion_holdsNothing) {
+TEST_F(PrefabClosureTest, fileOfAnotherVersion_hasNoContents) {
     write("a.prefab", document().formatVersion(2).component("NodeComponent", 0).nest(1, "b.prefab"));
     write("b.prefab", document());
     const PrefabClosure closure = inspectClosure("a.prefab");
@@ -171,7 +171,7 @@ TEST_F(PrefabClosureTest, fileOfAnotherVersion_holdsNothing) {
     EXPECT_THAT(closure.unknownComponents, IsEmpty());
 }
 
-TEST_F(PrefabClosureTest, fileWithoutGameObjects_holdsNothing) {
+TEST_F(PrefabClosureTest, fileWithoutGameObjects_hasNoContents) {
     write("a.prefab", PrefabText().withoutGameObjectPool().component("NodeComponent", 0));
     EXPECT_THAT(inspectClosure("a.prefab").unknownComponents, IsEmpty());
 }

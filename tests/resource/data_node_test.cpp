@@ -66,7 +66,7 @@ TEST(DataNode, root_hasNoSibling) {
     EXPECT_FALSE(root->node().nextSibling());
 }
 
-TEST(DataNode, text_inOnePiece_liesInTheDocument) {
+TEST(DataNode, text_inOnePiece_isAViewOfTheDocument) {
     const auto root = DataSection::fromText("<r>one piece</r>", "test");
     std::string scratch = "untouched";
     const std::string_view text = root->node().text(scratch);

@@ -1,4 +1,4 @@
-// What is read as a document, from texts and files, and what is refused with which message.
+// Which texts and files are read as documents, and the messages for those that are rejected.
 
 #include <resource/data_section.h>
 

@@ -209,7 +209,7 @@ TEST(DataSectionSave, saveFile_missingDirectory_fails) {
     EXPECT_EQ(log.messages()[0].text, "Cannot write '" + file + "': No such file or directory");
 }
 
-TEST(DataSectionSave, saveFile_directory_failsAndLeavesNothingBehind) {
+TEST(DataSectionSave, saveFile_directory_failsAndLeavesNoFile) {
     const TemporaryDirectory directory;
     directory.writeFile("folder/inner.prefab", "<r/>");
     LogCapture log;

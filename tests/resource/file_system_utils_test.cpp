@@ -46,7 +46,7 @@ TEST_F(FileSystemUtils, resolve_withoutRoots_isThePathItself) {
     EXPECT_EQ(resolveResourcePath("/props/lamp.prefab"), "/props/lamp.prefab");
 }
 
-TEST_F(FileSystemUtils, resolve_absolutePath_standsForItself) {
+TEST_F(FileSystemUtils, resolve_absolutePath_isUsedUnchanged) {
     addResourceRoot(m_first.path());
     const std::string file = m_second.writeFile("lamp.prefab", "<prefab/>");
 

@@ -24,12 +24,12 @@ protected:
     HarbourFixture();
     ~HarbourFixture() override;
 
-    /// Loads the harbour under an instance UUID and returns its root; fails the test when it does not come.
+    /// Loads the harbour under an instance UUID and returns its root; fails the test if the load does not finish.
     Tessel::GameObject spawn(const Uuid& instanceUuid);
 
     [[nodiscard]] Tessel::GameObjectManager& manager() const;
 
-    /// The live object that a node of the prefabs became in the instance, by the names on the way to it:
+    /// The live object of a node of the prefabs, found by the names on the path to it:
     /// {"South quay", "Crane", "Hook"} is the Hook in the crane prefab in the quay prefab that "South quay" nests.
     [[nodiscard]] Tessel::GameObject object(const Uuid& instanceUuid, const std::vector<std::string>& names);
 

@@ -41,7 +41,7 @@ protected:
     GameObject m_root;
 };
 
-TEST_F(HarbourHierarchy, spawn_logsNothingButTheDepthLimit) {
+TEST_F(HarbourHierarchy, spawn_logsOnlyTheDepthLimit) {
     EXPECT_THAT(messages(), IsEmpty());
 }
 

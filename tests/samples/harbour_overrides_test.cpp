@@ -73,7 +73,7 @@ protected:
         return manager().findComponent<PrefabComponent>(object(names))->resource();
     }
 
-    /// The lamps of an instance that are not as the lamp prefab has them.
+    /// The lamps of an instance that differ from the lamp prefab.
     [[nodiscard]] std::unordered_map<GameObject, Light> unusualLights(const std::vector<GameObject>& objects) const {
         std::unordered_map<GameObject, Light> unusual;
         for (const GameObject object : objects) {
@@ -96,7 +96,7 @@ TEST_F(HarbourOverrides, lamps_differExactlyWhereTheyAreOverridden) {
                     // The quay prefab overrides what its crane prefab nests.
                     std::pair(object({"North quay", "Crane", "Jib lamp", "Bulb"}), Light{"warm white", 900, true}),
                     std::pair(object({"South quay", "Crane", "Jib lamp", "Bulb"}), Light{"warm white", 900, true}),
-                    // The harbour overrides the same, two prefabs deeper, in one of its quays.
+                    // The harbour overrides the same lamp, two prefabs deeper, in one of its quays.
                     std::pair(object({"South quay", "Crane", "Cabin lamp", "Bulb"}), Light{"red", 450, false}),
                     std::pair(object({"Meridian", "Stern lamp", "Bulb"}), Light{"warm white", 1200, true}),
                     // These are the lamps of another prefab.

@@ -22,7 +22,7 @@ namespace {
     return TestSupport::runProcess(KILN_BUILD_BIN_DIR "/" + program, arguments);
 }
 
-/// The output that the program is to have: tests/samples/expected/<program>.txt.
+/// The expected output of the program: tests/samples/expected/<program>.txt.
 [[nodiscard]] std::string expected(const std::string& program) {
     const std::ifstream file(KILN_SOURCE_DIR "/tests/samples/expected/" + program + ".txt", std::ios::binary);
     std::ostringstream text;

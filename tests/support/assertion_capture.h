@@ -12,10 +12,10 @@
 
 namespace Kiln::TestSupport {
 
-/// Records the assertions that fail anywhere in the process during the lifetime of the object, in place of the handler
-/// that was installed before. Captures nest: the inner one sees the failures.
+/// Records the assertions that fail anywhere in the process during the lifetime of the object, instead of the
+/// handler that was installed before. Captures nest: the inner one gets the failures.
 ///
-/// Threads: failures may come from any; but none may fail any more while the capture is being destroyed.
+/// Threads: any thread may fail an assertion, but not while the capture is being destroyed.
 ///
 ///     AssertionCapture assertions;
 ///     pool.freeData(foreignElement);
@@ -23,7 +23,7 @@ namespace Kiln::TestSupport {
 ///     EXPECT_EQ(assertions.failures()[0].message, "Block not found");
 class AssertionCapture : NonCopyable {
 public:
-    /// As AssertionFailure, with texts of its own.
+    /// Like AssertionFailure, but owns its texts.
     struct Failure {
         std::string expression;
         std::string message;

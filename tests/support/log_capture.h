@@ -22,7 +22,7 @@ namespace Kiln::TestSupport {
 ///     EXPECT_THAT(log.texts(), ElementsAre("Prefab not found missing.prefab"));
 class LogCapture : NonCopyable {
 public:
-    /// As LogMessage, with texts of its own.
+    /// Like LogMessage, but owns its texts.
     struct Message {
         int severity = 0;
         std::string category;

@@ -9,8 +9,8 @@ namespace Kiln::TestSupport {
 
 struct ProcessResult {
     int exitStatus = -1; ///< Minus the signal's number for a process that a signal ended.
-    std::string output;  ///< What it wrote to stdout, unless that led elsewhere.
-    std::string errors;  ///< What it wrote to stderr, a sanitizer's report included.
+    std::string output;  ///< Its output on stdout, unless that was redirected.
+    std::string errors;  ///< Its output on stderr, including a sanitizer's report.
 
     bool operator==(const ProcessResult&) const = default;
     friend std::ostream& operator<<(std::ostream& stream, const ProcessResult& result) {
@@ -19,7 +19,7 @@ struct ProcessResult {
     }
 };
 
-/// Where a process's stdout leads.
+/// The target of a process's stdout.
 struct OutputTarget {
     enum class Kind { CAPTURE, FILE, CLOSED };
 

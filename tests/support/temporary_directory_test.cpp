@@ -46,7 +46,7 @@ TEST(TemporaryDirectory, writeFileAgain_replacesTheContent) {
     EXPECT_EQ(contentOf(directory.writeFile("file", "short")), "short");
 }
 
-TEST(TemporaryDirectory, writeFileWhereADirectoryStands_throws) {
+TEST(TemporaryDirectory, writeFile_pathOfADirectory_throws) {
     const TemporaryDirectory directory;
     directory.writeFile("a/file", "");
 

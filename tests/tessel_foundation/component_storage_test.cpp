@@ -80,7 +80,7 @@ TEST_F(ComponentStorageTest, create_throwingConstructor_leavesStorageAsItWas) {
     EXPECT_EQ(storage.componentsCount(), 0U);
 }
 
-TEST_F(ComponentStorageTest, pointer_convertsToComponentPointerAndGivesBack) {
+TEST_F(ComponentStorageTest, pointer_convertsToComponentPointerAndFrees) {
     ComponentPointer component = storage.create(5);
     EXPECT_EQ(component->type(), storage.type());
     component.reset();
@@ -88,7 +88,7 @@ TEST_F(ComponentStorageTest, pointer_convertsToComponentPointerAndGivesBack) {
     EXPECT_EQ(Fuel::livingCount, 0);
 }
 
-TEST_F(ComponentStorageTest, pointer_activeComponent_givesBackSilently) {
+TEST_F(ComponentStorageTest, pointer_activeComponent_freesSilently) {
     auto fuel = storage.create(5);
     fuel->activate();
     EXPECT_EQ(storage.activeCount(), 1U);

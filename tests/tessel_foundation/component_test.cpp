@@ -40,7 +40,7 @@ class Other final : public NativeComponent<Other> {};
 
 class Contended final : public NativeComponent<Contended> {};
 
-/// Runs before the library's own statics are sure to be set up, and again after main().
+/// Runs before the library's statics are certain to be initialised, and again after main().
 struct StaticUser {
     StaticUser() : id(IComponent::types().registerType(typeid(StaticUser))) {}
     ~StaticUser() {
@@ -120,8 +120,8 @@ public:
     void deactivate() override {}
 };
 
-TEST(Component, construction_fullTypesLibrary_logsEachTimeAndGoesOn) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // A full library would be in the way of all other tests.
+TEST(Component, construction_fullTypesLibrary_logsEachTimeAndContinues) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // A full library would break all other tests.
     EXPECT_EXIT(
         {
             std::ignore = NativeComponent<Plain>::getType();

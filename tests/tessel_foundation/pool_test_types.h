@@ -14,7 +14,7 @@ namespace Kiln::Tessel::PoolTests {
 inline const std::string LEAK_TEXT =
     "Memory leak detected in the pool, please, deallocate objects before pool destruction!";
 
-/// What the pools report, as AssertionCapture records it.
+/// A failure that the pools report, as AssertionCapture records it.
 inline TestSupport::AssertionCapture::Failure poolFailure(std::string expression, std::string message = {}) {
     return {std::move(expression), std::move(message), "shared_libs/tessel_foundation/internal_tech/multiblock_pool",
             0};
@@ -41,7 +41,7 @@ inline TestSupport::AssertionCapture::Failure blockNotEmpty() {
     return poolFailure("empty()", LEAK_TEXT);
 }
 
-/// Counts its living objects, and can refuse to be made.
+/// Counts its living objects; its constructor can throw.
 class Item : public BlockAllocable<Item> {
 public:
     explicit Item(int itemValue, bool fails = false) : value(itemValue), text(100, 'x') {
@@ -53,7 +53,7 @@ public:
     ~Item() { --livingCount; }
 
     int value;
-    std::string text; ///< Takes memory of its own, so that an object that is not destroyed is a leak.
+    std::string text; ///< Allocates memory, so that an object that is not destroyed is a leak.
 
     static inline int livingCount = 0;
 };

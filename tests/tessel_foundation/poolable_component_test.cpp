@@ -84,7 +84,7 @@ TEST(PoolableComponent, baseWithArguments_isConstructedWithThem) {
     EXPECT_EQ(Named("ember").name(), "ember");
 }
 
-TEST(PoolableComponent, blockLink_comesRightAfterTheBase) {
+TEST(PoolableComponent, blockLink_directlyFollowsTheBase) {
     const Burning burning(1);
     const auto begin = reinterpret_cast<std::uintptr_t>(static_cast<const IComponent*>(&burning));
     const auto link = reinterpret_cast<std::uintptr_t>(static_cast<const BlockAllocable<Burning>*>(&burning));

@@ -21,7 +21,7 @@ public:
 std::vector<std::string> s_calls;
 std::function<bool()> s_isAttached = [] { return false; };
 
-/// Writes down what is done with it, and the state of things at that time.
+/// Records the calls that it gets, and the state at that time.
 class WitnessDescriptor final : public IComponentDescriptor {
 public:
     explicit WitnessDescriptor(std::string tag = "unread") { m_config.tag = std::move(tag); }
@@ -92,7 +92,7 @@ struct WitnessRegistration {
 
 const WitnessRegistration s_registration;
 
-/// What reading and writing do with a component descriptor, and in which order.
+/// The calls that a component descriptor gets during reading and writing, in order.
 class ComponentCallOrder : public DocumentFixture {
 protected:
     ComponentCallOrder() { s_calls.clear(); }

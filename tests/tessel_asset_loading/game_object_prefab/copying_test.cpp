@@ -25,7 +25,7 @@ public:
 class Copying : public WorldFixture {
 protected:
     GameObjectPrefab source = PrefabBuilder().root(id(1), "Root").child(id(2), "Child", id(1)).build();
-    SmartPointer<GameObjectDescriptor> root = source.getGameObject(0); // So two references at the start.
+    SmartPointer<GameObjectDescriptor> root = source.getGameObject(0); // Two references at the start.
 };
 
 /// Assigns to itself through a reference, which compilers do not see through.

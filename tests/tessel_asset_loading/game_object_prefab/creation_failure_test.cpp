@@ -11,7 +11,7 @@ using testing::ElementsAre;
 
 class CreationFailure : public CreationFixture {
 protected:
-    /// Creates and expects a failure that leaves nothing behind; what was logged.
+    /// Creates and expects a failure that leaves no object; returns what was logged.
     std::vector<std::string> logOfFailure(const PrefabBuilder& builder) {
         EXPECT_THAT(create(builder), IsFailure());
         EXPECT_EQ(manager().gameObjectsCount(), 0U);
@@ -140,7 +140,7 @@ TEST_F(CreationFailure, noComponentIsMade) {
     EXPECT_EQ(components, 0U);
 }
 
-TEST_F(CreationFailure, thePrefabCanBeCreatedOnceItIsMended) {
+TEST_F(CreationFailure, correctedPrefab_canBeCreated) {
     PrefabBuilder builder;
     builder.root(id(1), "Root").root(id(2), "Too many");
     GameObjectPrefab prefab = builder.build();

@@ -21,7 +21,7 @@ protected:
     }
 };
 
-TEST_F(Creation, defaultConfig_namesNoWorldAndNothingElse) {
+TEST_F(Creation, defaultConfig_hasNoWorldAndIsOtherwiseEmpty) {
     const GameObjectPrefab::CreateConfig defaults;
     EXPECT_EQ(defaults.worldId, -1);
     EXPECT_EQ(defaults.instanceUuid, Uuid::ZERO);
@@ -41,14 +41,14 @@ TEST_F(Creation, result_isOneObjectPerNodeInNodeOrder) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(Creation, result_rootStandsLast_isFirstInTheResult) {
+TEST_F(Creation, result_lastNodeIsTheRoot_isFirstInTheResult) {
     PrefabBuilder builder;
     builder.child(id(2), "First", id(1)).child(id(3), "Second", id(1)).root(id(1), "Root");
     EXPECT_THAT(createdNames(builder), ElementsAre("Root", "First", "Second"));
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(Creation, result_rootStandsInTheMiddle_isFirstInTheResult) {
+TEST_F(Creation, result_middleNodeIsTheRoot_isFirstInTheResult) {
     PrefabBuilder builder;
     builder.child(id(2), "First", id(1)).root(id(1), "Root").child(id(3), "Second", id(1));
     EXPECT_THAT(createdNames(builder), ElementsAre("Root", "First", "Second"));

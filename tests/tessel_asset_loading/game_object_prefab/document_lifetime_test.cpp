@@ -22,7 +22,7 @@ public:
 
 const ComponentRegistration<CountedComponent> s_counted("CountedComponent", [](auto& /*config*/) {});
 
-/// Who keeps sections and prefabs, and for how long.
+/// Who owns sections and prefabs, and for how long.
 class DocumentLifetime : public DocumentFixture {
 protected:
     DocumentLifetime() {

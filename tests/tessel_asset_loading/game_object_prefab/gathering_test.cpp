@@ -46,7 +46,7 @@ TEST_F(Gathering, order_integrationPointBeforeTheRoot) {
     EXPECT_EQ(parentOf("Leaf"), "Root");
 }
 
-TEST_F(Gathering, hierarchy_goesThroughAllLevels) {
+TEST_F(Gathering, hierarchy_spansAllLevels) {
     PrefabBuilder builder;
     builder.root(id(1), "Root").nested(id(2), "Branch", id(1), "branch.prefab");
     create(builder);

@@ -1,4 +1,4 @@
-// Instances of so many objects that their UUIDs are entered in a pass of its own.
+// Instances with so many objects that their UUIDs are entered in a separate pass.
 
 #include <tessel_asset_loading/support/creation_fixture.h>
 
@@ -60,7 +60,7 @@ TEST_F(LargeInstance, objectOfTheCallersMap_isReused) {
     EXPECT_EQ(manager().gameObjectsCount(), COUNT);
 }
 
-/// Gives the number of a node's parent, which may stand anywhere.
+/// Returns the number of a node's parent, which may come before or after the node.
 struct NodeOrder {
     const char* name;
     std::uint64_t (*parent)(std::uint64_t number);

@@ -25,7 +25,7 @@ protected:
         cachePrefab("inner.prefab", inner);
     }
 
-    /// Name of what the link `target` of an object's LinksComponent leads to; empty for nothing.
+    /// Name of the object that the link `target` of an object's LinksComponent refers to; empty if there is none.
     [[nodiscard]] std::string targetOf(const std::string& name) const {
         return manager().getGameObjectName(configOf<LinksComponent>(name).target.target());
     }
@@ -65,7 +65,7 @@ TEST_F(Links, inStructuresAndVectors_areResolved) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(Links, toNothing_isAWarningAndTheRestGoesOn) {
+TEST_F(Links, toNothing_isAWarningAndTheOtherLinksAreResolved) {
     PrefabBuilder builder;
     builder.root(id(1), "Root").with<LinksComponent>(linkTo(id(99))).child(id(2), "Child", id(1));
     EXPECT_EQ(create(builder).size(), 2U);
@@ -93,7 +93,7 @@ TEST_F(Links, overriddenLink_isResolved) {
 
 // Across nested prefabs.
 
-TEST_F(Links, toAnIntegrationPointThatStandsLater_isTheMergedObject) {
+TEST_F(Links, toALaterIntegrationPoint_isTheMergedObject) {
     PrefabBuilder builder;
     builder.root(id(1), "Root").with<LinksComponent>(linkTo(id(5)));
     builder.nested(id(5), "Point", id(1), "inner.prefab");
@@ -102,7 +102,7 @@ TEST_F(Links, toAnIntegrationPointThatStandsLater_isTheMergedObject) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(Links, toAnIntegrationPointThatStandsEarlier_isTheMergedObject) {
+TEST_F(Links, toAnEarlierIntegrationPoint_isTheMergedObject) {
     PrefabBuilder builder;
     builder.nested(id(5), "Point", id(1), "inner.prefab").root(id(1), "Root");
     builder.child(id(6), "Last", id(1)).with<LinksComponent>(linkTo(id(5)));

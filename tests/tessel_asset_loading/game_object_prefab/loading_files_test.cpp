@@ -64,7 +64,7 @@ TEST_F(LoadingFiles, loadHierarchy_rootHasAPrefabComponent_itsResourceIsReplaced
     EXPECT_EQ(component.config().resource, PATH);
 }
 
-TEST_F(LoadingFiles, loadHierarchy_thePrefabComponentComesAfterTheStoredOnes) {
+TEST_F(LoadingFiles, loadHierarchy_thePrefabComponentFollowsTheStoredOnes) {
     PrefabText document;
     document.component("TagComponent", document.root(id(1), "Lamp"));
     const std::unique_ptr<GameObjectPrefab> loaded = load(document);
@@ -109,13 +109,13 @@ TEST_F(LoadingFiles, loadHierarchy_fatalProblem_yieldsAnEmptyPrefab) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(LoadingFiles, loadHierarchy_missingFile_goesToTheHandlerAndTheLog) {
+TEST_F(LoadingFiles, loadHierarchy_missingFile_isReportedToTheHandlerAndTheLog) {
     EXPECT_EQ(GameObjectPrefab::loadHierarchy("no/such.prefab", &handler), nullptr);
     EXPECT_THAT(handled, ElementsAre("Checking harbour. Prefab not found: no/such.prefab"));
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found no/such.prefab"));
 }
 
-TEST_F(LoadingFiles, loadHierarchy_missingFile_theHandlerComesFirst) {
+TEST_F(LoadingFiles, loadHierarchy_missingFile_isReportedToTheHandlerFirst) {
     std::size_t loggedBefore = 99;
     handler.callback = [&](const std::string& /*message*/) { loggedBefore = logged().size(); };
     EXPECT_EQ(GameObjectPrefab::loadHierarchy("no/such.prefab", &handler), nullptr);
@@ -128,14 +128,14 @@ TEST_F(LoadingFiles, loadHierarchy_missingFileAndEmptyCallback_failsAsAnEmptyFun
     EXPECT_THROW((void)GameObjectPrefab::loadHierarchy("no/such.prefab", &handler), std::bad_function_call);
 }
 
-TEST_F(LoadingFiles, loadHierarchy_missingFileWithPercentSigns_isNamedAsItIs) {
+TEST_F(LoadingFiles, loadHierarchy_missingFileWithPercentSigns_isNamedUnchanged) {
     handler.context = "%s";
     EXPECT_EQ(GameObjectPrefab::loadHierarchy("no/100%d.prefab", &handler), nullptr);
     EXPECT_THAT(handled, ElementsAre("%s. Prefab not found: no/100%d.prefab"));
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found no/100%d.prefab"));
 }
 
-TEST_F(LoadingFiles, loadHierarchy_missingFileWithoutHandler_goesToTheLog) {
+TEST_F(LoadingFiles, loadHierarchy_missingFileWithoutHandler_isLogged) {
     EXPECT_EQ(GameObjectPrefab::loadHierarchy("no/such.prefab", nullptr), nullptr);
     EXPECT_THAT(logged(), ElementsAre("5: Prefab not found no/such.prefab"));
 }

@@ -135,7 +135,7 @@ TEST_F(Merging, componentOrder_isThatOfTheIntegrationPointThenOfTheRoot) {
                             NativeComponent<TagComponent>::getType()));
 }
 
-// Descriptors are shared with the documents; only the hierarchy component is made anew.
+// Descriptors are shared with the documents; only the hierarchy component is recreated.
 
 TEST_F(Merging, componentDescriptors_areSharedAndNotCloned) {
     inner.with<HookComponent>();

@@ -205,7 +205,7 @@ TEST_F(NodeList, parentNodeId_yieldsTheNodeWithTheParentUuid) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(NodeList, parentNodeId_parentStandsLaterInTheList_isFound) {
+TEST_F(NodeList, parentNodeId_parentLaterInTheList_isFound) {
     const GameObjectPrefab reversed = PrefabBuilder().child(id(2), "Child", id(1)).root(id(1)).build();
     EXPECT_EQ(reversed.parentNodeId(0), 1U);
 }

@@ -29,11 +29,11 @@ inline constexpr std::uint32_t EVERYWHERE_OPTIONS = 0x11;
 using PinnedEverywhereComponent = OddComponent<3>;
 inline constexpr std::uint32_t PINNED_EVERYWHERE_OPTIONS = 0x1A;
 
-/// Its data has reached another version than DEFAULT_COMPONENT_VERSION.
+/// Its data has another version than DEFAULT_COMPONENT_VERSION.
 using AdvancedComponent = OddComponent<4>;
 inline constexpr std::uint32_t ADVANCED_VERSION = 7;
 
-/// Its factory yields null.
+/// Its factory returns null.
 using UnmakeableComponent = OddComponent<5>;
 
 /// Has a type id but no record; its id is below that of LastComponent.

@@ -25,7 +25,7 @@ protected:
         cachePrefab("middle.prefab", middle);
     }
 
-    /// What an overriding instance of the middle prefab says about the leaf inside it.
+    /// The overrides that an instance of the middle prefab has for the leaf inside it.
     [[nodiscard]] static std::string leafData() {
         return OverridesText().record(id(32), "TagComponent", element("tag", "over")).text();
     }

@@ -88,7 +88,7 @@ TEST_F(Overrides, zeroUuid_givesWayEvenToARecordOfAnotherComponent) {
     EXPECT_EQ(tagOf("Root"), "own");
 }
 
-TEST_F(Overrides, zeroUuid_standsForTheFirstItemEvenIfThatIsNotTheRoot) {
+TEST_F(Overrides, zeroUuid_addressesTheFirstItemEvenIfThatIsNotTheRoot) {
     PrefabBuilder reversed;
     reversed.child(id(2), "Child", id(1)).with<TagComponent>().root(id(1), "Root").with<TagComponent>();
     setOverrides(OverridesText().record(Uuid::ZERO, "TagComponent", element("tag", "over")));
@@ -245,7 +245,7 @@ TEST_F(NestedOverrides, componentsOfTheIntegrationPoint_areAddressedByTheNestedR
     EXPECT_EQ(find<TransformComponent>(object("Point"))->local, Matrix::translation(7, 7, 7));
 }
 
-TEST_F(NestedOverrides, malformedOverridesData_isReportedForBothReadingsAndCreationGoesOn) {
+TEST_F(NestedOverrides, malformedOverridesData_isReportedForBothReadingsAndCreationContinues) {
     outer.nested(id(2), "Point", id(1), "inner.prefab", "<overrides>");
     EXPECT_THAT(createdNames(outer), ElementsAre("Outer", "Point", "inner child"));
     EXPECT_EQ(log.errors().size(), 2U);
@@ -281,14 +281,14 @@ TEST_F(NestedOverrides, outerRecord_isInForceBesideAnUnusedRecordOfTheZeroUuid) 
 
 // The first item can be an integration point.
 
-TEST_F(NestedOverrides, zeroUuid_ofAnIntegrationPointThatStandsFirst_addressesIt) {
+TEST_F(NestedOverrides, zeroUuid_ofAnIntegrationPointThatIsFirst_addressesIt) {
     PrefabBuilder reversed;
     reversed.nested(id(2), "Point", id(1), "inner.prefab", tagRecord(Uuid::ZERO, "zero")).root(id(1), "Outer");
     create(reversed);
     EXPECT_EQ(tagOf("Point"), "zero");
 }
 
-TEST_F(NestedOverrides, zeroUuid_ofAnIntegrationPointThatStandsFirst_addressesItBesideOuterRecords) {
+TEST_F(NestedOverrides, zeroUuid_ofAnIntegrationPointThatIsFirst_addressesItBesideOuterRecords) {
     PrefabBuilder reversed;
     reversed.nested(id(2), "Point", id(1), "inner.prefab", tagRecord(Uuid::ZERO, "zero")).root(id(1), "Outer");
     overridePoint(element("overridesData", cdata(tagRecord(id(12), "outer"))));

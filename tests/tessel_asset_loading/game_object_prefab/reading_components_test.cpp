@@ -1,5 +1,5 @@
-#include <tessel_asset_loading/support/document_fixture.h>
 #include "odd_components.h"
+#include <tessel_asset_loading/support/document_fixture.h>
 
 namespace Kiln::TestSupport {
 namespace {
@@ -76,7 +76,7 @@ TEST_F(ReadingComponents, order_isThatOfThePoolsThenOfTheItems) {
     EXPECT_EQ(findDescriptor<TagComponent>(node(0)).config().tag, "b");
 }
 
-TEST_F(ReadingComponents, configurationProblem_goesToTheLogAndNotToTheHandler) {
+TEST_F(ReadingComponents, configurationProblem_isLoggedAndNotReportedToTheHandler) {
     document.component("ValuesComponent", 0, element("signedNumber", "many") + element("text", "kept"));
     read(&handler);
     EXPECT_EQ(findDescriptor<ValuesComponent>(node(0)).config().text, "kept");
@@ -241,7 +241,7 @@ TEST_F(ReadingComponents, options_areMaskedWithTheRecords) {
     EXPECT_EQ(optionsAfterReading("TagComponent", 0x3E), 0x22U);
 }
 
-TEST_F(ReadingComponents, options_pinnedByTheRecord_areTheRecordsWhateverIsStored) {
+TEST_F(ReadingComponents, options_pinnedByTheRecord_replaceTheStoredOnes) {
     EXPECT_EQ(optionsAfterReading("PinnedComponent", 0x22), PINNED_OPTIONS);
 }
 

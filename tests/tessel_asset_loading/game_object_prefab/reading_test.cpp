@@ -75,7 +75,7 @@ TEST_F(Reading, deserialize_intoAFilledPrefab_itemsCountFromTheStartOfTheList) {
 
 // Format version.
 
-TEST_F(Reading, deserialize_newerFormatVersion_isFatalAndGoesToTheHandlerOnly) {
+TEST_F(Reading, deserialize_newerFormatVersion_isFatalAndReportedToTheHandlerOnly) {
     PrefabText document;
     document.formatVersion(2).root(id(1));
     prefab.deserialize(document.section(), &handler);
@@ -136,7 +136,7 @@ TEST_F(Reading, deserialize_wrongVersionAndNoGameObjects_reportsTheVersionOnly) 
 
 // Missing game objects.
 
-TEST_F(Reading, deserialize_noGameObjectPool_isFatalAndGoesToTheHandlerOnly) {
+TEST_F(Reading, deserialize_noGameObjectPool_isFatalAndReportedToTheHandlerOnly) {
     PrefabText document;
     document.withoutGameObjectPool().component("NoSuchComponent", 0);
     prefab.deserialize(document.section(), &handler);
@@ -151,7 +151,7 @@ TEST_F(Reading, deserialize_noGameObjectPoolWithoutHandler_isLogged) {
     EXPECT_THAT(logged(), ElementsAre("5: Failed to deserialize prefab. Prefab doesn't contain game objects."));
 }
 
-// Texts with printf's special characters go through unharmed.
+// Texts with printf's special characters are logged unchanged.
 
 TEST_F(Reading, deserialize_percentSignsInContextAndType_areKept) {
     handler.context = "100%s";

@@ -90,7 +90,7 @@ TEST_F(RegenerateUuids, twiceWithOneSeed_givesDifferentUuids) {
 
 TEST_F(RegenerateUuids, newUuids_areCombinedOfTheSeedAndAGeneratedOne) {
     prefab.regenerateHierarchyUuids(SEED);
-    // With the seed's inverse in front, what was combined with the seed comes out. A generated UUID shows its version
+    // Combining with the seed's inverse restores what was combined with the seed. A generated UUID shows its version
     // and variant, which three arbitrary ones hardly would.
     const Uuid inverse = inverseOf(SEED);
     for (std::size_t node = 0; node < 3; ++node) {
@@ -117,7 +117,7 @@ TEST_F(RegenerateUuids, nodesThatShareAUuid_shareTheNewOne) {
     EXPECT_NE(uuidAt(1), uuidAt(2));
 }
 
-TEST_F(RegenerateUuids, descriptorThatStandsTwiceInTheList_getsOneNewUuid) {
+TEST_F(RegenerateUuids, descriptorThatIsTwiceInTheList_getsOneNewUuid) {
     prefab.addGameObject(prefab.getGameObject(1));
     prefab.regenerateHierarchyUuids(SEED);
     EXPECT_NE(uuidAt(1), id(2));

@@ -8,7 +8,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-/// A component that tells when it goes.
+/// A component that reports its destruction.
 class FarewellComponent final : public Tessel::PoolableComponent<FarewellComponent, Tessel::IComponent> {
 public:
     explicit FarewellComponent(std::string of) : m_of(std::move(of)) {}
@@ -26,7 +26,7 @@ protected:
 
     [[nodiscard]] static Uuid live(const Uuid& uuid) { return Uuid::combine(INSTANCE, uuid); }
 
-    /// An object in the map that says farewell when it is removed.
+    /// An object in the map that reports its removal.
     GameObject addExisting(const Uuid& uuid, const std::string& name) {
         const GameObject existing = manager().createGameObject();
         manager().addComponent(existing, world().getStorage<FarewellComponent>().create(name),

@@ -1,5 +1,5 @@
-#include <tessel_asset_loading/support/document_fixture.h>
 #include "odd_components.h"
+#include <tessel_asset_loading/support/document_fixture.h>
 
 #include <map>
 #include <stdexcept>
@@ -27,7 +27,7 @@ protected:
         return section->toText();
     }
 
-    /// What writing logs when it comes to the id of a type that has no record.
+    /// The message that writing logs for the id of a type without a record.
     [[nodiscard]] static std::string messageAboutTheUnrecordedType() {
         try {
             (void)ComponentLibrary::instance().componentMeta(NativeComponent<UnrecordedComponent>::getType());

@@ -7,7 +7,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 namespace Loading = Tessel::Loading;
 
-/// The functions of Loading that just fill and empty the cache.
+/// The functions of Loading that only fill and clear the cache.
 class LoadingCache : public ServiceFixture {
 protected:
     LoadingCache() {
@@ -53,7 +53,7 @@ TEST_F(LoadingCache, loadDescriptorAsync_cachesWithoutPreloadingAndIsNotAnswered
 TEST_F(LoadingCache, loadDescriptorAsync_answeredRequest_callsTheFunctionOnce) {
     std::vector<bool> answers;
 
-    // A task without a path parses no section: the one request that is answered, with a prefab without nodes.
+    // A task without a path parses no section: only this request is answered, with a prefab without nodes.
     Loading::loadDescriptorAsync(
         "", [&answers](Tessel::GameObjectPrefab* prefab) { answers.push_back(prefab && prefab->isEmpty()); });
     finishLoads();

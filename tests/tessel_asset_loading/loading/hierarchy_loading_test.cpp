@@ -44,7 +44,7 @@ TEST_F(HierarchyLoading, emptyPath_doesNothing) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(HierarchyLoading, load_goesToTheWorldOfTheParent) {
+TEST_F(HierarchyLoading, load_usesTheWorldOfTheParent) {
     Loading::loadGameObjectIntoHierarchy("none.prefab", parent, std::nullopt, {}, id(42));
 
     EXPECT_EQ(service().loadingQueue().back().worldId, worldId);
@@ -118,7 +118,7 @@ TEST_F(HierarchyLoading, inactiveParent_rootIsAttachedAndStaysInactive) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(HierarchyLoading, parentDiesBeforeCreation_rootIsRemovedSilentlyAndNothingIsCalled) {
+TEST_F(HierarchyLoading, parentRemovedBeforeCreation_rootIsRemovedSilentlyAndNothingIsCalled) {
     int calls = 0;
     loadUnderParent(
         [&calls](auto, auto&, auto) {

@@ -19,7 +19,7 @@ using Tessel::Loading::LoadedCallbackImpl;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// The callback that the loading functions hand to the service, called by hand.
+/// The callback that the loading functions pass to the service, called directly.
 class LoadedCallback : public WorldFixture {
 protected:
     [[nodiscard]] GameObject makeParent(bool isActive) const {
@@ -295,7 +295,7 @@ TEST_F(LoadedCallback, onObjectLoadedIntoHierarchy_getsParentAndAnswerDecides) {
     EXPECT_FALSE(manager().isGameObjectValid(root));
 }
 
-TEST_F(LoadedCallback, releaseCallback_dropsFunctionAndNothingElse) {
+TEST_F(LoadedCallback, releaseCallback_releasesOnlyTheFunction) {
     const auto token = std::make_shared<int>(0);
     int hierarchyCalls = 0;
     const auto callback = makeWith([token](auto, auto&) { return false; },

@@ -10,7 +10,7 @@
 namespace Kiln::TestSupport {
 namespace {
 
-/// Implements what has to be, and keeps the rest of the base.
+/// Implements only the pure virtual operations.
 class MinimalCallback final : public IObjectLoadedCallback {
 public:
     void onObjectLoaded(Tessel::GameObject, Tessel::GameObjectManager&) override {}
@@ -52,7 +52,7 @@ TEST(ObjectLoadedCallback, assignment_keepsTheReferencesOfBoth) {
 
 TEST(ObjectLoadedCallback, virtualOperations_areInOrderBehindTheDestructor) {
     EXPECT_TRUE(std::has_virtual_destructor_v<IObjectLoadedCallback>);
-    EXPECT_EQ(virtualSlot(&IObjectLoadedCallback::onPreactivate), 2U); // Behind the two forms of the destructor.
+    EXPECT_EQ(virtualSlot(&IObjectLoadedCallback::onPreactivate), 2U); // After the two entries of the destructor.
     EXPECT_EQ(virtualSlot(&IObjectLoadedCallback::onObjectLoaded), 3U);
     EXPECT_EQ(virtualSlot(&IObjectLoadedCallback::onObjectLoadedIntoHierarchy), 4U);
     EXPECT_EQ(virtualSlot(&IObjectLoadedCallback::releaseCallback), 5U);

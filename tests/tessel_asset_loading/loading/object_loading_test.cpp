@@ -181,7 +181,7 @@ TEST_F(ObjectLoading, withoutTransform_prefabsOwnIsKept) {
     EXPECT_EQ(find<TransformComponent>(lastRoot)->state, 0);
 }
 
-TEST_F(ObjectLoading, transform_withoutTransformComponent_isReportedAndLoadGoesOn) {
+TEST_F(ObjectLoading, transform_withoutTransformComponent_isReportedAndLoadContinues) {
     Loading::loadGameObject("plain.prefab", worldId, translation(5), counting());
     tick();
 

@@ -68,7 +68,7 @@ TEST_F(Validation, resource_readsTheFile) {
     EXPECT_THAT(handled, ElementsAre(HANDLED_MISMATCH));
 }
 
-TEST_F(Validation, resourceOfGoodFile_isSilentWhateverElseTheSectionHolds) {
+TEST_F(Validation, resourceOfGoodFile_isSilentWithAnyOtherContentOfTheSection) {
     PrefabText good;
     good.root(id(1), "Root");
     writePrefab("good.prefab", good);

@@ -191,7 +191,7 @@ TEST_F(PrefabDescriptor, reapplyOnObject_deadObject_resolvesNoLinks) {
 TEST_F(PrefabDescriptor, virtualOperations_followTheOrderOfTheInterface) {
     const std::size_t first = virtualSlot(&IComponentDescriptor::name);
 
-    EXPECT_GE(first, 2U); // Behind the two forms of the destructor.
+    EXPECT_GE(first, 2U); // After the two entries of the destructor.
     EXPECT_EQ(virtualSlot(&IComponentDescriptor::libraryPath), first + 1);
     EXPECT_EQ(virtualSlot(&IComponentDescriptor::category), first + 2);
     EXPECT_EQ(virtualSlot(&IComponentDescriptor::removeFromObject), first + 3);

@@ -84,7 +84,7 @@ TEST(PrefabComponent, bases_areThoseOfAPooledComponent) {
 
 TEST(PrefabComponent, virtualOperations_areTypeDestructorActivateDeactivate) {
     EXPECT_EQ(virtualSlot(&Tessel::IComponent::type), 0U);
-    EXPECT_EQ(virtualSlot(&Tessel::IComponent::activate), 3U); // Behind the two forms of the destructor.
+    EXPECT_EQ(virtualSlot(&Tessel::IComponent::activate), 3U); // After the two entries of the destructor.
     EXPECT_EQ(virtualSlot(&Tessel::IComponent::deactivate), 4U);
 }
 

@@ -64,7 +64,7 @@ protected:
         return order;
     }
 
-    /// Reactions that are there now but were not before.
+    /// Reactions that were added since.
     [[nodiscard]] std::vector<int> reactionsSince(const std::vector<int>& before) const {
         std::vector<int> added;
         for (const int reaction : reactions()) {
@@ -207,7 +207,7 @@ TEST_F(PostLoadManager, parentDeactivatedBeforeReaction_takesTheRootWithIt) {
     EXPECT_TRUE(manager().isEnabled(root));
 }
 
-TEST_F(PostLoadManager, reactionWhileParentGoesInactive_deactivatesTheRootItself) {
+TEST_F(PostLoadManager, reactionWhileParentIsDeactivated_deactivatesTheRootItself) {
     const GameObject grandparent = makeObject(true);
     const GameObject parent = makeObject(true);
     addHierarchy(parent, grandparent);
@@ -270,7 +270,7 @@ TEST_F(PostLoadManager, rootActivatedAgainByHand_isDeactivatedAgain) {
     EXPECT_FALSE(manager().isActive(root));
 }
 
-TEST_F(PostLoadManager, queryOfAnotherClass_isReportedAndWorkGoesOn) {
+TEST_F(PostLoadManager, queryOfAnotherClass_isReportedAndWorkContinues) {
     const auto entry = QueryIsUniqueAsserter::s_queriesRegistry().find(RootsQuery::makeConfig());
     ASSERT_NE(entry, QueryIsUniqueAsserter::s_queriesRegistry().end());
     EXPECT_EQ(entry->second, typeid(RootsQuery));
@@ -336,7 +336,7 @@ TEST_F(PostLoadManager, otherOperations_keepTheBehaviourOfTheBase) {
 }
 
 TEST_F(PostLoadManager, virtualOperations_areDestructorInitFini) {
-    EXPECT_EQ(virtualSlot(&Tessel::IReactiveManager::init), 2U); // Behind the two forms of the destructor.
+    EXPECT_EQ(virtualSlot(&Tessel::IReactiveManager::init), 2U); // After the two entries of the destructor.
     EXPECT_EQ(virtualSlot(&Tessel::IReactiveManager::fini), 3U);
 }
 

@@ -12,7 +12,7 @@ using Tessel::EntryPoint;
 using Tessel::PrefabComponent;
 using Tessel::PrefabPostLoadManager;
 
-/// What the module has announced by the time it is loaded.
+/// What the module has registered when it is loaded.
 class Registration : public WorldFixture {
 protected:
     [[nodiscard]] static const ComponentRecord& record() {

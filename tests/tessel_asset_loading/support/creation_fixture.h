@@ -30,7 +30,7 @@ protected:
         return {worldId, instance, nullptr, {}};
     }
 
-    /// With the fixture's `config`.
+    /// Creates with the fixture's `config`.
     std::vector<Tessel::GameObject> create(const Tessel::GameObjectPrefab& prefab) {
         return prefab.createGameObjects(config);
     }
@@ -46,7 +46,7 @@ protected:
     [[nodiscard]] std::string parentOf(const std::string& name) const { return parentNameOf(manager(), object(name)); }
     [[nodiscard]] std::string tagOf(const std::string& name) const { return configOf<TagComponent>(name).tag; }
 
-    /// What the platform logs about a link without target.
+    /// The message that the platform logs about a link without a target.
     [[nodiscard]] static std::string unresolved(const std::string& object, const std::string& component,
                                                 const Uuid& uuid) {
         return "4: Game object '" + object + "', component '" + component + "': the link to " + uuid.toString() +
@@ -56,7 +56,7 @@ protected:
     Tessel::GameObjectPrefab::CreateConfig config;
 };
 
-/// What a failed creation returns.
+/// The result of a failed creation.
 MATCHER(IsFailure, "is just the invalid object") {
     return arg.size() == 1 && arg[0] == Tessel::GameObject::INVALID_GAME_OBJECT;
 }

@@ -11,7 +11,7 @@
 
 namespace Kiln::TestSupport {
 
-/// An empty prefab to read into, and a handler that collects what it is told.
+/// An empty prefab to read into, and a handler that collects its messages.
 class DocumentFixture : public WorldFixture {
 protected:
     Tessel::GameObjectPrefab prefab;

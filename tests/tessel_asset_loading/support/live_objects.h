@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// Short ways to look at a world's objects.
+/// Functions to look up a world's objects.
 namespace Kiln::TestSupport {
 
 /// Names in the given order; "<invalid>" for the null handle.

@@ -51,7 +51,7 @@ template <class T>
 ///     Tessel::GameObjectPrefab prefab = lamp.build();
 class PrefabBuilder {
 public:
-    /// A node as it is.
+    /// Adds the node unchanged.
     PrefabBuilder& node(SmartPointer<GameObjectDescriptor> descriptor) {
         m_last = descriptor;
         m_prefab.addGameObject(std::move(descriptor));

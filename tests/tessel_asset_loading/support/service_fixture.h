@@ -19,10 +19,10 @@
 
 namespace Kiln::TestSupport {
 
-/// What happened, in order. Shared, because a callback lives on in the service's queue when its load never ends.
+/// Recorded calls in order. Shared, because a callback stays in the service's queue if its load never finishes.
 using Events = std::shared_ptr<std::vector<std::string>>;
 
-/// The trail of the calling thread as "function (file)", outermost first.
+/// The trail of the current thread as "function (file)", outermost first.
 [[nodiscard]] inline std::vector<std::string> currentTrail() {
     std::vector<std::string> trail;
     for (const StackTracker::Entry& entry : StackTracker::current()) {
@@ -36,7 +36,7 @@ using Events = std::shared_ptr<std::vector<std::string>>;
     return "Kiln::Tessel::PrefabService::" + operation + " (shared_libs\\tessel_asset_loading\\prefab_component)";
 }
 
-/// Writes down what the service calls, and does what the test hangs in.
+/// Records the calls of the service and runs the hooks of the test.
 class RecordingCallback final : public IObjectLoadedCallback {
 public:
     using Hook = std::function<void(Tessel::GameObject root, Tessel::GameObjectManager& manager)>;
@@ -75,7 +75,7 @@ private:
     Events m_events;
 };
 
-/// Occupies the file-I/O workers, of which there is one meanwhile, so that what is submitted stays pending.
+/// Blocks the file-I/O workers, reduced to one during its lifetime, so that submitted tasks stay pending.
 class WorkerGate : NonCopyable {
 public:
     WorkerGate() {
@@ -131,7 +131,7 @@ protected:
         writePrefab(path, prefab);
     }
 
-    /// As writeRoot, with a HookComponent.
+    /// Like writeRoot, with a HookComponent.
     void writeHookedRoot(const std::string& path, const std::string& name) const {
         PrefabText prefab;
         prefab.component("HookComponent", prefab.root(id(1), name), element("tag", name));
@@ -147,7 +147,7 @@ protected:
         service().loadGameObject(section, worldId, uuid, callback, nullptr);
     }
 
-    /// Waits for the background, then makes one frame.
+    /// Waits for the workers, then runs one frame.
     static void finishLoads() {
         waitForWorkers();
         tick();
@@ -162,12 +162,12 @@ protected:
         return uuids;
     }
 
-    /// Where the document of the loader that was queued last arrives.
+    /// The descriptor of the loader that was queued last; it receives the document.
     [[nodiscard]] static Tessel::DescriptorCacheData& lastDescriptor() {
         return *service().loadingQueue().back().descriptor;
     }
 
-    /// Descriptor requests of this test that wait for their answer.
+    /// Number of descriptor requests of this test that have not been answered.
     [[nodiscard]] std::size_t requestsCount() const { return service().descriptorRequestsCount() - m_oldRequests; }
 
 private:

@@ -14,7 +14,7 @@
 /// Component types for tests. Each live component keeps the configuration that it was made from.
 namespace Kiln::TestSupport {
 
-/// A structure that is a property.
+/// A structure that is used as a property.
 struct Measure {
     std::string unit;
     double amount = 0;
@@ -22,7 +22,7 @@ struct Measure {
     friend bool operator==(const Measure&, const Measure&) = default;
 };
 
-/// Every kind of value but links.
+/// Every kind of value except links.
 class ValuesComponent final : public Tessel::PoolableComponent<ValuesComponent, Tessel::IComponent> {
 public:
     struct Config {
@@ -46,7 +46,7 @@ public:
     const Config config;
 };
 
-/// One string; the cheapest way to tell apart where a component came from.
+/// One string, to identify where a component came from.
 class TagComponent final : public Tessel::PoolableComponent<TagComponent, Tessel::IComponent> {
 public:
     struct Config {
@@ -70,7 +70,7 @@ struct Cable {
     Wire wire;
 };
 
-/// Links in every place where a configuration can have them.
+/// Links at every position that a configuration can have them at.
 class LinksComponent final : public Tessel::PoolableComponent<LinksComponent, Tessel::IComponent> {
 public:
     struct Config {

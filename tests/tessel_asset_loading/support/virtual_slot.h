@@ -5,9 +5,9 @@
 
 namespace Kiln::TestSupport {
 
-/// Place of a virtual operation in its class's table, from 0; a virtual destructor takes two places. By the Itanium C++
-/// ABI: a pointer to a virtual member function holds the offset into the table, plus one where the mark of a virtual
-/// function is not kept in its second word.
+/// Index of a virtual operation in its class's table, from 0; a virtual destructor takes two entries. By the Itanium
+/// C++ ABI, a pointer to a virtual member function holds the offset into the table, plus one on targets that do not
+/// mark virtual functions in its second word.
 template <class Operation>
 [[nodiscard]] std::size_t virtualSlot(Operation operation) {
     std::ptrdiff_t words[2];

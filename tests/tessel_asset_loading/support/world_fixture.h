@@ -24,10 +24,10 @@
 namespace Kiln::TestSupport {
 
 /// A fresh world, an empty prefab cache, an empty directory as the only resource root, and the log captured. At the end
-/// of the test everything is as before: no work is left to the background, and the world is gone.
+/// of the test the previous state is restored: no background work is pending, and the world is destroyed.
 ///
-/// Loaders that a test leaves in the service's queue stay there (their world is gone); count from a size that was taken
-/// at the start.
+/// Loaders that a test leaves in the service's queue stay there without a world; count from the queue's size at the
+/// start of the test.
 class WorldFixture : public ::testing::Test {
 protected:
     WorldFixture() {
@@ -55,7 +55,7 @@ protected:
     /// Waits until every background load has run.
     static void waitForWorkers() { EXPECT_TRUE(FileIOTaskManager::instance().waitForIdle(std::chrono::seconds(60))); }
 
-    /// One frame.
+    /// Runs one frame.
     static void tick() { Tessel::EntryPoint::instance().tick(); }
 
     /// Writes a file below the resource root.
@@ -75,8 +75,8 @@ protected:
         return manager().findComponent<T>(object);
     }
 
-    /// The configuration that the component of type T of the object of that name was made from; a default one, and a
-    /// failure of the test, without it.
+    /// The configuration that the component of type T of the object of that name was made from. Without such a
+    /// component the test fails, and the result is a default configuration.
     template <class T>
     [[nodiscard]] typename T::Config configOf(const std::string& name) const {
         const T* const component = find<T>(findByName(manager(), name));

@@ -105,7 +105,7 @@ TEST_F(BlockPoolTest, reactivate_goesToTail) {
     EXPECT_THAT(activeValues(block), ElementsAre(1, 0));
 }
 
-TEST_F(BlockPoolTest, listener_isToldElementAndIndex) {
+TEST_F(BlockPoolTest, listener_getsElementAndIndex) {
     RecordingListener<Item> listener;
     block.setListener(&listener);
     allocateActive(10);

@@ -13,7 +13,7 @@
 
 namespace Kiln::Tessel::PoolTests {
 
-/// A block of four elements; what a test leaves in it is freed and no assertion may be left over.
+/// A block of four elements. The elements that a test leaves in it are freed, and no assertion may be left unread.
 class BlockPoolTest : public testing::Test {
 protected:
     using AllocationState = ElemState::AllocationState;

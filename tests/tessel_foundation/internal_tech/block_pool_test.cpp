@@ -34,7 +34,7 @@ TEST_F(BlockPoolTest, newBlock_allElementsAreFreeInOneChain) {
 
 TEST_F(BlockPoolTest, newBlock_bufferIsZeroFilled) {
     const std::vector<std::byte> zeros(4 * sizeof(Item));
-    // A block that gets the memory of this one may not take over what is in it.
+    // A block that gets the memory of this one must not take over its contents.
     std::make_unique<std::vector<std::byte>>(zeros.size(), std::byte{0xFF}).reset();
     const BlockPool<Item> fresh(4);
     ASSERT_EQ(fresh.bufferSize(), zeros.size());
@@ -187,7 +187,7 @@ TEST_F(BlockPoolTest, deallocate_inactiveElement_isSilent) {
     block.setListener(nullptr);
 }
 
-TEST_F(BlockPoolTest, deallocate_activeElement_leavesAllocatedChainAndTellsListener) {
+TEST_F(BlockPoolTest, deallocate_activeElement_leavesAllocatedChainAndNotifiesListener) {
     RecordingListener<Item> listener;
     allocateActive(0);
     Item* const item = allocateActive(1);

@@ -49,7 +49,7 @@ TEST_F(PoolDirectoryTest, firstBlockWithRoom_isLowestNumberAcrossWords) {
     EXPECT_EQ(directory.firstBlockWithRoom(), 150U);
 }
 
-TEST_F(PoolDirectoryTest, findBlock_findsByAddressWhateverTheOrderOfAddition) {
+TEST_F(PoolDirectoryTest, findBlock_findsByAddressInAnyOrderOfAddition) {
     addBlockAt(5);
     addBlockAt(1);
     addBlockAt(3);

@@ -17,7 +17,7 @@ namespace {
 
 using AllocationState = ElemState::AllocationState;
 
-/// The same pool with the simplest bookkeeping there is.
+/// A model of the pool with the simplest possible bookkeeping.
 struct Model {
     struct Object {
         Item* item;
@@ -116,7 +116,7 @@ protected:
         model.isDeferring = !model.isDeferring;
     }
 
-    /// Walks a chain from its head and checks the links in both directions; gives the indices, the tail in `last`.
+    /// Walks a chain from its head and checks the links in both directions; returns the indices, the tail in `last`.
     static std::vector<std::size_t> chain(const BlockPool<Item>& block, std::int64_t head, std::int64_t& last) {
         std::vector<std::size_t> indices;
         last = -1;

@@ -32,7 +32,7 @@ void AllocationLog::record(std::size_t size) {
 
 } // namespace Kiln::TestSupport
 
-// All forms that allocate one object, so that each pair is consistent whoever else replaces operators (sanitizers do).
+// All forms that allocate one object, so that each pair matches even if sanitizers replace some operators.
 
 void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
     if (Kiln::TestSupport::s_log) {

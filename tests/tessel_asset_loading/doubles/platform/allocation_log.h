@@ -8,7 +8,7 @@
 namespace Kiln::TestSupport {
 
 /// Records the sizes of all blocks, in bytes, that this thread takes with operator new during the lifetime of the
-/// object. Has an effect in programs only that are built with allocation_log.cpp, which replaces the operator.
+/// object. Works only in programs that are built with allocation_log.cpp, which replaces the operator.
 class AllocationLog : NonCopyable {
 public:
     AllocationLog();

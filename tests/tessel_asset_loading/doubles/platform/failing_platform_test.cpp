@@ -1,5 +1,5 @@
-#include <tessel_asset_loading/support/document_fixture.h>
 #include "platform_doubles.h"
+#include <tessel_asset_loading/support/document_fixture.h>
 
 #include <algorithm>
 
@@ -128,7 +128,7 @@ TEST_F(StampingPaths, componentsOfTheDocument_areMadeByTheProcesssLibrary) {
     EXPECT_EQ(findDescriptor<TagComponent>(*loaded->getGameObject(0)).config().tag, "lit");
 }
 
-// Stored game objects that yield no descriptor.
+// Stored game objects without a descriptor.
 
 class NullNodes : public DocumentFixture {
 protected:

@@ -1,5 +1,5 @@
-#include <tessel_asset_loading/support/document_fixture.h>
 #include "platform_doubles.h"
+#include <tessel_asset_loading/support/document_fixture.h>
 
 #include <numeric>
 #include <stdexcept>
@@ -30,7 +30,7 @@ struct ExplosiveRegistration {
 
 const ExplosiveRegistration s_explosiveRegistration;
 
-/// Component types whose registration record can't be fetched.
+/// Component types whose registration record can't be obtained.
 class FailingRecords : public DocumentFixture {
 protected:
     FailingRecords() { document.root(id(1), "Root"); }
@@ -116,7 +116,7 @@ TEST_F(FailingRecords, deserialize_fetchThrows_theVersionIsNotCompared) {
     EXPECT_THAT(handled, IsEmpty());
 }
 
-TEST_F(FailingRecords, deserialize_fetchThrowsAnythingElse_goesToTheCaller) {
+TEST_F(FailingRecords, deserialize_fetchThrowsAnythingElse_isPropagatedToTheCaller) {
     failForTags(std::logic_error("wrong"));
     document.component("ValuesComponent", 0).component("TagComponent", 0);
     EXPECT_THROW(read(&handler), std::logic_error);
@@ -132,7 +132,7 @@ TEST_F(FailingRecords, deserialize_exceptionOnTheWay_keepsWhatWasRead) {
     EXPECT_THAT(componentNames(), ElementsAre("ValuesComponent"));
 }
 
-TEST_F(FailingRecords, deserialize_factoryThrows_goesToTheCallerAndIsNotLogged) {
+TEST_F(FailingRecords, deserialize_factoryThrows_isPropagatedToTheCallerAndNotLogged) {
     document.component("ExplosiveComponent", 0);
     EXPECT_THROW(read(&handler), std::runtime_error);
     EXPECT_THAT(componentNames(), IsEmpty());
@@ -179,7 +179,7 @@ TEST_F(FailingRecords, serialize_fetchThrows_valuesAreNotTakenAsThePrefabsOwn) {
     EXPECT_EQ(tag.prefabProperties().tag, "own");
 }
 
-TEST_F(FailingRecords, serialize_fetchThrows_anExistingPoolStaysAsItIs) {
+TEST_F(FailingRecords, serialize_fetchThrows_anExistingPoolIsUnchanged) {
     document.component("TagComponent", 0);
     const SmartPointer<DataSection> section = document.section();
     failForTags(std::runtime_error("lost"));

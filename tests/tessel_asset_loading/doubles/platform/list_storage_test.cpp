@@ -6,7 +6,7 @@ namespace {
 
 using Tessel::GameObjectPrefab;
 
-/// How the list of nodes takes its memory.
+/// The allocations of the list of nodes.
 class ListStorage : public DocumentFixture {
 protected:
     /// Not a power of two, as the sizes of lists that grow step by step are.

@@ -13,9 +13,9 @@ class ComponentLibrary;
 
 namespace Kiln::TestSupport {
 
-/// Platform operations that this program defines itself, to bring about what files cannot. The dynamic linker prefers a
-/// program's own definitions to those of its libraries, so the module calls these. They do what the object that lives
-/// at the time says, and what the library does otherwise. Main thread.
+/// Platform operations that this program defines itself, to cause failures that files cannot. The dynamic linker
+/// prefers a program's own definitions to those of its libraries, so the module calls these. They follow the object
+/// that is alive at the time, and without one they call the library's operations. Main thread.
 class PlatformDoubles : NonCopyable {
 public:
     PlatformDoubles();
@@ -28,10 +28,10 @@ public:
     /// Called with the type's id before a record is given out; may throw.
     std::function<void(std::size_t id)> onComponentMeta;
 
-    /// Whether the next stored game object, of a document with that source, yields no descriptor.
+    /// Whether the next stored game object, of a document with that source, has no descriptor.
     std::function<bool(const std::string& source)> isGameObjectNull;
 
-    /// Stands in for the component library where it is asked for as a service. Not owned.
+    /// Replaces the component library where it is looked up as a service. Not owned.
     ComponentLibrary* libraryService = nullptr;
 };
 

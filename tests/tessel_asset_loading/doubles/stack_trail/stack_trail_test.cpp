@@ -9,7 +9,7 @@ namespace Kiln {
 
 namespace {
 
-/// What the thread that makes this enters and leaves while it exists. Workers have their own, empty, place.
+/// Records what the thread that constructs this enters and leaves during its lifetime. Other threads record nothing.
 class Trail : NonCopyable {
 public:
     Trail() { s_current = this; }
@@ -46,7 +46,7 @@ private:
 
 } // namespace
 
-// These stand in for the core library's definitions in this whole program: the libraries' calls are bound to the
+// These replace the core library's definitions in this whole program: the libraries' calls are bound to the
 // executable's symbols.
 
 void StackTracker::push(const char* function, const char* file, unsigned /*line*/) {

@@ -25,8 +25,8 @@ ForgetfulLibrary::~ForgetfulLibrary() {
 
 } // namespace TestSupport
 
-// Both stand in for the library's definitions in this whole program: the libraries' calls are bound to the executable's
-// symbols. They do the same by way of the records.
+// Both replace the library's definitions in this whole program: the libraries' calls are bound to the executable's
+// symbols. They do the same by means of the records.
 
 std::size_t ComponentLibrary::findComponent(const std::type_info& type) const {
     if (TestSupport::s_forgotten == TestSupport::Forgotten::HIERARCHY_TYPE &&

@@ -4,13 +4,13 @@
 
 namespace Kiln::TestSupport {
 
-/// What the component library has lost while a ForgetfulLibrary exists; one at a time, main thread.
+/// What the component library denies while a ForgetfulLibrary exists; one at a time, main thread.
 enum class Forgotten {
     HIERARCHY_TYPE,       ///< HierarchyComponent is not registered.
-    HIERARCHY_DESCRIPTOR, ///< It is, but no descriptor of it can be made.
+    HIERARCHY_DESCRIPTOR, ///< It is registered, but no descriptor of it can be made.
 };
 
-/// Types cannot be taken out of the component library; this makes it deny one.
+/// Types cannot be removed from the component library; this makes it deny one.
 class ForgetfulLibrary : NonCopyable {
 public:
     explicit ForgetfulLibrary(Forgotten what);

@@ -9,7 +9,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-/// Integration points whose hierarchy component can't be made anew.
+/// Integration points whose hierarchy component can't be recreated.
 class MergingWithoutHierarchy : public CreationFixture {
 protected:
     static constexpr const char* NOT_REGISTERED = "5: Component with provided type is not registered in the library";
@@ -20,7 +20,7 @@ protected:
         cachePrefab("inner.prefab", inner);
     }
 
-    /// The integration point is all there is, so that without hierarchy component it can be the root.
+    /// The integration point is the only object, so that it can be the root without a hierarchy component.
     [[nodiscard]] static PrefabBuilder pointAlone() {
         PrefabBuilder builder;
         builder.nested(id(2), "Point", id(1), "inner.prefab").with<TagComponent>({"own", {}});

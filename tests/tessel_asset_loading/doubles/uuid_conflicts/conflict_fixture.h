@@ -21,7 +21,7 @@ protected:
         return builder;
     }
 
-    /// Whether the creation failed without leaving anything.
+    /// Whether the creation failed and left no object.
     void expectNothingIsLeft(const std::vector<Tessel::GameObject>& created) const {
         EXPECT_THAT(created, IsFailure());
         EXPECT_EQ(manager().gameObjectsCount(), 0U);

@@ -158,7 +158,7 @@ TEST_F(ConflictRepair, repairedInstance_isLoadedThroughTheService) {
 
     EXPECT_TRUE(isLoaded);
     EXPECT_THAT(logged(), testing::Contains(CONFLICT).Times(1));
-    // The root is told the instance UUID that was asked for; its own is of the other instance.
+    // The root's component gets the requested instance UUID; the root's own UUID is of the other instance.
     const GameObject root = findByName(manager(), "Root");
     EXPECT_EQ(find<Tessel::PrefabComponent>(root)->instanceUuid(), COLLIDING_INSTANCE);
     EXPECT_NE(manager().getGameObjectUuid(root).high(), COLLIDING_INSTANCE.high());

@@ -13,10 +13,10 @@ constexpr Uuid SECOND_NEW{0xE2, 0};
 
 using Combined = std::set<std::pair<Uuid, Uuid>>;
 
-/// Which UUIDs a repair chooses, from what, and what it leaves where it is.
+/// Which UUIDs a repair chooses and combines, and which it keeps.
 class RepairSteps : public ConflictFixture {
 protected:
-    /// The colliding children as a nested prefab, with a child between.
+    /// The colliding children as a nested prefab, with a child between them.
     static void cacheInner(const Uuid& between) {
         PrefabBuilder inner;
         inner.root(id(9), "inner root").child(between, "Between", id(9));
@@ -37,7 +37,7 @@ TEST_F(RepairSteps, success_combinesTheOldAndTheNewInstanceWithEachItem) {
                                            {COLLIDING_INSTANCE, id(3)},
                                            {FIRST_NEW, id(1)},
                                            {FIRST_NEW, id(2)},
-                                           {FIRST_NEW, id(0x12)}, // Its second chance.
+                                           {FIRST_NEW, id(0x12)}, // The second attempt.
                                            {FIRST_NEW, id(3)}})); // The item after it.
     EXPECT_EQ(script.generatedCount(), 1U);
     EXPECT_EQ(uuidOf("Second"), Uuid(FIRST_NEW.high(), 0x12));
@@ -135,7 +135,7 @@ TEST_F(RepairSteps, conflictsInTwoInstances_areRepairedOneByOne) {
     EXPECT_EQ(uuidOf("Fourth"), Uuid(SECOND_NEW.high(), 0x13));
 }
 
-// The parent was derived from the old instance UUID while gathering, and is not derived anew.
+// The parent was derived from the old instance UUID while gathering, and is not derived again.
 TEST_F(RepairSteps, parentOfANestedRoot_staysThatOfTheOldInstance) {
     cachePrefab("inner.prefab", PrefabBuilder().root(id(9), "inner root"));
     PrefabBuilder builder = collidingChildren();
@@ -158,7 +158,7 @@ TEST_F(RepairSteps, movedEntryWhoseNewUuidIsTaken_isDiscarded) {
                                                                     {Uuid(FIRST_NEW.high(), 9), created[3]},
                                                                     {Uuid(FIRST_NEW.high(), 3), created[5]},
                                                                     {Uuid(FIRST_NEW.high(), 0x13), created[6]}}));
-    // Both items' components go to the object that has the UUID; the other one stays without.
+    // The object that has the UUID gets both items' components; the other one gets none.
     EXPECT_EQ(manager().getGameObjectName(created[0]), "Between");
     EXPECT_EQ(manager().getGameObjectName(created[4]), "");
 }
@@ -186,7 +186,7 @@ TEST_F(RepairSteps, failureBesideAnObjectOfTheCallersMap_leavesTheMapAsItWas) {
     EXPECT_THAT(create(collidingChildren(), COLLIDING_INSTANCE), IsFailure());
     EXPECT_THAT(logged(), ElementsAre(CONFLICT, CONFLICT_STAYS, FAILED));
     EXPECT_EQ(config.uuidMap, (std::unordered_map<Uuid, GameObject>{{Uuid(COLLIDING_INSTANCE.high(), 1), existing}}));
-    EXPECT_EQ(manager().gameObjectsCount(), 0U); // The reused root went with the others.
+    EXPECT_EQ(manager().gameObjectsCount(), 0U); // The reused root was removed with the others.
 }
 
 // Documents that get new UUIDs.

@@ -23,7 +23,7 @@ UuidScript::~UuidScript() {
 
 } // namespace TestSupport
 
-// All stand in for the common library's definitions in this whole program: the libraries' calls are bound to the
+// All replace the common library's definitions in this whole program: the libraries' calls are bound to the
 // executable's symbols.
 
 Uuid Uuid::combine(const Uuid& first, const Uuid& second) noexcept {

@@ -11,7 +11,7 @@
 namespace Kiln::TestSupport {
 
 /// In this program, Uuid::combine(a, b) takes its high half from a and its low half from b. In this instance, and in
-/// those nested in it, of the low half only the last hexadecimal digit is left. So
+/// those nested in it, only the last hexadecimal digit of the low half is kept. So
 /// - an instance and the instances nested in it share their object UUIDs: all have the same high half;
 /// - here, descriptors of one instance collide when their last digits are the same, and do so nowhere else.
 inline constexpr Uuid COLLIDING_INSTANCE{0xC0, 0};
@@ -19,8 +19,8 @@ inline constexpr Uuid COLLIDING_INSTANCE{0xC0, 0};
 /// An instance in which descriptors do not collide.
 inline constexpr Uuid PLAIN_INSTANCE{0xA0, 0};
 
-/// Decides what Uuid::generate() yields and notes what Uuid::combine() combines while it exists; one at a time, on the
-/// thread that creates. What is generated beyond the given UUIDs, and without a script, was never generated before.
+/// Sets the results of Uuid::generate() and records the arguments of Uuid::combine() while it exists; one at a time, on
+/// the thread that creates. UUIDs generated beyond the given ones, and without a script, are unique.
 class UuidScript : NonCopyable {
 public:
     explicit UuidScript(std::deque<Uuid> toGenerate = {});
@@ -29,7 +29,7 @@ public:
     /// Number of calls of Uuid::generate().
     [[nodiscard]] std::size_t generatedCount() const { return m_generatedCount; }
 
-    /// What Uuid::combine() was asked to combine, first and second argument; how often and when is nobody's business.
+    /// The arguments of the calls of Uuid::combine(); their number and order are not part of the contract.
     [[nodiscard]] const std::set<std::pair<Uuid, Uuid>>& combined() const { return m_combined; }
 
 private:

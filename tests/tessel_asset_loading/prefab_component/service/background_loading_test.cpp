@@ -21,7 +21,7 @@ constexpr const char* VERSION_MISMATCH =
 constexpr const char* BACKGROUND_TOO_DEEP =
     "5: Nested prefabs depth has exceeded limit. It can be result of recursive references. (backgroundLoad)";
 
-/// The task that a load hands to the file-I/O workers.
+/// The task that a load submits to the file-I/O workers.
 class BackgroundLoading : public ServiceFixture {
 protected:
     /// What was preloaded, on which thread and within which operations.
@@ -280,7 +280,7 @@ TEST_F(BackgroundLoading, exceptionOfPreload_isReportedUnderTheTaskName) {
     EXPECT_THAT(queued(), IsEmpty()); // The document had been published before.
 }
 
-/// Notes when it runs among the loads.
+/// Records when it runs in relation to the loads.
 class MarkerTask final : public BackgroundTask {
 public:
     explicit MarkerTask(std::function<void()> run) : BackgroundTask("MarkerTask"), m_run(std::move(run)) {}
@@ -304,7 +304,7 @@ TEST_F(BackgroundLoading, loads_havePriority96InOrderOfSubmission) {
         loadSection(hookedSection("section"));
         service().loadDescriptor(
             "path.prefab", [](Tessel::GameObjectPrefab*) {}, false);
-        load("late.prefab"); // Not there, and so seen in the log alone.
+        load("late.prefab"); // Missing, and so visible in the log only.
         submit("96 after", 96);
         submit("97", 97);
     }
@@ -312,7 +312,7 @@ TEST_F(BackgroundLoading, loads_havePriority96InOrderOfSubmission) {
     EXPECT_THAT(preloadedTags(), ElementsAre("97", "96 before", "section", "96 after", "95"));
 }
 
-/// Scopes that the profiler is told about, and the preloads within, by thread.
+/// Scopes that the profiler hooks get, and the preloads in them, with their threads.
 struct ProfiledScopes {
     static inline std::mutex mutex; ///< Guards the lines.
     static inline std::vector<std::pair<std::thread::id, std::string>> lines;

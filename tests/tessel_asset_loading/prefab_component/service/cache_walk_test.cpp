@@ -149,7 +149,7 @@ TEST_F(CacheWalk, withBackgroundLoad_fileThatNamesItself_reportsOncePerWalk) {
     EXPECT_EQ(preloaded.size(), 42U);
 }
 
-TEST_F(CacheWalk, emptyReference_isLookedUpAsItIs) {
+TEST_F(CacheWalk, emptyReference_isLookedUpUnchanged) {
     cachePrefab("outer.prefab", PrefabBuilder().root(id(1)).nested(id(2), "Point", id(1), ""));
 
     service().cachePrefabData("outer.prefab", false);

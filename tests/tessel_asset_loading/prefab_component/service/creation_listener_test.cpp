@@ -10,7 +10,7 @@ using Tessel::GameObjectPrefab;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// Writes down what it is asked and answers as the test wants.
+/// Records its calls and returns what the test has set.
 class TestListener final : public ICreationListener {
 public:
     bool acceptsPrefab(const GameObjectPrefab& prefab) override {

@@ -12,7 +12,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 /// PrefabService::loadDescriptor. A request for a path is never answered: the task fills the cache entry of the path
-/// and not the request. For an empty path the task does fill the request, with what reading no section gives.
+/// and not the request. For an empty path the task does fill the request, with the result of reading a null section.
 class LoadDescriptor : public ServiceFixture {
 protected:
     void request(const std::string& path, const std::string& name = "request") {
@@ -196,7 +196,7 @@ TEST_F(LoadDescriptor, callbackThatThrows_isCalledAgainInTheNextTick) {
     EXPECT_EQ(requestsCount(), 0U);
 }
 
-// In a process of its own, since the request stays and makes every later tick throw.
+// In a separate process, because the request stays and makes every later tick throw.
 TEST_F(LoadDescriptor, emptyCallback_makesTickThrowBadFunctionCall) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(

@@ -160,7 +160,7 @@ TEST_F(LoadQueue, cachedPathWithoutRecordedWorlds_recordsNoneAndStartsNoTask) {
     EXPECT_THAT(lastDescriptor().pendingWorlds, IsEmpty());
     EXPECT_EQ(WorkerGate::pendingTasks(), 0U);
     tick();
-    EXPECT_THAT(queued(), IsEmpty()); // Without the worker having done anything.
+    EXPECT_THAT(queued(), IsEmpty()); // The worker has not run.
 }
 
 TEST_F(LoadQueue, pathThatFailedBefore_startsNoTaskAndWaits) {

@@ -12,8 +12,8 @@ using testing::IsEmpty;
 constexpr const char* WORKER = "A worker takes the mutex of the loading queue";
 constexpr const char* ORDER = "The mutex of the loading queue is taken after the cache's";
 
-/// The assertions on the order of the service's two mutexes. A log sink stands for code that runs in places where it
-/// had better not queue a load: a missing file is reported under the cache's mutex.
+/// The assertions on the order of the service's two mutexes. A log sink represents code that queues a
+/// load at a point where it must not: a missing file is reported under the cache's mutex.
 class ServiceLocks : public WorldFixture {
 protected:
     static void queueLoad() { service().loadGameObject(PrefabText().section(), -1, id(1), nullptr, nullptr); }

@@ -12,14 +12,12 @@ using Tessel::GameObjectManager;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// The callbacks of a load: their order, and what they may do.
+/// The callbacks of a load: their order, and which operations they may call.
 class TickCallbacks : public ServiceFixture {
 protected:
-    TickCallbacks() {
-        cachePrefab("lamp.prefab", PrefabBuilder().root(id(1), "Lamp").with<Tessel::PrefabComponent>());
-    }
+    TickCallbacks() { cachePrefab("lamp.prefab", PrefabBuilder().root(id(1), "Lamp").with<Tessel::PrefabComponent>()); }
 
-    /// Queues a load whose callback the test can still hang hooks in; the service holds the only lasting reference.
+    /// Queues a load and returns its callback, to which the test can add hooks; the service owns it.
     RecordingCallback& loadLamp(const std::string& name, const Uuid& uuid = Uuid::generate()) {
         const SmartPointer<RecordingCallback> callback = makeCallback(name);
         load("lamp.prefab", uuid, callback);
@@ -176,7 +174,7 @@ TEST_F(TickCallbacks, onObjectLoadedThatDestroysWorld_silencesTheOthersOfThatWor
 TEST_F(TickCallbacks, everyCallbackMayQueueLoads_whichAreServedInTheNextFrame) {
     RecordingCallback& callback = loadLamp("lamp");
     const auto loadMore = [this](auto, auto&) {
-        for (int i = 0; i < 50; ++i) { // Enough to make the queue grow under the walk.
+        for (int i = 0; i < 50; ++i) { // Enough to make the queue reallocate during the walk.
             load("lamp.prefab", Uuid::generate());
         }
     };
@@ -255,7 +253,7 @@ TEST_F(TickCallbacks, exceptionOfOnObjectLoaded_escapesAndLoaderIsDone) {
     EXPECT_TRUE(areLocksFree());
     EXPECT_THAT(currentTrail(), IsEmpty());
 
-    // The frame did not come to its postTick, so the next one finishes the load.
+    // The frame did not reach its postTick, so the next one finishes the load.
     finishLoads();
     EXPECT_THAT(events(), ElementsAre("lamp: onPreactivate", "lamp: onObjectLoaded", "lamp: onObjectLoaded",
                                       "lamp: onObjectLoadedIntoHierarchy", "lamp: destroyed"));

@@ -9,7 +9,7 @@ using Tessel::PrefabComponent;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// PrefabService::tick: which loaders are served, in which order, and what is left of the queue.
+/// PrefabService::tick: which loaders are completed, in which order, and what stays in the queue.
 class Tick : public ServiceFixture {
 protected:
     [[nodiscard]] std::vector<std::string> names() const { return namesOf(manager(), manager().gameObjects()); }
@@ -133,7 +133,7 @@ TEST_F(Tick, servedLoaders_areReplacedByTheLastOnes) {
 
     tick();
 
-    // The fourth goes: 1 2 3 5. The second goes: 1 5 3.
+    // Removing the fourth leaves 1 2 3 5; removing the second leaves 1 5 3.
     EXPECT_THAT(queued(), ElementsAre(id(1), id(5), id(3)));
 }
 
@@ -194,7 +194,7 @@ TEST_F(Tick, agreeingCallback_rootIsActivated) {
     EXPECT_TRUE(manager().isActive(findByName(manager(), "Lamp")));
 }
 
-TEST_F(Tick, refusingCallback_rootStaysInactiveAndCallbackGoesOn) {
+TEST_F(Tick, refusingCallback_rootStaysInactiveAndCallbackContinues) {
     writeRoot("lamp.prefab", "Lamp");
     const SmartPointer<RecordingCallback> callback = makeCallback("lamp");
     callback->isActivationWanted = false;

@@ -88,7 +88,7 @@ TEST_F(WorldDestruction, severalEntries_justTheAbandonedOnesAreDropped) {
     }
 }
 
-TEST_F(WorldDestruction, entryPoint_tellsTheService) {
+TEST_F(WorldDestruction, entryPoint_notifiesTheService) {
     const int otherId = EntryPoint::instance().createWorld();
     const auto entry = makeEntry("a.prefab", {otherId});
 
@@ -115,7 +115,7 @@ TEST_F(WorldDestruction, whileLoadIsPending_taskFillsNewEntryAndLoaderWaits) {
     EXPECT_THAT(queued(), ElementsAre(id(100)));
 }
 
-TEST_F(WorldDestruction, whileWorkerParses_mainThreadIsTold) {
+TEST_F(WorldDestruction, whileWorkerParses_doesNotWaitForTheWorker) {
     writeHookedRoot("lamp.prefab", "lamp");
     std::atomic<bool> isPreloading = false;
     std::atomic<bool> mayEnd = false;
