@@ -17,7 +17,7 @@ using TestSupport::LinksComponent;
 using TestSupport::TagComponent;
 using TestSupport::ValuesComponent;
 
-/// Control characters would break the lines.
+/// Escapes line breaks and tabs, so that a text stays on its line.
 [[nodiscard]] std::string quoted(const std::string& text) {
     std::string result = "\"";
     for (const char character : text) {
@@ -127,7 +127,7 @@ private:
         }
     }
 
-    /// Elements have no defaults to be left out.
+    /// Elements have no defaults, so all are written.
     void addElement(const mirra::ValueType& type, void* value) {
         if (type.kind() != mirra::ValueKind::STRUCTURE) {
             addValue(type, value, value);

@@ -1,8 +1,8 @@
-// Runs scenarios and compares what comes of them with their baselines, `hierarchy.txt` and `log.txt`.
+// Runs scenarios and compares their results with the baselines `hierarchy.txt` and `log.txt`.
 //
 //     run_scenarios [--accept] <folder>...
 //
-// With --accept the baselines are written instead. Exit status 1 when one differs or is missing, 2 when a scenario
+// With --accept the baselines are written instead. The exit status is 1 if one differs or is missing, 2 if a scenario
 // can't be run.
 
 #include "scenario.h"

@@ -1,6 +1,7 @@
 #include "scenario.h"
 
 #include "live_text.h"
+#include "log_text.h"
 
 #include <core/assertions.h>
 #include <core/log.h>
@@ -47,7 +48,7 @@ constexpr const char* DEFAULT_INSTANCE = "11111111-0000-4000-8000-000000000000";
 class Scenario : NonCopyable {
 public:
     explicit Scenario(const std::filesystem::path& folder) : m_folder(folder) {
-        FileIOTaskManager::instance().setThreadCount(1); // So that messages of workers come in one order.
+        FileIOTaskManager::instance().setThreadCount(1); // One worker makes the order of its messages fixed.
         Loading::fullyClearCache();
         FS::Utils::clearResourceRoots();
         FS::Utils::addResourceRoot(folder.string());
@@ -77,11 +78,12 @@ public:
         }
         waitForWorkers();
         frame();
-        return {hierarchy(), log()};
+        const bool isFolding = description.value("foldDepthMessages", true);
+        return {hierarchy(), toText(isFolding ? foldDepthMessages(m_log) : m_log)};
     }
 
 private:
-    /// Notes the calls that a load's callback gets.
+    /// Logs the calls of a load's callback.
     class NotingCallback final : public IObjectLoadedCallback {
     public:
         NotingCallback(Scenario& scenario, bool isActivated) : m_scenario(scenario), m_isActivated(isActivated) {}
@@ -122,22 +124,11 @@ private:
         for (std::size_t end; (end = line.find('\n')) != std::string::npos;) {
             line.replace(end, 1, "\\n");
         }
-        for (std::size_t place; (place = line.find(m_folder.string())) != std::string::npos;) {
-            line.replace(place, m_folder.string().size(), "<folder>");
+        for (std::size_t start; (start = line.find(m_folder.string())) != std::string::npos;) {
+            line.replace(start, m_folder.string().size(), "<folder>");
         }
         const std::scoped_lock lock(m_logMutex);
-        if (m_log.empty() || m_log.back().first != line) {
-            m_log.emplace_back(line, 0);
-        }
-        ++m_log.back().second;
-    }
-
-    [[nodiscard]] std::string log() const {
-        std::string text;
-        for (const auto& [line, count] : m_log) {
-            text += line + (count > 1 ? " (" + std::to_string(count) + " times)\n" : "\n");
-        }
-        return text;
+        append(m_log, {std::move(line)});
     }
 
     int worldId(const std::string& name) {
@@ -152,7 +143,7 @@ private:
             load(step);
             return;
         }
-        waitForWorkers(); // Loads meet the other steps finished, whatever the threads do.
+        waitForWorkers(); // Makes the order of loads and other steps independent of threads.
         if (kind == "validate") {
             validate(step.at(kind));
         } else if (kind == "cache") {
@@ -239,8 +230,8 @@ private:
     int m_frame = 0;
     std::size_t m_oldLoaders = service().loadingQueue().size();
     AssertionHandler m_previousHandler;
-    std::mutex m_logMutex;
-    std::vector<std::pair<std::string, int>> m_log; ///< Lines, and how often each stands there in a row.
+    std::mutex m_logMutex; ///< Guards m_log while workers run.
+    std::vector<LogLine> m_log;
     ScopedLogSink m_sink{[this](const LogMessage& message) {
         note("[" + std::to_string(message.severity) + "] " + std::string(message.text) +
              (message.category.empty() ? "" : " (" + std::string(message.category) + ")"));
