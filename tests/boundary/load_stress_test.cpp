@@ -229,7 +229,7 @@ TEST_F(LoadStress, callbacksThatLoad_everyChainRunsToItsEnd) {
 /// Loads while the cache is cleared, other prefabs are cached and worlds are destroyed, all at random.
 class LoadStressWithDisturbances : public LoadStress {
 protected:
-    /// Caches prefabs on a thread of its own, as a loading screen may, until the object is destroyed.
+    /// Caches prefabs on another thread, as a loading screen may, until the object is destroyed.
     class CachingThread : NonCopyable {
     public:
         CachingThread() : m_thread([this] { run(); }) {}

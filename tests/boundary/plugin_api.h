@@ -11,7 +11,7 @@
 
 namespace Kiln::BoundaryTests {
 
-/// The functions that a plug-in of these tests offers its host, in terms of the platform alone. "Its view" is what the
+/// The functions that a plug-in of these tests offers its host, in terms of the platform only. "Its view" is what the
 /// plug-in's own code and type information return.
 struct PluginApi {
     Tessel::ComponentTypeId (*prefabTypeId)();  ///< Its view of PrefabComponent's type id.

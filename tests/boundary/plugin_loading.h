@@ -21,7 +21,7 @@ inline void require(bool condition, const std::string& what) {
     }
 }
 
-/// Loads a shared object by its name alone.
+/// Loads a shared object by its name.
 [[nodiscard]] inline void* openLibrary(const std::string& directory, const std::string& name) {
     void* const library = dlopen((directory + "/" + name).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library) {

@@ -50,9 +50,9 @@ protected:
     /// All objects, the root first and the others in order of creation, described as expected.json does.
     [[nodiscard]] std::vector<ExpectedObject> describeAll(GameObject root) const {
         std::vector<GameObject> objects = manager().gameObjects();
-        const auto place = std::find(objects.begin(), objects.end(), root);
-        EXPECT_NE(place, objects.end());
-        std::rotate(objects.begin(), place, place + 1);
+        const auto rootPosition = std::find(objects.begin(), objects.end(), root);
+        EXPECT_NE(rootPosition, objects.end());
+        std::rotate(objects.begin(), rootPosition, rootPosition + 1);
         std::unordered_map<GameObject, std::size_t> indices;
         for (std::size_t i = 0; i < objects.size(); ++i) {
             indices.emplace(objects[i], i);

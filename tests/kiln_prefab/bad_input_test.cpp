@@ -147,7 +147,7 @@ TEST_F(BadInput, nestingBelowTheLimit_isNotCreated) {
         const std::string name = level == 0 ? "bad" : std::to_string(level);
         write(name + ".prefab", PrefabText()
                                     .object(id(1), name)
-                                    .object(id(2), "Place")
+                                    .object(id(2), "Point")
                                     .parent(1, id(1))
                                     .nest(1, std::to_string(level + 1) + ".prefab"));
     }

@@ -9,10 +9,10 @@ using Nesting = KilnPrefabFixture;
 TEST_F(Nesting, nestedObjects_areListedUnderTheirLiveParents) {
     write("inner.prefab", PrefabText().object(id(1), "Inner").object(id(2), "Leaf").parent(1, id(1)));
     write("outer.prefab",
-          PrefabText().object(id(1), "Outer").object(id(2), "Place").parent(1, id(1)).nest(1, "inner.prefab"));
+          PrefabText().object(id(1), "Outer").object(id(2), "Point").parent(1, id(1)).nest(1, "inner.prefab"));
     const std::vector<Json> instances = spawnJson({"outer.prefab"});
     ASSERT_EQ(instances.size(), 1U);
-    ASSERT_EQ(names(instances[0]), (std::vector<std::string>{"Outer", "Place", "Leaf"}));
+    ASSERT_EQ(names(instances[0]), (std::vector<std::string>{"Outer", "Point", "Leaf"}));
     EXPECT_EQ(instances[0]["objects"][1]["parent"], 0);
     EXPECT_EQ(instances[0]["objects"][2]["parent"], 1);
 }
@@ -36,7 +36,7 @@ TEST_F(Nesting, nestingToTheLimit_isCreated) {
 
 TEST_F(Nesting, instances_doNotDependOnPrefabsLoadedBefore) {
     write("outer.prefab",
-          PrefabText().object(id(1), "Outer").object(id(2), "Place").parent(1, id(1)).nest(1, "gone.prefab"));
+          PrefabText().object(id(1), "Outer").object(id(2), "Point").parent(1, id(1)).nest(1, "gone.prefab"));
     const std::vector<Json> instances = spawnJson({"outer.prefab", "gone.prefab"});
     ASSERT_EQ(instances.size(), 2U);
     EXPECT_EQ(logTexts(instances[1]), std::vector<std::string>{"Prefab not found gone.prefab"});

@@ -107,7 +107,7 @@ TEST_F(Options, root_isWherePathsAreLookedUp) {
 TEST_F(Options, root_isWhereNestedPrefabsAreLookedUp) {
     write("content/inner.prefab", simplePrefab());
     write("content/outer.prefab",
-          PrefabText().object(id(1), "Outer").object(id(2), "Place").parent(1, id(1)).nest(1, "inner.prefab"));
+          PrefabText().object(id(1), "Outer").object(id(2), "Point").parent(1, id(1)).nest(1, "inner.prefab"));
     EXPECT_EQ(spawn({"--root", "content", "outer.prefab"}).exitStatus, 0);
 }
 

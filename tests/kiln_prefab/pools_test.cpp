@@ -25,7 +25,8 @@ protected:
 
     [[nodiscard]] static std::size_t count(const std::string& text, const std::string& part) {
         std::size_t found = 0;
-        for (std::size_t place = text.find(part); place != std::string::npos; place = text.find(part, place + 1)) {
+        for (std::size_t position = text.find(part); position != std::string::npos;
+             position = text.find(part, position + 1)) {
             ++found;
         }
         return found;

@@ -1,5 +1,5 @@
 // White space in values is kept and white space between elements is not, wherever comments, CDATA sections and
-// processing instructions stand: random documents against the texts that they were made from.
+// processing instructions are: random documents against the texts that they were made from.
 
 #include <resource/data_section.h>
 

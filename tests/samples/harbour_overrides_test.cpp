@@ -66,7 +66,7 @@ protected:
     [[nodiscard]] double depth(const std::vector<std::string>& names) {
         return manager().findComponent<BerthComponent>(object(names))->depth;
     }
-    [[nodiscard]] Matrix place(const std::vector<std::string>& names) {
+    [[nodiscard]] Matrix localTransform(const std::vector<std::string>& names) {
         return manager().findComponent<TransformComponent>(object(names))->local;
     }
     [[nodiscard]] std::string resource(const std::vector<std::string>& names) {
@@ -143,8 +143,8 @@ TEST_F(HarbourOverrides, overriddenResource_nestsAnotherPrefabInOneInstance) {
 }
 
 TEST_F(HarbourOverrides, componentOfAnIntegrationPoint_isOverriddenThroughItsOwnOverridesData) {
-    EXPECT_EQ(place({"North quay", "Crane"}), Matrix::translation(20, 0, 4));
-    EXPECT_EQ(place({"South quay", "Crane"}), Matrix::translation(40, 0, 4));
+    EXPECT_EQ(localTransform({"North quay", "Crane"}), Matrix::translation(20, 0, 4));
+    EXPECT_EQ(localTransform({"South quay", "Crane"}), Matrix::translation(40, 0, 4));
 }
 
 TEST_F(HarbourOverrides, secondInstance_hasTheSameOverridesAtTheSamePlaces) {

@@ -7,7 +7,7 @@
 namespace Kiln::ScenarioRunner {
 
 /// A world's objects as text, one line each and one for each component, children below their parents: for a reader, and
-/// to be compared line by line. Roots stand in the order of their creation, properties only when they are not at their
+/// to be compared line by line. Roots are in the order of their creation; properties are omitted if they are at their
 /// defaults.
 [[nodiscard]] std::string liveText(Tessel::World& world);
 

@@ -10,7 +10,7 @@ namespace {
 /// Buffers of ten bytes inside one array, so that their order by address is known.
 class PoolDirectoryTest : public testing::Test {
 protected:
-    std::size_t addBlockAt(std::size_t place) { return directory.addBlock(&bytes[place * 20], 10); }
+    std::size_t addBlockAt(std::size_t position) { return directory.addBlock(&bytes[position * 20], 10); }
 
     std::array<char, 4000> bytes{};
     PoolDirectory directory;

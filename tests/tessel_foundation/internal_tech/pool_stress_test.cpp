@@ -88,8 +88,8 @@ protected:
         }
     }
 
-    void free(std::size_t place) {
-        const Model::Object object = model.objects[place];
+    void free(std::size_t objectIndex) {
+        const Model::Object object = model.objects[objectIndex];
         Model::Block& block = model.blocks[blockOf(*object.item)];
         const std::size_t index = object.item->block()->indexOf(object.item);
         EXPECT_EQ(object.item->value, object.value);
@@ -97,7 +97,7 @@ protected:
         std::erase(block.activeIndices, index);
         std::erase(block.deferred, index);
         block.freeIndices.push_back(index);
-        model.objects[place] = model.objects.back();
+        model.objects[objectIndex] = model.objects.back();
         model.objects.pop_back();
     }
 

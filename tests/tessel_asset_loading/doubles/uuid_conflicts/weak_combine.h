@@ -13,7 +13,7 @@ namespace Kiln::TestSupport {
 /// In this program, Uuid::combine(a, b) takes its high half from a and its low half from b. In this instance, and in
 /// those nested in it, only the last hexadecimal digit of the low half is kept. So
 /// - an instance and the instances nested in it share their object UUIDs: all have the same high half;
-/// - here, descriptors of one instance collide when their last digits are the same, and do so nowhere else.
+/// - only here, descriptors of one instance collide if their last digits are the same.
 inline constexpr Uuid COLLIDING_INSTANCE{0xC0, 0};
 
 /// An instance in which descriptors do not collide.

@@ -29,7 +29,7 @@ protected:
         }
     }
 
-    /// A file that names itself through its root alone, as every prefab that is loaded by path does.
+    /// A file whose only reference is its root's, to the file itself; every prefab that is loaded by path has that one.
     void writeHooked(const std::string& path) const { writeHookedRoot(path, "hook"); }
 
     std::vector<std::string> preloaded;
