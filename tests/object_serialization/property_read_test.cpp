@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <ostream>
 
 namespace Kiln::SerializationTests {
 namespace {
@@ -176,6 +177,11 @@ struct Unreadable {
     std::string property;
     std::string type;
     std::string text;
+
+    /// Part of the test's name.
+    friend std::ostream& operator<<(std::ostream& stream, const Unreadable& value) {
+        return stream << value.property << " '" << value.text << "'";
+    }
 };
 
 class UnreadableValue : public PropertiesFixture<ValuesComponent>, public testing::WithParamInterface<Unreadable> {};

@@ -2,6 +2,8 @@
 
 #include <object_framework/hierarchy_component.h>
 
+#include <ostream>
+
 namespace Kiln::SerializationTests {
 namespace {
 
@@ -62,6 +64,11 @@ struct Need {
     std::uint32_t roles;
     std::uint32_t options;
     bool isNeeded;
+
+    /// Part of the test's name.
+    friend std::ostream& operator<<(std::ostream& stream, const Need& need) {
+        return stream << "roles " << need.roles << " options " << need.options;
+    }
 };
 
 class NeedToDeserialize : public testing::TestWithParam<Need> {
