@@ -77,14 +77,3 @@ function(kiln_add_library name)
         set_property(GLOBAL APPEND PROPERTY KILN_EXPORT_SETS ${KILN_EXPORT_SET})
     endif()
 endfunction()
-
-# kiln_add_present_subdirectories(<folder>...)
-#
-# add_subdirectory for each folder that has a CMakeLists.txt.
-function(kiln_add_present_subdirectories)
-    foreach(folder IN LISTS ARGN)
-        if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/CMakeLists.txt")
-            add_subdirectory(${folder})
-        endif()
-    endforeach()
-endfunction()
