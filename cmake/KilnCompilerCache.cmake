@@ -1,6 +1,6 @@
-# Compiles through ccache where it is installed. Sharing one precompiled header among the tests needs the two relaxations:
-# ccache otherwise refuses every compilation that uses one. With the base directory, and without the build directory in
-# the key, a clone in another place finds what this one has compiled.
+# Compiles through ccache if it is installed. The tests share a precompiled header; without the two relaxations ccache
+# would cache no compilation that uses one. The base directory makes paths relative, and NOHASHDIR leaves the build
+# directory out of the key, so that clones in different directories share their results.
 
 find_program(KILN_CCACHE_PROGRAM ccache)
 mark_as_advanced(KILN_CCACHE_PROGRAM)

@@ -4,35 +4,36 @@
 #     [PUBLIC_LINKS <target>...]
 #     [PRIVATE_LINKS <target>...])
 #
-# Makes the shared library <name>, alias Kiln::<name>, file libkiln_<name>.so, out of the folder <name> it is called from.
+# Adds the shared library <name> with the alias Kiln::<name> and the file name libkiln_<name>.so. Call it from the
+# folder <name>.
 #
-# HEADERS are the public headers. They are included and installed relative to the folder above (<core/log.h>), and each
-# is checked to compile alone by the target all_verify_interface_header_sets. Headers that are not public are not listed.
+# HEADERS are the public headers. They are included and installed relative to the parent folder (<core/log.h>), and the
+# target all_verify_interface_header_sets compiles each of them alone. List internal headers with the sources.
 # <name>/export.h is generated and defines KILN_<NAME>_EXPORT.
 #
-# The folder's group decides about installation through two variables: KILN_EXPORT_SET, the export set of the library, and
+# The caller controls installation with two variables: KILN_EXPORT_SET, the export set of the library, and
 # KILN_INSTALL_COMPONENT.
 
 include(GenerateExportHeader)
 
-option(KILN_VERIFY_HEADERS "Offer all_verify_interface_header_sets, which compiles each public header alone" OFF)
+option(KILN_VERIFY_HEADERS "Provide all_verify_interface_header_sets, which compiles each public header alone" OFF)
 
 set(KILN_GENERATED_DIR "${PROJECT_BINARY_DIR}/generated")
 set(KILN_INSTALL_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/kiln")
 
 # kiln_set_shared_object_options(<target>)
 #
-# For libraries and plug-ins alike. A shared object is never unmapped: type ids, type names and component operations that
-# it registered are referred to until the process ends.
+# Sets the options that libraries and plug-ins have in common. A shared object is never unmapped, because type ids, type
+# names and component operations that it registered are in use until the process ends.
 function(kiln_set_shared_object_options target)
     target_link_options(${target} PRIVATE LINKER:-z,nodelete)
-    # Undefined symbols fail the link, so a library has to name what it depends on. clang's sanitizer runtimes are in the
-    # executable only, which leaves their symbols open in a shared object.
+    # Undefined symbols fail the link, so a library must link all of its dependencies. clang links its sanitizer
+    # runtimes into the executable only, so their symbols stay undefined in a shared object.
     if(NOT KILN_SANITIZE)
         target_link_options(${target} PRIVATE LINKER:-z,defs)
     endif()
-    # Lets g++ inline a library's own exported functions, as clang does. Calls between libraries can still be bound to
-    # another definition.
+    # Lets g++ inline a library's own exported functions, as clang does. The dynamic linker can still bind calls between
+    # libraries to another definition.
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
     kiln_enable_warnings(${target})
 endfunction()
@@ -44,7 +45,7 @@ function(kiln_add_library name)
     endif()
     cmake_path(GET CMAKE_CURRENT_SOURCE_DIR FILENAME folder)
     if(NOT folder STREQUAL name)
-        message(FATAL_ERROR "kiln_add_library(${name}): a library is named like its folder, which is ${folder}")
+        message(FATAL_ERROR "kiln_add_library(${name}): a library must have the name of its folder, ${folder}")
     endif()
     cmake_path(GET CMAKE_CURRENT_SOURCE_DIR PARENT_PATH include_root)
     string(TOUPPER "KILN_${name}" macro_prefix)

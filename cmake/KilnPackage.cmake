@@ -1,7 +1,7 @@
 # kiln_install_package(<package> COMPONENT <component> EXPORT_SETS <set>...)
 #
-# Installs what find_package(<package>) needs: one targets file for each export set that has libraries, the version file
-# and the configuration from cmake/<package>Config.cmake.in. A package without libraries is not installed.
+# Installs the files that find_package(<package>) reads: one targets file for each export set that has libraries, the
+# version file, and the configuration from cmake/<package>Config.cmake.in. Does not install a package without libraries.
 
 include(CMakePackageConfigHelpers)
 

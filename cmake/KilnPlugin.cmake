@@ -1,7 +1,7 @@
 # kiln_add_component_library(<name> SOURCES <source>... [LINKS <target>...])
 #
-# Makes lib/lib<name>.so, a plug-in whose static objects register components when it is loaded with dlopen. Programs do
-# not link it; a test or sample that loads it declares the dependency with add_dependencies or DEPENDS.
+# Adds the plug-in lib/lib<name>.so. Its static objects register components when dlopen loads it. Programs do not link
+# it; a test or sample that loads it declares the dependency with add_dependencies or DEPENDS.
 
 function(kiln_add_component_library name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")

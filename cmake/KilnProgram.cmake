@@ -1,6 +1,7 @@
 # kiln_add_program(<name> SOURCES <source>... [LINKS <target>...] [DEPENDS <target>...] [INSTALL])
 #
-# Makes bin/<name>. DEPENDS names plug-ins that the program loads at run time.
+# Adds the program bin/<name>. DEPENDS names plug-ins that the program loads at run time. INSTALL installs the program
+# with the tools.
 
 function(kiln_add_program name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "INSTALL" "" "SOURCES;LINKS;DEPENDS")

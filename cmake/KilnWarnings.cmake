@@ -1,7 +1,7 @@
 # kiln_enable_warnings(<target>)
 #
-# Compiles the target's own sources with the project's warnings. They are carried by an interface target that is linked
-# privately for the build only; it is in no export set.
+# Compiles the target's own sources with the project's warnings. An interface target carries the options. It is linked
+# privately and for the build only, and belongs to no export set.
 
 add_library(kiln_warnings INTERFACE)
 target_compile_options(kiln_warnings INTERFACE

@@ -1,7 +1,7 @@
-// Loads the harbour into a world and prints what stands in it.
+// Loads the harbour into a world and prints the tree of its objects.
 //
-// The harbour uses components of a plug-in (samples/harbour_components), which this program does not load. Components
-// that nobody has registered are left out; the objects and their hierarchy are there all the same.
+// The harbour uses components of a plug-in (samples/harbour_components), which this program does not load. Loading
+// skips unregistered components, but creates all objects and their hierarchy.
 
 #include "sample_support.h"
 
@@ -23,11 +23,11 @@ int main(int argc, char** argv) {
         Samples::printTree(manager, root);
         std::printf("%zu objects\n", manager.gameObjectsCount());
         isLoaded = true;
-        return true; // false would remove the objects again
+        return true; // Returning false would remove the objects again.
     });
 
-    // The file is read in the background; the frame that finds it read creates the objects and calls back. A load that
-    // fails is reported in the log and never calls back, so give up after a while.
+    // A worker reads the file. The first frame after that creates the objects and calls the function. A failed load is
+    // reported in the log and never calls the function, so give up after ten seconds.
     for (int frame = 0; frame < 1000 && !isLoaded; ++frame) {
         entryPoint.tick();
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

@@ -1,4 +1,4 @@
-// Loads a crane as a child of an object that exists already, at a place of its own.
+// Loads a crane as a child of an existing object, with a transform of its own.
 
 #include "sample_support.h"
 
@@ -26,7 +26,7 @@ int main(int argc, char** argv) {
             Samples::printPlace(manager, root);
             return true;
         },
-        std::nullopt, // The instance UUID; a new one is generated.
+        std::nullopt, // No instance UUID, so a new one is generated.
         [&](GameObject root, GameObjectManager& manager, GameObject parent) {
             std::printf("%s stands on %s\n", manager.getGameObjectName(root).c_str(),
                         manager.getGameObjectName(parent).c_str());

@@ -1,4 +1,4 @@
-// Gives the program a component of its own, loads a document that uses it, and works on all components of that type.
+// Registers a component of the program, loads a document that uses it, and processes all components of that type.
 
 #include "sample_support.h"
 
@@ -13,13 +13,13 @@
 using namespace Kiln;
 using namespace Kiln::Tessel;
 
-// Types are told apart by their names, in the whole process, so a component is in no unnamed namespace.
+// The name of a type identifies it in the whole process, so a component must not be in an unnamed namespace.
 namespace Samples {
 
 /// A buoy that drifts with the tide.
 class BuoyComponent final : public PoolableComponent<BuoyComponent, IComponent> {
 public:
-    /// What a prefab stores. Properties that a prefab leaves out keep these values.
+    /// The values that a prefab stores. Properties that a prefab leaves out keep these defaults.
     struct Config {
         float drift = 0; ///< Metres per frame.
     };
@@ -27,7 +27,7 @@ public:
     explicit BuoyComponent(const Config& config) : drift(config.drift) {}
 
     float drift;
-    float distance = 0; ///< Metres so far.
+    float distance = 0; ///< Metres since the buoy was created.
 };
 
 } // namespace Samples
@@ -36,7 +36,7 @@ namespace {
 
 using Samples::BuoyComponent;
 
-// A static object announces the component under the name that prefabs use, and describes what they store.
+// A static object registers the component under the name that prefabs use, and describes its properties.
 const ComponentRegistration<BuoyComponent> buoyRegistration("BuoyComponent", [](auto& config) {
     config.template addProperty<&BuoyComponent::Config::drift>("drift");
 });
@@ -96,7 +96,7 @@ int main(int argc, char** argv) {
         return 1;
     }
 
-    // A query holds the active objects that have all its components. It is shared by all who ask for the same types.
+    // A query lists the active objects that have all of its components. Callers with the same query type share it.
     using Buoys = Query<BuoyComponent, GameObject>;
     World& world = *EntryPoint::instance().findValidWorld(worldId);
     const std::shared_ptr<Buoys> buoys =

@@ -1,5 +1,5 @@
-// Builds a prefab in memory, writes it to a file and reads it again. A second argument names the file; without it, the
-// file goes to the system's directory for temporary files.
+// Builds a prefab in memory, writes it to a file and reads it again. The second argument names the file; without it,
+// the program writes to the system's directory for temporary files.
 
 #include "sample_support.h"
 
@@ -28,7 +28,8 @@ SmartPointer<GameObjectDescriptor> addObject(GameObjectPrefab& prefab, const cha
     return object;
 }
 
-/// Gives an object a component of type T and returns its configuration, to be filled in before the prefab is written.
+/// Adds a component of type T to an object. Returns its configuration, which the caller fills before writing the
+/// prefab.
 template <class T>
 typename T::Config& addComponent(GameObjectDescriptor& object) {
     const ComponentLibrary& library = ComponentLibrary::instance();
@@ -52,7 +53,7 @@ int main(int argc, char** argv) {
     addComponent<HierarchyComponent>(*steps).parent.setUuid(root->uuid());
     addComponent<TransformComponent>(*steps).local = Matrix::translation(3, -1, 0);
 
-    // An object with a parent and a PrefabComponent is the place where another prefab is nested.
+    // An object with a parent and a PrefabComponent nests another prefab.
     const SmartPointer<GameObjectDescriptor> lamp = addObject(jetty, "Lamp at the end");
     addComponent<HierarchyComponent>(*lamp).parent.setUuid(root->uuid());
     addComponent<TransformComponent>(*lamp).local = Matrix::translation(12, 0, 0);

@@ -1,4 +1,4 @@
-// Loads one document twice: as it is stored, and with overrides that hold for that instance only.
+// Loads one document twice: with its stored values, and with overrides that apply to that instance only.
 
 #include "sample_support.h"
 
@@ -13,7 +13,8 @@ using namespace Kiln::Tessel;
 
 namespace {
 
-// The first record addresses the root, whatever its UUID is; the second one the trolley, by its UUID in crane.prefab.
+// The zero UUID of the first record addresses the root; the second record addresses the trolley by its UUID in
+// crane.prefab.
 constexpr const char* MOVED = R"(<overrides>
     <gameObject>
         <uuid>00000000-0000-0000-0000-000000000000</uuid>
@@ -38,8 +39,8 @@ void printPlaces(const GameObjectManager& manager, GameObject object) {
     }
 }
 
-/// Loads a crane and prints where its parts are. A document that is loaded from a section does not name its file, so
-/// its root has no PrefabComponent; the log remarks on that.
+/// Loads a crane and prints the positions of its parts. A document that is loaded from a section does not name its
+/// file, so its root has no PrefabComponent, and the log contains a message about this.
 bool showCrane(int worldId, SmartPointer<OverrideRecords> overrides) {
     bool isLoaded = false;
     Loading::loadGameObjectSection(FS::Utils::openXmlSection("harbour/crane.prefab", false), worldId, {},

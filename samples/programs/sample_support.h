@@ -1,6 +1,6 @@
 #pragma once
 
-// What the sample programs share and what is not worth reading in each of them.
+// Code that the sample programs share: resource roots, the log, frames, output.
 
 #include <core/log.h>
 #include <core/non_copyable.h>
@@ -18,8 +18,8 @@
 
 namespace Samples {
 
-/// Looks prefabs up in the directory that the first argument names, or in "samples", and shows each different line of
-/// the log once, on stderr. Make one at the beginning of main.
+/// Looks up prefabs in the directory that the first argument names, or in "samples", and prints each different line of
+/// the log once, on stderr. Create one at the beginning of main.
 class Environment : Kiln::NonCopyable {
 public:
     Environment(int argc, char** argv)
@@ -31,16 +31,16 @@ public:
         Kiln::FS::Utils::addResourceRoot(argc > 1 ? argv[1] : "samples");
     }
 
-    /// Loading ahead may still be under way and write to the log, so its end is waited for.
+    /// Waits for background loading, which may still write to the log.
     ~Environment() { Kiln::FileIOTaskManager::instance().shutdown(); }
 
 private:
-    std::set<std::string> m_shown; // Used under the log's lock only.
+    std::set<std::string> m_shown; // The log holds its lock while it calls the sink, so no other lock is needed.
     Kiln::ScopedLogSink m_sink;
 };
 
-/// Runs frames until `isDone` is set. A load that fails is never reported to its callback, so this gives up after ten
-/// seconds; returns `isDone`.
+/// Runs frames until `isDone` is set, and returns it. A failed load never calls its callback, so this gives up after
+/// ten seconds.
 inline bool runFramesUntil(const bool& isDone) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (!isDone && std::chrono::steady_clock::now() < deadline) {
@@ -59,7 +59,7 @@ inline void printTree(const Kiln::Tessel::GameObjectManager& manager, Kiln::Tess
     }
 }
 
-/// Prints where an object is, relative to its parent.
+/// Prints the position of an object relative to its parent.
 inline void printPlace(const Kiln::Tessel::GameObjectManager& manager, Kiln::Tessel::GameObject object) {
     if (const auto* const transform = manager.findComponent<Kiln::Tessel::TransformComponent>(object)) {
         std::printf("%s is at %g %g %g\n", manager.getGameObjectName(object).c_str(),
