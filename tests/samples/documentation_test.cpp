@@ -1,4 +1,5 @@
-// The documentation's examples are pieces of compiled samples and of documents that load.
+// Checks the examples of the documentation: the first program of the README is built and run, other C++ examples are
+// excerpts of samples, and XML examples load.
 
 #include <build_paths.h>
 #include <common/white_space.h>
@@ -7,6 +8,7 @@
 #include <object_serialization/override_records.h>
 #include <resource/data_section.h>
 #include <support/log_capture.h>
+#include <support/process_runner.h>
 #include <tessel_asset_loading/game_object_prefab.h>
 
 #include <filesystem>
@@ -36,7 +38,8 @@ struct Example {
 }
 
 [[nodiscard]] std::vector<fs::path> pages() {
-    std::vector<fs::path> found{KILN_SOURCE_DIR "/README.md", KILN_SOURCE_DIR "/CHANGELOG.md"};
+    std::vector<fs::path> found{KILN_SOURCE_DIR "/README.md", KILN_SOURCE_DIR "/CHANGELOG.md",
+                                KILN_SOURCE_DIR "/CONTRIBUTING.md", KILN_SOURCE_DIR "/SECURITY.md"};
     for (const auto& entry : fs::directory_iterator(KILN_SOURCE_DIR "/docs")) {
         if (entry.path().extension() == ".md") {
             found.push_back(entry.path());
@@ -83,7 +86,7 @@ struct Example {
     return result;
 }
 
-/// What the links of a page lead to: the part in parentheses of [text](target).
+/// The targets of the links of a page: the part in parentheses of [text](target).
 [[nodiscard]] std::vector<std::string> linkTargets(const std::string& page) {
     std::vector<std::string> targets;
     for (std::size_t end = 0; (end = page.find("](", end)) != std::string::npos;) {
@@ -109,7 +112,15 @@ struct Example {
 
 } // namespace
 
-TEST(Documentation, cppExamples_arePiecesOfSampleSources) {
+// The build extracts the program from README.md (tests/samples/CMakeLists.txt), so this runs the text of the page.
+TEST(Documentation, firstExampleOfTheReadme_runsFromTheTopOfTheRepository) {
+    const TestSupport::ProcessResult result =
+        TestSupport::runProcess(KILN_BUILD_BIN_DIR "/readme_example", {}, KILN_SOURCE_DIR);
+    EXPECT_EQ(result.exitStatus, 0) << result.errors;
+    EXPECT_EQ(result.output, "Lamp and 2 objects below it\n");
+}
+
+TEST(Documentation, otherCppExamples_areExcerptsOfSampleSources) {
     std::vector<std::string> sources;
     for (const auto& entry : fs::recursive_directory_iterator(KILN_SOURCE_DIR "/samples")) {
         const fs::path extension = entry.path().extension();
@@ -117,7 +128,10 @@ TEST(Documentation, cppExamples_arePiecesOfSampleSources) {
             sources.push_back(withoutLayout(readFile(entry.path())));
         }
     }
-    const std::vector<Example> found = examples("cpp");
+    std::vector<Example> found = examples("cpp");
+    ASSERT_FALSE(found.empty());
+    ASSERT_EQ(found.front().page, "README.md");
+    found.erase(found.begin()); // Built and run by the test above.
     EXPECT_FALSE(found.empty());
     for (const Example& example : found) {
         EXPECT_THAT(sources, testing::Contains(testing::HasSubstr(withoutLayout(example.text))))
