@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
     Loading::loadGameObjectIntoHierarchy(
         "harbour/crane.prefab", pontoon, Matrix::translation(4, 0.5F, -2),
         [](GameObject root, GameObjectManager& manager) {
-            Samples::printPlace(manager, root);
+            Samples::printPosition(manager, root);
             return true;
         },
         std::nullopt, // No instance UUID, so a new one is generated.

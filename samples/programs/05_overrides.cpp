@@ -32,10 +32,10 @@ constexpr const char* MOVED = R"(<overrides>
     </gameObject>
 </overrides>)";
 
-void printPlaces(const GameObjectManager& manager, GameObject object) {
-    Samples::printPlace(manager, object);
+void printPositions(const GameObjectManager& manager, GameObject object) {
+    Samples::printPosition(manager, object);
     for (const GameObject child : manager.getChildren(object)) {
-        printPlaces(manager, child);
+        printPositions(manager, child);
     }
 }
 
@@ -45,7 +45,7 @@ bool showCrane(int worldId, SmartPointer<OverrideRecords> overrides) {
     bool isLoaded = false;
     Loading::loadGameObjectSection(FS::Utils::openXmlSection("harbour/crane.prefab", false), worldId, {},
                                    std::move(overrides), [&](GameObject root, GameObjectManager& manager) {
-                                       printPlaces(manager, root);
+                                       printPositions(manager, root);
                                        return isLoaded = true;
                                    });
     return Samples::runFramesUntil(isLoaded);

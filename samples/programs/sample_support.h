@@ -60,7 +60,7 @@ inline void printTree(const Kiln::Tessel::GameObjectManager& manager, Kiln::Tess
 }
 
 /// Prints the position of an object relative to its parent.
-inline void printPlace(const Kiln::Tessel::GameObjectManager& manager, Kiln::Tessel::GameObject object) {
+inline void printPosition(const Kiln::Tessel::GameObjectManager& manager, Kiln::Tessel::GameObject object) {
     if (const auto* const transform = manager.findComponent<Kiln::Tessel::TransformComponent>(object)) {
         std::printf("%s is at %g %g %g\n", manager.getGameObjectName(object).c_str(),
                     static_cast<double>(transform->local.at(3, 0)), static_cast<double>(transform->local.at(3, 1)),
