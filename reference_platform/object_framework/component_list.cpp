@@ -1,5 +1,7 @@
 #include <object_framework/component_list.h>
 
+#include <algorithm>
+
 namespace Kiln::Tessel {
 
 ComponentKind ComponentKinds::search(ComponentTypeId type, IComponentDeleter deleter) {

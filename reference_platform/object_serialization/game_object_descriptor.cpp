@@ -6,8 +6,6 @@
 #include <object_serialization/override_records.h>
 #include <object_serialization/typed_component_descriptor.h>
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace Kiln {
@@ -26,15 +24,6 @@ const Tessel::GameObjectLink* GameObjectDescriptor::parentLink() const noexcept 
     return hierarchy ? &hierarchy->config().parent : nullptr;
 }
 
-IComponentDescriptor* GameObjectDescriptor::findFurtherComponent(Tessel::ComponentTypeId type) const noexcept {
-    for (const SmartPointer<IComponentDescriptor>& component : components().subspan(m_firstTypes.size())) {
-        if (component->type() == type) {
-            return component.get();
-        }
-    }
-    return nullptr;
-}
-
 IComponentDescriptor* GameObjectDescriptor::findComponent(std::string_view name) const noexcept {
     for (const SmartPointer<IComponentDescriptor>& component : components()) {
         if (component->name() == name) {
@@ -45,22 +34,9 @@ IComponentDescriptor* GameObjectDescriptor::findComponent(std::string_view name)
 }
 
 void GameObjectDescriptor::addComponent(SmartPointer<IComponentDescriptor> component) {
-    if (!component) {
-        return;
-    }
-    if (m_manyComponents) {
-        m_manyComponents->push_back(std::move(component));
-    } else if (m_fewCount < FEW) {
-        m_firstTypes[m_fewCount] = component->type();
-        m_fewComponents[m_fewCount] = std::move(component);
-        ++m_fewCount;
-    } else {
-        auto many = std::make_unique<std::vector<SmartPointer<IComponentDescriptor>>>();
-        many->reserve(2 * FEW);
-        std::move(m_fewComponents.begin(), m_fewComponents.end(), std::back_inserter(*many));
-        many->push_back(std::move(component));
-        m_manyComponents = std::move(many);
-        m_fewCount = 0;
+    if (component) {
+        const Tessel::ComponentTypeId type = component->type();
+        m_components.add(std::move(component), type);
     }
 }
 

@@ -3,19 +3,17 @@
 #include <common/uuid.h>
 #include <core/safe_reference_count.h>
 #include <core/shared_text.h>
+#include <core/small_tagged_vector.h>
 #include <core/smart_pointer.h>
 #include <object_framework/link_config.h>
 #include <object_serialization/component_descriptor.h>
 #include <object_serialization/export.h>
 
-#include <algorithm>
-#include <array>
 #include <bitset>
+#include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string_view>
-#include <vector>
 
 namespace Kiln {
 
@@ -45,19 +43,18 @@ public:
 
     /// Components in the order in which they were added. Valid until another one is added.
     [[nodiscard]] std::span<const SmartPointer<IComponentDescriptor>> components() const noexcept {
-        return m_manyComponents ? std::span(*m_manyComponents) : std::span(m_fewComponents).first(m_fewCount);
+        return m_components.elements();
     }
 
     /// The first component of that type or registered name; null when there is none.
     [[nodiscard]] IComponentDescriptor* findComponent(Tessel::ComponentTypeId type) const noexcept {
-        const std::span all = components();
-        const std::size_t known = std::min(all.size(), m_firstTypes.size());
-        for (std::size_t i = 0; i < known; ++i) {
-            if (m_firstTypes[i] == type) {
-                return all[i].get();
+        const std::span<const Tessel::ComponentTypeId> types = m_components.tags();
+        for (std::size_t i = 0; i < types.size(); ++i) {
+            if (types[i] == type) {
+                return m_components[i].get();
             }
         }
-        return known == all.size() ? nullptr : findFurtherComponent(type);
+        return nullptr;
     }
     [[nodiscard]] IComponentDescriptor* findComponent(std::string_view name) const noexcept;
     [[nodiscard]] bool hasComponent(Tessel::ComponentTypeId type) const noexcept { return findComponent(type); }
@@ -87,19 +84,12 @@ public:
     void updateStateFlags(Tessel::World& world, Tessel::GameObject object) const;
 
 private:
-    [[nodiscard]] IComponentDescriptor* findFurtherComponent(Tessel::ComponentTypeId type) const noexcept;
-
-    /// Most objects have no more: then there is nothing to be allocated.
-    static constexpr std::size_t FEW = 4;
-
     std::uint8_t m_flags = 0; ///< A byte, where a bitset would take a word.
-    std::uint8_t m_fewCount = 0;
     Uuid m_uuid;
     SharedText m_name; ///< The objects that are made from this share it.
 
-    std::array<Tessel::ComponentTypeId, FEW> m_firstTypes{}; ///< Of the first components, so that a search stays here.
-    std::array<SmartPointer<IComponentDescriptor>, FEW> m_fewComponents;
-    std::unique_ptr<std::vector<SmartPointer<IComponentDescriptor>>> m_manyComponents; ///< All of more than FEW.
+    /// With their types, so that a search does not read the descriptors. Most objects have at most four components.
+    SmallTaggedVector<SmartPointer<IComponentDescriptor>, Tessel::ComponentTypeId, 4> m_components;
 };
 
 } // namespace Kiln
