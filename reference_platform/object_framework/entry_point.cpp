@@ -117,8 +117,8 @@ int EntryPoint::registerReactiveManager(ReactiveManagerFactory factory) {
 }
 
 ReactiveManagerRecord* EntryPoint::findReactiveManagerRecord(int managerId) {
-    const auto place = static_cast<std::size_t>(managerId);
-    return place < m_state->reactiveManagers.size() ? &m_state->reactiveManagers[place] : nullptr;
+    const auto index = static_cast<std::size_t>(managerId);
+    return index < m_state->reactiveManagers.size() ? &m_state->reactiveManagers[index] : nullptr;
 }
 
 void EntryPoint::tick() {

@@ -9,33 +9,35 @@
 namespace Kiln::Tessel {
 
 /// A handle to a game object of some world: a small value, compared and copied freely. It never dangles: when its
-/// object or world is gone, it is no longer valid (see isValid()), even if the place has been taken by a new object.
+/// object or world is gone, it is no longer valid (see isValid()), even if a new object uses the same index.
 class GameObject {
 public:
     static const GameObject INVALID_GAME_OBJECT;
 
     constexpr GameObject() noexcept = default;
-    constexpr GameObject(int worldId, std::uint32_t index, std::uint64_t generation) noexcept
-        : m_generation(generation),
-          m_place(static_cast<std::uint64_t>(static_cast<std::uint32_t>(worldId)) << 32U | index) {}
+    constexpr GameObject(int worldId, std::uint32_t index, std::uint64_t serial) noexcept
+        : m_serial(serial),
+          m_worldAndIndex(static_cast<std::uint64_t>(static_cast<std::uint32_t>(worldId)) << 32U | index) {}
 
     /// Whether this is the null handle; a handle to an object that is gone is not.
     [[nodiscard]] constexpr bool isInvalid() const noexcept { return *this == GameObject(); }
 
     /// -1 for the null handle.
-    [[nodiscard]] constexpr int getWorldId() const noexcept { return static_cast<std::int32_t>(m_place >> 32U); }
+    [[nodiscard]] constexpr int getWorldId() const noexcept {
+        return static_cast<std::int32_t>(m_worldAndIndex >> 32U);
+    }
 
-    /// Place in the world's table of objects.
-    [[nodiscard]] constexpr std::uint32_t index() const noexcept { return static_cast<std::uint32_t>(m_place); }
+    /// Index in the world's table of objects.
+    [[nodiscard]] constexpr std::uint32_t index() const noexcept { return static_cast<std::uint32_t>(m_worldAndIndex); }
 
-    /// Serial number of the object in its world, from 1: what tells it from others in the same place.
-    [[nodiscard]] constexpr std::uint64_t generation() const noexcept { return m_generation; }
+    /// Serial of the object in its world, from 1: tells it from other objects that have used the same index.
+    [[nodiscard]] constexpr std::uint64_t serial() const noexcept { return m_serial; }
 
     friend constexpr bool operator==(const GameObject&, const GameObject&) noexcept = default;
 
 private:
-    std::uint64_t m_generation = 0;
-    std::uint64_t m_place = ~std::uint64_t{0}; ///< World and index, in one so that handles travel in two registers.
+    std::uint64_t m_serial = 0;
+    std::uint64_t m_worldAndIndex = ~std::uint64_t{0}; ///< One member, so that a handle fits in two registers.
 };
 
 inline constexpr GameObject GameObject::INVALID_GAME_OBJECT{};
@@ -59,8 +61,8 @@ KILN_OBJECT_FRAMEWORK_EXPORT void removeGameObject(const GameObject& object);
 template <>
 struct std::hash<Kiln::Tessel::GameObject> {
     std::size_t operator()(const Kiln::Tessel::GameObject& object) const noexcept {
-        // Fibonacci hashing; the generation alone tells the objects of one world apart.
-        return static_cast<std::size_t>(object.generation()) * 0x9e3779b97f4a7c15ULL +
+        // Fibonacci hashing; the serial alone tells the objects of one world apart.
+        return static_cast<std::size_t>(object.serial()) * 0x9e3779b97f4a7c15ULL +
                static_cast<std::size_t>(object.getWorldId());
     }
 };

@@ -44,8 +44,8 @@ struct GameObjectManager::State {
 
     using QueriesByType = std::vector<std::vector<QueryBase*>>;
 
-    /// By component type: the queries that ask for it, and those among them that ask for nothing rarer. What most
-    /// objects have, a place in the hierarchy for one, was registered first.
+    /// By component type: the queries that ask for it, and those among them that ask for no rarer type. The types that
+    /// most objects have, such as HierarchyComponent, were registered first and have the lowest ids.
     QueriesByType queriesByType;
     QueriesByType queriesByRarestType;
 
@@ -69,23 +69,23 @@ struct GameObjectManager::State {
         return type < queries.size() ? std::span<QueryBase* const>(queries[type]) : std::span<QueryBase* const>();
     }
 
-    void enterQueries(std::span<QueryBase* const> candidates, ObjectIndex place) {
+    void enterQueries(std::span<QueryBase* const> candidates, ObjectIndex index) {
         for (QueryBase* query : candidates) {
-            if (matches(table[place], *query) && !query->contains(table.handle(place))) {
-                query->addObject(table.handle(place));
+            if (matches(table[index], *query) && !query->contains(table.handle(index))) {
+                query->addObject(table.handle(index));
             }
         }
     }
 
-    void leaveQueries(std::span<QueryBase* const> candidates, ObjectIndex place) {
+    void leaveQueries(std::span<QueryBase* const> candidates, ObjectIndex index) {
         for (QueryBase* query : candidates) {
-            if (query->contains(table.handle(place))) {
-                query->removeObject(table.handle(place));
+            if (query->contains(table.handle(index))) {
+                query->removeObject(table.handle(index));
             }
         }
     }
 
-    void setActive(ObjectIndex place, GameObjectRecord& record) {
+    void setActive(ObjectIndex index, GameObjectRecord& record) {
         record.setActive(true);
         const ComponentList& components = record.components;
         // A component that another one adds meanwhile is activated as it is added.
@@ -97,62 +97,62 @@ struct GameObjectManager::State {
             }
         }
         for (std::size_t i = 0; i < components.size(); ++i) {
-            enterQueries(queriesOf(queriesByRarestType, kinds.type(components.kind(i))), place);
+            enterQueries(queriesOf(queriesByRarestType, kinds.type(components.kind(i))), index);
         }
     }
 
-    void setInactive(ObjectIndex place, GameObjectRecord& record) {
+    void setInactive(ObjectIndex index, GameObjectRecord& record) {
         const ComponentList& components = record.components;
         for (std::size_t i = 0; i < components.size(); ++i) {
-            leaveQueries(queriesOf(queriesByRarestType, kinds.type(components.kind(i))), place);
+            leaveQueries(queriesOf(queriesByRarestType, kinds.type(components.kind(i))), index);
         }
-        const std::uint64_t generation = record.generation;
+        const std::uint64_t serial = record.serial;
         for (std::size_t i = 0; i < components.size(); ++i) {
             components.component(i).deactivate();
         }
-        if (record.generation == generation) { // No component has removed its object.
+        if (record.serial == serial) { // No component has removed its object.
             record.setActive(false);
         }
     }
 
     void activateTree(ObjectIndex root) {
-        tree.walk(root, [this](ObjectIndex place, GameObjectRecord& record) {
+        tree.walk(root, [this](ObjectIndex index, GameObjectRecord& record) {
             if (record.isEnabled() && !record.isActive()) {
-                setActive(place, record);
+                setActive(index, record);
             }
             return record.isActive();
         });
     }
 
     void deactivateTree(ObjectIndex root) {
-        tree.walk(root, [this](ObjectIndex place, GameObjectRecord& record) {
+        tree.walk(root, [this](ObjectIndex index, GameObjectRecord& record) {
             const bool wasActive = record.isActive();
             if (wasActive) {
-                setInactive(place, record);
+                setInactive(index, record);
             }
             return wasActive;
         });
     }
 
     /// Returns false when the parent is not to be had: not alive here, or a descendant of the object.
-    bool attachToParent(ObjectIndex place, GameObject parent) {
+    bool attachToParent(ObjectIndex index, GameObject parent) {
         if (!table.find(parent)) {
             return false;
         }
-        if (tree.isSelfOrDescendant(place, parent.index())) {
-            logError("Parent of game object '" + nameOf(table[place]) + "' is refused: '" +
+        if (tree.isSelfOrDescendant(index, parent.index())) {
+            logError("Parent of game object '" + nameOf(table[index]) + "' is refused: '" +
                      nameOf(table[parent.index()]) + "' is the object itself or one of its descendants");
             return false;
         }
-        tree.attach(place, parent.index());
-        if (table[place].isActive() && !table[parent.index()].isActive()) {
-            deactivateTree(place);
+        tree.attach(index, parent.index());
+        if (table[index].isActive() && !table[parent.index()].isActive()) {
+            deactivateTree(index);
         }
         return true;
     }
 
     /// `record` is null when the object is not alive.
-    IComponent* addComponent(GameObjectRecord* record, ObjectIndex place, ComponentPointer&& component,
+    IComponent* addComponent(GameObjectRecord* record, ObjectIndex index, ComponentPointer&& component,
                              ComponentTypeId type) {
         IComponent* const added = component.get();
         if (!record || !added || !record->components.add(std::move(component), kinds, type)) {
@@ -161,11 +161,11 @@ struct GameObjectManager::State {
         }
         if (record->isActive()) {
             added->activate();
-            enterQueries(queriesOf(queriesByType, type), place);
+            enterQueries(queriesOf(queriesByType, type), index);
         }
         if (type == NativeComponent<HierarchyComponent>::getType()) {
             auto& hierarchy = static_cast<HierarchyComponent&>(*added);
-            if (!attachToParent(place, hierarchy.parent())) {
+            if (!attachToParent(index, hierarchy.parent())) {
                 hierarchy.m_parent = GameObject::INVALID_GAME_OBJECT;
             }
         }
@@ -178,42 +178,42 @@ struct GameObjectManager::State {
                               : "Game object '" + nameOf(*record) + "' has a component of that type already");
     }
 
-    void removeOne(ObjectIndex place) {
-        GameObjectRecord& record = table[place];
-        const std::uint64_t generation = record.generation;
+    void removeOne(ObjectIndex index) {
+        GameObjectRecord& record = table[index];
+        const std::uint64_t serial = record.serial;
         if (record.isActive()) {
-            setInactive(place, record);
+            setInactive(index, record);
         }
         // Any component may remove its object once more.
-        if (record.generation != generation) {
+        if (record.serial != serial) {
             return;
         }
-        tree.detach(place);
+        tree.detach(index);
         ComponentList& components = record.components;
         while (!components.empty()) {
             components.remove(components.size() - 1, kinds).reset();
-            if (record.generation != generation) {
+            if (record.serial != serial) {
                 return;
             }
         }
-        uuids.remove(place);
-        table.free(place);
+        uuids.remove(index);
+        table.free(index);
     }
 
     void removeTree(ObjectIndex root) {
-        const std::uint64_t rootGeneration = table[root].generation;
-        for (ObjectIndex place = root;;) {
-            if (const ObjectIndex first = table[place].firstChild; first != NO_OBJECT) {
-                place = table[first].previousSibling; // The last child.
+        const std::uint64_t rootSerial = table[root].serial;
+        for (ObjectIndex index = root;;) {
+            if (const ObjectIndex first = table[index].firstChild; first != NO_OBJECT) {
+                index = table[first].previousSibling; // The last child.
                 continue;
             }
-            const ObjectIndex parent = table[place].parent;
-            const std::uint64_t parentGeneration = parent == NO_OBJECT ? 0 : table[parent].generation;
-            removeOne(place);
-            if (place == root || table[root].generation != rootGeneration) {
+            const ObjectIndex parent = table[index].parent;
+            const std::uint64_t parentSerial = parent == NO_OBJECT ? 0 : table[parent].serial;
+            removeOne(index);
+            if (index == root || table[root].serial != rootSerial) {
                 return;
             }
-            place = parent != NO_OBJECT && table[parent].generation == parentGeneration ? parent : root;
+            index = parent != NO_OBJECT && table[parent].serial == parentSerial ? parent : root;
         }
     }
 };
@@ -371,25 +371,24 @@ std::size_t GameObjectManager::gameObjectsCount() const {
 }
 
 std::vector<GameObject> GameObjectManager::gameObjects(std::uint64_t serial) const {
-    std::vector<ObjectIndex> places;
-    for (ObjectIndex place = 0; place < m_state->table.size(); ++place) {
-        if (m_state->table[place].generation > serial) {
-            places.push_back(place);
+    std::vector<ObjectIndex> indices;
+    for (ObjectIndex index = 0; index < m_state->table.size(); ++index) {
+        if (m_state->table[index].serial > serial) {
+            indices.push_back(index);
         }
     }
-    std::sort(places.begin(), places.end(), [this](ObjectIndex a, ObjectIndex b) {
-        return m_state->table[a].generation < m_state->table[b].generation;
-    });
+    std::sort(indices.begin(), indices.end(),
+              [this](ObjectIndex a, ObjectIndex b) { return m_state->table[a].serial < m_state->table[b].serial; });
     std::vector<GameObject> objects;
-    objects.reserve(places.size());
-    for (const ObjectIndex place : places) {
-        objects.push_back(m_state->table.handle(place));
+    objects.reserve(indices.size());
+    for (const ObjectIndex index : indices) {
+        objects.push_back(m_state->table.handle(index));
     }
     return objects;
 }
 
 std::uint64_t GameObjectManager::lastSerial() const {
-    return m_state->table.lastGeneration();
+    return m_state->table.lastSerial();
 }
 
 GameObjectManagerInternal::GameObjectManagerInternal(int worldId) : GameObjectManager(worldId) {}
@@ -417,9 +416,9 @@ std::shared_ptr<QueryBase> GameObjectManagerInternal::getQuery(const QueryConfig
         State::addQuery(m_state->queriesByType, type, *query);
     }
     State::addQuery(m_state->queriesByRarestType, config.types.back(), *query);
-    for (ObjectIndex place = 0; place < m_state->table.size(); ++place) {
-        if (m_state->table[place].isActive() && m_state->matches(m_state->table[place], *query)) {
-            query->addObject(m_state->table.handle(place));
+    for (ObjectIndex index = 0; index < m_state->table.size(); ++index) {
+        if (m_state->table[index].isActive() && m_state->matches(m_state->table[index], *query)) {
+            query->addObject(m_state->table.handle(index));
         }
     }
     return query;
@@ -435,8 +434,8 @@ void GameObjectManagerInternal::forgetQuery(const QueryBase& query) {
 }
 
 void GameObjectManagerInternal::clear() {
-    for (ObjectIndex place = 0; place < m_state->table.size(); ++place) {
-        removeGameObject(m_state->table.handle(place));
+    for (ObjectIndex index = 0; index < m_state->table.size(); ++index) {
+        removeGameObject(m_state->table.handle(index));
     }
 }
 

@@ -22,10 +22,10 @@ GameObject GameObjectTable::create() {
         m_free.pop_front();
     }
     GameObjectRecord& record = (*this)[index];
-    record.generation = ++m_lastGeneration;
+    record.serial = ++m_lastSerial;
     record.setEnabled(true);
     ++m_aliveCount;
-    return {m_worldId, index, record.generation};
+    return {m_worldId, index, record.serial};
 }
 
 void GameObjectTable::free(ObjectIndex index) {

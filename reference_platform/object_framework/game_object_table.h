@@ -13,7 +13,7 @@
 
 namespace Kiln::Tessel {
 
-/// Place of a game object in its table; NO_OBJECT for none.
+/// Index of a game object in its table; NO_OBJECT for none.
 using ObjectIndex = std::uint32_t;
 inline constexpr ObjectIndex NO_OBJECT = 0xFFFFFFFF;
 
@@ -22,8 +22,8 @@ struct GameObjectRecord {
     /// Not defaulted, or the whole record would be filled with zeros first.
     GameObjectRecord() noexcept {}
 
-    /// Number of the object among all that the table has created, from 1; 0 while the place is free.
-    std::uint64_t generation = 0;
+    /// Number of the object among all that the table has created, from 1; 0 while the record is free.
+    std::uint64_t serial = 0;
     Uuid uuid;
     SharedText name;
 
@@ -36,10 +36,10 @@ struct GameObjectRecord {
 
     [[no_unique_address]] ComponentList components; ///< Leaves a byte at its end to the next member.
 
-    [[nodiscard]] bool isAlive() const noexcept { return generation != 0; }
+    [[nodiscard]] bool isAlive() const noexcept { return serial != 0; }
 
     /// Whether the object is alive, and this is its record and no later one's.
-    [[nodiscard]] bool isOf(GameObject object) const noexcept { return isAlive() && generation == object.generation(); }
+    [[nodiscard]] bool isOf(GameObject object) const noexcept { return isAlive() && serial == object.serial(); }
 
     [[nodiscard]] std::uint8_t flags() const noexcept { return m_state & FLAGS; }
     void setFlags(std::uint8_t flags) noexcept { m_state = static_cast<std::uint8_t>((m_state & ~FLAGS) | flags); }
@@ -66,8 +66,8 @@ private:
 
 static_assert(sizeof(GameObjectRecord) == 80);
 
-/// The table of a world's game objects. Records never move. Places that become free are taken again in the order in
-/// which they became free.
+/// The table of a world's game objects. Records never move. Freed indices are reused in the order in which they were
+/// freed.
 class GameObjectTable : NonCopyable {
 public:
     explicit GameObjectTable(int worldId) : m_worldId(worldId) {}
@@ -91,21 +91,20 @@ public:
         return record.isOf(object) ? &record : nullptr;
     }
 
-    [[nodiscard]] GameObject handle(ObjectIndex index) noexcept {
-        return {m_worldId, index, (*this)[index].generation};
-    }
+    [[nodiscard]] GameObject handle(ObjectIndex index) noexcept { return {m_worldId, index, (*this)[index].serial}; }
 
-    /// Number of places that have ever been in use; indices are below it.
+    /// Number of indices that have ever been in use; every index is below it.
     [[nodiscard]] ObjectIndex size() const noexcept { return m_size; }
     [[nodiscard]] std::size_t aliveCount() const noexcept { return m_aliveCount; }
 
-    /// The generation of the object that was created last; 0 before the first.
-    [[nodiscard]] std::uint64_t lastGeneration() const noexcept { return m_lastGeneration; }
+    /// The serial of the object that was created last; 0 before the first.
+    [[nodiscard]] std::uint64_t lastSerial() const noexcept { return m_lastSerial; }
 
 private:
     static constexpr ObjectIndex CHUNK_SIZE = 1024;
 
-    /// Room for records, which are made when their places are first taken: what is touched then is in use from then on.
+    /// Uninitialized storage; each record is constructed when its index is first used, so that memory is not touched
+    /// before it is needed.
     struct ChunkDeleter {
         void operator()(GameObjectRecord* records) const noexcept {
             std::allocator<GameObjectRecord>().deallocate(records, CHUNK_SIZE);
@@ -116,7 +115,7 @@ private:
     int m_worldId;
     ObjectIndex m_size = 0;
     std::size_t m_aliveCount = 0;
-    std::uint64_t m_lastGeneration = 0;
+    std::uint64_t m_lastSerial = 0;
     std::vector<Chunk> m_chunks;
     std::deque<ObjectIndex> m_free;
 };

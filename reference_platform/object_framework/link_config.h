@@ -52,12 +52,12 @@ public:
 
     [[nodiscard]] GameObject target() const override {
         return {m_targetWorld.load(std::memory_order_relaxed), m_targetIndex.load(std::memory_order_relaxed),
-                m_targetGeneration.load(std::memory_order_relaxed)};
+                m_targetSerial.load(std::memory_order_relaxed)};
     }
     void setTarget(GameObject target) override {
         m_targetWorld.store(target.getWorldId(), std::memory_order_relaxed);
         m_targetIndex.store(target.index(), std::memory_order_relaxed);
-        m_targetGeneration.store(target.generation(), std::memory_order_relaxed);
+        m_targetSerial.store(target.serial(), std::memory_order_relaxed);
     }
 
 private:
@@ -65,7 +65,7 @@ private:
     bool m_isLiveUuid = false;
     std::atomic<std::int32_t> m_targetWorld{-1};
     std::atomic<std::uint32_t> m_targetIndex{0xFFFFFFFF};
-    std::atomic<std::uint64_t> m_targetGeneration{0};
+    std::atomic<std::uint64_t> m_targetSerial{0};
 };
 
 /// The reflected type of links: their text is the target's UUID.

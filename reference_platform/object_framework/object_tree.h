@@ -4,35 +4,35 @@
 
 namespace Kiln::Tessel {
 
-/// The tree that the objects of a table form by parent, first child and siblings. Works on their places and records;
-/// tells nobody of what changes. Refers to the table. Main thread.
+/// The tree that the objects of a table form by parent, first child and siblings. Works on their indices and records,
+/// and notifies nobody of changes. Refers to the table. Main thread.
 class ObjectTree {
 public:
     explicit ObjectTree(GameObjectTable& table) noexcept : m_table(table) {}
 
     /// Makes an object that has no parent the last child of another one.
-    void attach(ObjectIndex place, ObjectIndex parentPlace) {
-        GameObjectRecord& record = m_table[place];
-        GameObjectRecord& parent = m_table[parentPlace];
-        record.parent = parentPlace;
+    void attach(ObjectIndex index, ObjectIndex parentIndex) {
+        GameObjectRecord& record = m_table[index];
+        GameObjectRecord& parent = m_table[parentIndex];
+        record.parent = parentIndex;
         if (parent.firstChild == NO_OBJECT) {
-            parent.firstChild = record.previousSibling = place;
+            parent.firstChild = record.previousSibling = index;
             return;
         }
         GameObjectRecord& first = m_table[parent.firstChild];
         record.previousSibling = first.previousSibling;
-        m_table[first.previousSibling].nextSibling = place;
-        first.previousSibling = place;
+        m_table[first.previousSibling].nextSibling = index;
+        first.previousSibling = index;
     }
 
     /// Takes an object, with those below it, from its parent, if it has one.
-    void detach(ObjectIndex place) {
-        GameObjectRecord& record = m_table[place];
+    void detach(ObjectIndex index) {
+        GameObjectRecord& record = m_table[index];
         if (record.parent == NO_OBJECT) {
             return;
         }
         GameObjectRecord& parent = m_table[record.parent];
-        const bool isFirst = parent.firstChild == place;
+        const bool isFirst = parent.firstChild == index;
         const bool isLast = record.nextSibling == NO_OBJECT;
         if (!isFirst) {
             m_table[record.previousSibling].nextSibling = record.nextSibling;
@@ -46,35 +46,35 @@ public:
         record.parent = record.previousSibling = record.nextSibling = NO_OBJECT;
     }
 
-    [[nodiscard]] bool isSelfOrDescendant(ObjectIndex ancestor, ObjectIndex place) const {
+    [[nodiscard]] bool isSelfOrDescendant(ObjectIndex ancestor, ObjectIndex index) const {
         if (m_table[ancestor].firstChild == NO_OBJECT) {
-            return place == ancestor;
+            return index == ancestor;
         }
-        for (; place != NO_OBJECT; place = m_table[place].parent) {
-            if (place == ancestor) {
+        for (; index != NO_OBJECT; index = m_table[index].parent) {
+            if (index == ancestor) {
                 return true;
             }
         }
         return false;
     }
 
-    /// The object after `place` in a walk through the tree below `root`, parents first; NO_OBJECT at its end.
-    /// `isEntered` tells whether the walk goes into the children of `place`, whose record is given.
-    [[nodiscard]] ObjectIndex next(ObjectIndex root, ObjectIndex place, const GameObjectRecord& record,
+    /// The object after `index` in a walk through the tree below `root`, parents first; NO_OBJECT at its end.
+    /// `isEntered` tells whether the walk goes into the children of `index`, whose record is given.
+    [[nodiscard]] ObjectIndex next(ObjectIndex root, ObjectIndex index, const GameObjectRecord& record,
                                    bool isEntered) const {
         if (isEntered && record.firstChild != NO_OBJECT) {
             return record.firstChild;
         }
         const GameObjectRecord* current = &record;
-        while (place != root) {
+        while (index != root) {
             if (current->nextSibling != NO_OBJECT) {
                 return current->nextSibling;
             }
-            place = current->parent;
-            if (place == NO_OBJECT) { // A component has taken its object out of the tree.
+            index = current->parent;
+            if (index == NO_OBJECT) { // A component has taken its object out of the tree.
                 break;
             }
-            current = &m_table[place];
+            current = &m_table[index];
         }
         return NO_OBJECT;
     }
@@ -82,13 +82,13 @@ public:
     /// Where an object stands before its components are activated or deactivated; they may remove or move it.
     struct Standpoint {
         explicit Standpoint(const GameObjectRecord& record) noexcept
-            : generation(record.generation), parent(record.parent), nextSibling(record.nextSibling) {}
+            : serial(record.serial), parent(record.parent), nextSibling(record.nextSibling) {}
 
         [[nodiscard]] bool isLeftBy(const GameObjectRecord& record) const noexcept {
-            return record.generation != generation || record.parent != parent;
+            return record.serial != serial || record.parent != parent;
         }
 
-        std::uint64_t generation;
+        std::uint64_t serial;
         ObjectIndex parent;
         ObjectIndex nextSibling;
     };
@@ -104,27 +104,27 @@ public:
                                                                          : next(root, parent, m_table[parent], false);
     }
 
-    /// Walks through the tree below `root`, parents first. `change(place, record)` tells whether to go into the
+    /// Walks through the tree below `root`, parents first. `change(index, record)` tells whether to go into the
     /// children; it may remove and move objects.
     template <class Change>
     void walk(ObjectIndex root, const Change& change) {
-        const std::uint64_t rootGeneration = m_table[root].generation;
-        for (ObjectIndex place = root; place != NO_OBJECT;) {
-            GameObjectRecord& record = m_table[place];
+        const std::uint64_t rootSerial = m_table[root].serial;
+        for (ObjectIndex index = root; index != NO_OBJECT;) {
+            GameObjectRecord& record = m_table[index];
             const Standpoint before(record);
-            const bool isEntered = change(place, record);
-            if (place == root || !before.isLeftBy(record)) [[likely]] {
-                place = next(root, place, record, isEntered);
+            const bool isEntered = change(index, record);
+            if (index == root || !before.isLeftBy(record)) [[likely]] {
+                index = next(root, index, record, isEntered);
                 continue;
             }
-            if (isEntered && record.generation == before.generation) { // It has taken its children along.
+            if (isEntered && record.serial == before.serial) { // It has taken its children along.
                 for (ObjectIndex child = record.firstChild; child != NO_OBJECT;) {
                     const ObjectIndex sibling = m_table[child].nextSibling;
                     walk(child, change);
                     child = sibling;
                 }
             }
-            place = m_table[root].generation == rootGeneration ? nextAfter(root, before) : NO_OBJECT;
+            index = m_table[root].serial == rootSerial ? nextAfter(root, before) : NO_OBJECT;
         }
     }
 

@@ -38,10 +38,10 @@ QueryBase::~QueryBase() {
 }
 
 bool QueryBase::contains(GameObject object) const {
-    if (object.index() >= m_places.size() || m_places[object.index()] == 0) {
+    if (object.index() >= m_positions.size() || m_positions[object.index()] == 0) {
         return false;
     }
-    return m_objects[m_places[object.index()] - 1] == object;
+    return m_objects[m_positions[object.index()] - 1] == object;
 }
 
 int QueryBase::addAddedListener(AddedListener listener) {
@@ -58,23 +58,23 @@ IComponent* QueryBase::component(GameObject object, ComponentTypeId type) const 
 }
 
 void QueryBase::addObject(GameObject object) {
-    if (object.index() >= m_places.size()) {
-        m_places.resize(object.index() + 1);
+    if (object.index() >= m_positions.size()) {
+        m_positions.resize(object.index() + 1);
     }
     m_objects.push_back(object);
-    m_places[object.index()] = static_cast<std::uint32_t>(m_objects.size());
+    m_positions[object.index()] = static_cast<std::uint32_t>(m_objects.size());
     for (const auto& [id, listener] : m_addedListeners) {
         listener(object);
     }
 }
 
 void QueryBase::removeObject(GameObject object) {
-    const std::uint32_t place = m_places[object.index()];
+    const std::uint32_t position = m_positions[object.index()];
     const GameObject last = m_objects.back();
-    m_objects[place - 1] = last;
-    m_places[last.index()] = place;
+    m_objects[position - 1] = last;
+    m_positions[last.index()] = position;
     m_objects.pop_back();
-    m_places[object.index()] = 0;
+    m_positions[object.index()] = 0;
 }
 
 } // namespace Kiln::Tessel

@@ -80,7 +80,7 @@ private:
     QueryConfig m_config;
     GameObjectManagerInternal* m_manager = nullptr; ///< Null once the world is gone.
     std::vector<GameObject> m_objects;
-    std::vector<std::uint32_t> m_places; ///< By object index: position in m_objects plus one, 0 when absent.
+    std::vector<std::uint32_t> m_positions; ///< By object index: position in m_objects plus one, 0 when absent.
     std::vector<std::pair<int, AddedListener>> m_addedListeners;
     int m_lastListenerId = 0;
 };

@@ -14,16 +14,16 @@ public:
     explicit UuidIndex(GameObjectTable& table) noexcept : m_table(table) {}
 
     /// For an object that has got its UUID.
-    void add(ObjectIndex place) {
+    void add(ObjectIndex index) {
         if (m_isMade) {
-            enter(place);
+            enter(index);
         }
     }
 
     /// For an object that is about to lose its UUID.
-    void remove(ObjectIndex place) {
+    void remove(ObjectIndex index) {
         if (m_isMade) {
-            erase(place);
+            erase(index);
         }
     }
 
@@ -31,12 +31,12 @@ public:
     [[nodiscard]] GameObject find(const Uuid& uuid);
 
 private:
-    void enter(ObjectIndex place);
-    void erase(ObjectIndex place);
+    void enter(ObjectIndex index);
+    void erase(ObjectIndex index);
 
     GameObjectTable& m_table;
     bool m_isMade = false;
-    std::unordered_multimap<Uuid, ObjectIndex> m_places;
+    std::unordered_multimap<Uuid, ObjectIndex> m_indices;
 };
 
 } // namespace Kiln::Tessel

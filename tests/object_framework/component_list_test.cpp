@@ -60,13 +60,13 @@ TEST_F(ManyComponents, removeGameObject_destroysTheLastFirst) {
 }
 
 TEST_F(ManyComponents, removeComponent_oneAfterTheOther_keepsTheOrderOfTheOthers) {
-    // From every place, as the list shrinks until it lies within the record, and is empty.
-    for (int place = 0; place < COUNT; ++place) {
+    // At every index, while the list shrinks until it fits into the record, and then until it is empty.
+    for (int index = 0; index < COUNT; ++index) {
         const GameObject object = create();
         addEight(object);
         std::vector<ComponentTypeId> left = types();
         while (!left.empty()) {
-            const auto removed = left.begin() + std::min<std::ptrdiff_t>(place, std::ssize(left) - 1);
+            const auto removed = left.begin() + std::min<std::ptrdiff_t>(index, std::ssize(left) - 1);
             manager().removeComponent(object, *removed);
             EXPECT_EQ(manager().findComponent(object, *removed), nullptr);
             left.erase(removed);

@@ -88,14 +88,14 @@ TEST_F(GameObjects, manyObjects_spreadOverChunksKeepTheirData) {
     EXPECT_EQ(manager().getGameObjectName(objects[2999]), "2999");
 }
 
-TEST_F(GameObjects, gameObjects_areInOrderOfCreationAlsoAfterPlacesWereReused) {
+TEST_F(GameObjects, gameObjects_areInOrderOfCreationAlsoAfterIndicesWereReused) {
     const GameObject a = create("a");
     create("b");
     const GameObject c = create("c");
     manager().removeGameObject(c);
     manager().removeGameObject(a);
-    create("d"); // In the place of c.
-    create("e"); // In the place of a.
+    create("d"); // Reuses the index of c.
+    create("e"); // Reuses the index of a.
     EXPECT_THAT(namesOf(manager().gameObjects()), ElementsAre("b", "d", "e"));
 }
 

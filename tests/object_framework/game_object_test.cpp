@@ -30,18 +30,18 @@ TEST_F(GameObjectHandle, removedObject_isNotValidAndNotTheInvalidObject) {
     EXPECT_FALSE(object.isInvalid());
 }
 
-TEST_F(GameObjectHandle, placeTakenAgain_hasTheNextGeneration) {
+TEST_F(GameObjectHandle, reusedIndex_hasTheNextSerial) {
     const GameObject first = create();
     manager().removeGameObject(first);
     const GameObject second = create();
     EXPECT_EQ(second.index(), first.index());
-    EXPECT_EQ(second.generation(), first.generation() + 1);
+    EXPECT_EQ(second.serial(), first.serial() + 1);
     EXPECT_NE(second, first);
     EXPECT_FALSE(isValid(first));
     EXPECT_TRUE(isValid(second));
 }
 
-TEST_F(GameObjectHandle, placesAreTakenAgainInTheOrderInWhichTheyBecameFree) {
+TEST_F(GameObjectHandle, indicesAreReusedInTheOrderInWhichTheyWereFreed) {
     const GameObject a = create();
     const GameObject b = create();
     const GameObject c = create();
@@ -78,7 +78,7 @@ TEST_F(GameObjectHandle, staleHandle_reachesNothingOfTheNewObject) {
     EXPECT_TRUE(log.texts().empty());
 }
 
-TEST_F(GameObjectHandle, newObjectInAUsedPlace_hasNothingOfTheOldOne) {
+TEST_F(GameObjectHandle, newObjectAtAReusedIndex_hasNothingOfTheOldOne) {
     const GameObject parent = create();
     const GameObject old = createChild(parent, "old");
     const GameObject oldChild = createChild(old);
@@ -89,7 +89,7 @@ TEST_F(GameObjectHandle, newObjectInAUsedPlace_hasNothingOfTheOldOne) {
     manager().removeGameObject(old);
     EXPECT_FALSE(isValid(oldChild));
 
-    create(); // Takes the place of the child, which became free first.
+    create(); // Reuses the index of the child, which was freed first.
     const GameObject fresh = manager().createGameObject();
     ASSERT_EQ(fresh.index(), old.index());
     EXPECT_EQ(manager().getGameObjectName(fresh), "");
@@ -142,7 +142,7 @@ TEST_F(GameObjectHandle, freeFunctionRemoveGameObject_removesItFromItsWorld) {
     removeGameObject(GameObject::INVALID_GAME_OBJECT);
 }
 
-TEST_F(GameObjectHandle, hashDistinguishesPlaceGenerationAndWorld) {
+TEST_F(GameObjectHandle, hashDistinguishesIndexSerialAndWorld) {
     const std::unordered_set<GameObject> objects{{1, 0, 0}, {1, 1, 0}, {1, 0, 1}, {2, 0, 0}, {1, 0, 0}};
     EXPECT_EQ(objects.size(), 4U);
     EXPECT_EQ(std::hash<GameObject>()(GameObject(1, 2, 3)), std::hash<GameObject>()(GameObject(1, 2, 3)));

@@ -43,7 +43,7 @@ TEST_F(GameObjectUuids, findGameObject_removedObject_isNobody) {
     EXPECT_EQ(manager().findGameObject(U), object);
     manager().removeGameObject(object);
     EXPECT_TRUE(manager().findGameObject(U).isInvalid());
-    create(); // In the same place.
+    create(); // Reuses the index.
     EXPECT_TRUE(manager().findGameObject(U).isInvalid());
 }
 
@@ -68,7 +68,7 @@ TEST_F(GameObjectUuids, findGameObject_duplicates_givesTheEarliestCreated) {
     EXPECT_EQ(manager().getGameObjectUuid(third), U);
 }
 
-TEST_F(GameObjectUuids, findGameObject_earliestByCreationNotByPlace) {
+TEST_F(GameObjectUuids, findGameObject_earliestByCreationNotByIndex) {
     const GameObject removed = create();
     const GameObject early = createWith(U);
     manager().removeGameObject(removed);

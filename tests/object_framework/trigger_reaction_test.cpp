@@ -75,7 +75,7 @@ TEST_F(TriggerReaction, objectThatLeft_isNotReported) {
     EXPECT_THAT(run(), ElementsAre(staying));
 }
 
-TEST_F(TriggerReaction, objectThatTookTheOldPlace_isReportedAsItself) {
+TEST_F(TriggerReaction, objectThatReusesTheIndex_isReportedAsItself) {
     addReaction();
     const GameObject old = createActive();
     manager().removeGameObject(old);
