@@ -10,14 +10,14 @@
 
 namespace Kiln::Tessel {
 
-/// Number of a kind of component: its type, and how its memory is given back.
+/// Number of a component kind: a component type together with the deleter that frees such components.
 using ComponentKind = std::uint16_t;
 
-/// The kinds of component that a world has met. An object's components are held by pointer and kind, which takes less
-/// than half of what owning pointers with their types would.
+/// The component kinds of a world. An object's components are stored as a pointer and a kind each, which takes less
+/// than half the memory of owning pointers with their types.
 class ComponentKinds {
 public:
-    /// The kind of that type and deleter, entered when it is new.
+    /// Returns the kind of a type and a deleter; registers a new one when there is none.
     [[nodiscard]] ComponentKind of(ComponentTypeId type, IComponentDeleter deleter) {
         return type < m_firstOfType.size() && m_firstOfType[type].isOf(type, deleter) ? m_firstOfType[type].number
                                                                                       : search(type, deleter);
@@ -28,7 +28,7 @@ public:
 
 private:
     struct Kind {
-        IComponentDeleter deleter; ///< None for a type that was not met.
+        IComponentDeleter deleter; ///< Empty for a type that has no kind yet.
         ComponentTypeId type;
         ComponentKind number;
 
@@ -39,8 +39,8 @@ private:
 
     ComponentKind search(ComponentTypeId type, IComponentDeleter deleter);
 
-    std::vector<Kind> m_kinds;       ///< By number.
-    std::vector<Kind> m_firstOfType; ///< By type.
+    std::vector<Kind> m_kinds;       ///< Indexed by kind.
+    std::vector<Kind> m_firstOfType; ///< Indexed by type; other kinds of the type are found by a search.
 };
 
 /// The components of one game object, in the order in which they were added; at most one of each type. They are few, so

@@ -5,7 +5,7 @@
 namespace Kiln::Tessel {
 
 namespace {
-// Set at start-up, read by workers: no other data depends on it.
+// Set at start-up and read by workers. Relaxed order is enough, because no other data is published through it.
 std::atomic<std::uint32_t> s_processRoles{ALL_ROLES.bits()};
 } // namespace
 

@@ -12,7 +12,7 @@
 namespace Kiln::Tessel {
 
 struct EntryPoint::State {
-    /// Guards the list, which workers search; the services themselves are the main thread's. Innermost lock.
+    /// Guards the list, which workers search; only the main thread uses the services themselves. Innermost lock.
     mutable std::shared_mutex servicesMutex;
     std::vector<std::pair<std::type_index, std::unique_ptr<IService>>> services;
 
@@ -29,7 +29,7 @@ EntryPoint& EntryPoint::instance() {
 }
 
 EntryPoint::EntryPoint() : m_state(std::make_unique<State>()) {
-    // Made before this, and so there until this is gone.
+    // Constructed before the entry point, so that they are destroyed after it.
     IComponent::types();
     mirra::MetaObjectManager::instance();
     FileIOTaskManager::instance();

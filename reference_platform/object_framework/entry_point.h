@@ -18,22 +18,22 @@ class World;
 /// A registered kind of reactive manager.
 struct ReactiveManagerRecord {
     ReactiveManagerFactory factory;
-    ComponentOptions options = ALL_ROLES; ///< Roles of the processes whose worlds get one.
+    ComponentOptions options = ALL_ROLES; ///< Worlds have one only in a process with one of these roles.
 };
 
-/// The process's way into the framework: services, worlds and the frame.
+/// The process-wide entry to the framework: owns the services and the worlds, and runs the frame.
 ///
 ///     while (running) EntryPoint::instance().tick();
 ///
-/// Lifetime: made by the first call of instance(); at exit it joins the file-I/O workers, destroys the worlds, ends
-/// the services and destroys them.
+/// Lifetime: created by the first call of instance(). At process exit it joins the file-I/O workers, destroys the
+/// worlds, calls fini() of every service and then destroys the services.
 /// Threads: instance() and getService() may be called from any thread, everything else from the main thread.
 class KILN_OBJECT_FRAMEWORK_EXPORT EntryPoint : NonCopyable {
 public:
     static EntryPoint& instance();
 
-    /// Takes a service over and initialises it. Refused, and the service destroyed at once, when there is one under
-    /// that type already.
+    /// Takes ownership of a service and initialises it. When the type has a service already, the new one is destroyed
+    /// at once.
     void registerService(std::type_index type, std::unique_ptr<IService> service);
 
     /// Null when no service is registered under that type.
@@ -43,11 +43,11 @@ public:
         return static_cast<T*>(getService(typeid(T)));
     }
 
-    /// Makes a world, with its reactive managers, and returns its id. Ids count from 1 and are never used again.
+    /// Creates a world with its reactive managers and returns its id. Ids start at 1 and are never reused.
     int createWorld();
 
-    /// The world is invalid at once and the services are told. During a frame, its objects live on until the frame
-    /// ends, so that whoever is working on them is not cut short. Ignores ids that are not valid.
+    /// Makes the world invalid at once and notifies the services. During a frame, its objects live until the frame
+    /// ends, so that code that is working on them can finish. Ignores ids that are not valid.
     void destroyWorld(int worldId);
 
     [[nodiscard]] bool isWorldValid(int worldId) const;
@@ -58,15 +58,15 @@ public:
     /// Ids of the valid worlds, ascending.
     [[nodiscard]] std::vector<int> worldIds() const;
 
-    /// Registers a kind of reactive manager and returns its id. Worlds made from now on get one; for those that exist,
-    /// call World::createReactiveManager.
+    /// Registers a kind of reactive manager and returns its id. Worlds that are created later have one; for existing
+    /// worlds, call World::createReactiveManager().
     int registerReactiveManager(ReactiveManagerFactory factory);
 
-    /// Null when there is no kind of that id.
+    /// Null when no kind has that id.
     [[nodiscard]] ReactiveManagerRecord* findReactiveManagerRecord(int managerId);
 
-    /// One frame: main-thread parts of finished file-I/O tasks, tick of every service, postTick of every service, the
-    /// reactions of every world.
+    /// Runs one frame: the main-thread parts of finished file-I/O tasks, tick() of every service, postTick() of every
+    /// service, then the reactions of every world.
     void tick();
 
 private:

@@ -8,8 +8,8 @@
 
 namespace Kiln::Tessel {
 
-/// A handle to a game object of some world: a small value, compared and copied freely. It never dangles: when its
-/// object or world is gone, it is no longer valid (see isValid()), even if a new object uses the same index.
+/// A handle to a game object of a world: a small value, cheap to copy and to compare. It never dangles: when its
+/// object or world no longer exists, it is no longer valid (see isValid()), even if a new object uses the same index.
 class GameObject {
 public:
     static const GameObject INVALID_GAME_OBJECT;
@@ -19,7 +19,7 @@ public:
         : m_serial(serial),
           m_worldAndIndex(static_cast<std::uint64_t>(static_cast<std::uint32_t>(worldId)) << 32U | index) {}
 
-    /// Whether this is the null handle; a handle to an object that is gone is not.
+    /// Whether this is the null handle; a handle to an object that no longer exists is not.
     [[nodiscard]] constexpr bool isInvalid() const noexcept { return *this == GameObject(); }
 
     /// -1 for the null handle.
@@ -44,16 +44,16 @@ inline constexpr GameObject GameObject::INVALID_GAME_OBJECT{};
 
 class GameObjectManager;
 
-/// The manager of a world; null when the world does not exist (any more). Main thread.
+/// The manager of a world; null when the world is not valid. Main thread.
 [[nodiscard]] KILN_OBJECT_FRAMEWORK_EXPORT GameObjectManager* getGameObjectManager(int worldId);
 
-/// The manager of the object's world; null when the world is gone or the handle is null. Main thread.
+/// The manager of the object's world; null when the world is not valid or the handle is null. Main thread.
 [[nodiscard]] KILN_OBJECT_FRAMEWORK_EXPORT GameObjectManager* getGameObjectManager(GameObject object);
 
 /// Whether the object is alive. Main thread.
 [[nodiscard]] KILN_OBJECT_FRAMEWORK_EXPORT bool isValid(GameObject object);
 
-/// GameObjectManager::removeGameObject in the object's world; nothing when that is gone. Main thread.
+/// Calls removeGameObject() of the object's world; does nothing when the world is not valid. Main thread.
 KILN_OBJECT_FRAMEWORK_EXPORT void removeGameObject(const GameObject& object);
 
 } // namespace Kiln::Tessel

@@ -88,12 +88,12 @@ struct GameObjectManager::State {
     void setActive(ObjectIndex index, GameObjectRecord& record) {
         record.setActive(true);
         const ComponentList& components = record.components;
-        // A component that another one adds meanwhile is activated as it is added.
+        // A component that is added by the activate() of another one is activated by addComponent().
         const std::size_t count = components.size();
         for (std::size_t i = 0; i < count && i < components.size(); ++i) {
             components.component(i).activate();
             if (!record.isActive()) {
-                return; // The component has deactivated or removed its object.
+                return; // The component has deactivated or removed the object.
             }
         }
         for (std::size_t i = 0; i < components.size(); ++i) {
@@ -110,7 +110,7 @@ struct GameObjectManager::State {
         for (std::size_t i = 0; i < components.size(); ++i) {
             components.component(i).deactivate();
         }
-        if (record.serial == serial) { // No component has removed its object.
+        if (record.serial == serial) { // No component has removed the object.
             record.setActive(false);
         }
     }
@@ -134,7 +134,7 @@ struct GameObjectManager::State {
         });
     }
 
-    /// Returns false when the parent is not to be had: not alive here, or a descendant of the object.
+    /// Returns false when the parent is not alive in this world, is the object itself or is one of its descendants.
     bool attachToParent(ObjectIndex index, GameObject parent) {
         if (!table.find(parent)) {
             return false;
@@ -184,7 +184,7 @@ struct GameObjectManager::State {
         if (record.isActive()) {
             setInactive(index, record);
         }
-        // Any component may remove its object once more.
+        // The deactivate() of a component may have removed the object.
         if (record.serial != serial) {
             return;
         }
@@ -288,12 +288,12 @@ void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type)
     if (record->isActive()) {
         m_state->leaveQueries(State::queriesOf(m_state->queriesByType, type), object.index());
         record->components.component(index).deactivate();
-        // The component may have removed others, itself or its object meanwhile.
+        // deactivate() may have removed other components, this one or the object.
         index = record->isOf(object) ? record->components.find(type, m_state->kinds) : ComponentList::NONE;
         if (index == ComponentList::NONE) {
             return;
         }
-        // It may also have brought the object into a query again.
+        // It may also have added the object to a query again.
         m_state->leaveQueries(State::queriesOf(m_state->queriesByType, type), object.index());
     }
     if (type == NativeComponent<HierarchyComponent>::getType()) {

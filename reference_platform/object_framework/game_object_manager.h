@@ -32,23 +32,23 @@ inline constexpr std::bitset<6> DO_NOT_SAVE{0x10};
 inline constexpr std::bitset<6> LOCKED{0x20};
 } // namespace GameObjectFlag
 
-/// The game objects of one world: their life, components, hierarchy and activation.
+/// The game objects of one world: their lifetime, components, hierarchy and activation.
 ///
-/// An object is active when it is enabled and its parent, if any, is active. Activating an object enables it and
-/// activates its enabled descendants with it; deactivating it deactivates all of them. A new object is enabled but
-/// inactive, and neither enabling flags nor a parent activate it by themselves: its own activation or that of an
-/// ancestor does. Components are active with their object.
+/// Activating an object enables it and, unless its parent is inactive, makes it and its enabled descendants active.
+/// Deactivating an object disables it and makes it and all its descendants inactive. A new object is enabled but
+/// inactive. Flags and parents do not activate an object, only its own activation or that of an ancestor does.
+/// Components are active with their object.
 ///
-/// Owner: its World. Threads: the main thread. Failure: a handle to an object that is not alive in this world makes
-/// every operation do nothing and yield nothing.
+/// Owner: its World. Threads: the main thread. Failure: with a handle to an object that is not alive in this world,
+/// every operation does nothing and returns an empty result.
 class KILN_OBJECT_FRAMEWORK_EXPORT GameObjectManager : NonCopyable {
 public:
     [[nodiscard]] int worldId() const noexcept { return m_worldId; }
 
-    /// A new, inactive object without name, UUID or components.
+    /// Creates an inactive object without name, UUID or components.
     GameObject createGameObject();
 
-    /// Removes the object after its descendants, with all their components.
+    /// Removes the object and its descendants, with all their components. Descendants are removed before their parents.
     void removeGameObject(GameObject object);
 
     [[nodiscard]] bool isGameObjectValid(GameObject object) const;
@@ -56,28 +56,29 @@ public:
     [[nodiscard]] std::string getGameObjectName(GameObject object) const;
     void setGameObjectName(GameObject object, std::string_view name);
 
-    /// Uuid::ZERO for an object that was not given one.
+    /// Uuid::ZERO for an object that has none.
     [[nodiscard]] Uuid getGameObjectUuid(GameObject object) const;
     void setGameObjectUuid(GameObject object, const Uuid& uuid);
 
-    /// The object with that UUID (the earliest created, should there be several), or the invalid object. The first
-    /// call makes an index, linear in the number of objects, which is kept up to date from then on.
+    /// The object with that UUID, or the invalid object; the object created first when several have it. The first call
+    /// builds an index in time linear in the number of objects; later changes keep the index up to date.
     [[nodiscard]] GameObject findGameObject(const Uuid& uuid);
 
     [[nodiscard]] std::bitset<6> getGameObjectFlags(GameObject object) const;
 
-    /// Sets the flags and, from INACTIVE_BY_DEFAULT, whether the object is enabled. Activates nothing.
+    /// Sets the flags, and enables the object unless INACTIVE_BY_DEFAULT is among them. Activates nothing.
     void setGameObjectFlags(GameObject object, std::bitset<6> flags);
 
-    /// Takes a component over, activates it when the object is active, and returns it. Refused, with an error in the
-    /// log and null as result, when the object is not alive, has a component of that type or `component` is null.
+    /// Takes ownership of a component, activates it when the object is active, and returns it. When the object is not
+    /// alive or has a component of that type already, or when `component` is null, logs an error, destroys the
+    /// component and returns null.
     ///
-    /// A HierarchyComponent also attaches the object to its parent. A parent that is the object itself or one of its
-    /// descendants is refused with an error: the component stays, its parent becomes the invalid object.
+    /// A HierarchyComponent also attaches the object to its parent. When that parent is the object itself or one of its
+    /// descendants, an error is logged: the component stays, but its parent becomes the invalid object.
     IComponent* addComponent(GameObject object, ComponentPointer component, ComponentTypeId type);
 
     /// Removes and destroys the component of that type, if there is one. Removing the HierarchyComponent detaches the
-    /// object from its parent and leaves it as active as it is.
+    /// object from its parent and does not change whether it is active.
     void removeComponent(GameObject object, ComponentTypeId type);
 
     [[nodiscard]] bool hasComponent(GameObject object, ComponentTypeId type) const;
@@ -94,12 +95,12 @@ public:
 
     [[nodiscard]] bool isActive(GameObject object) const;
 
-    /// Whether the object is active as soon as its parent is.
+    /// Whether the object becomes active when its parent is activated.
     [[nodiscard]] bool isEnabled(GameObject object) const;
     void activateGameObject(GameObject object);
     void deactivateGameObject(GameObject object);
 
-    /// The invalid object when there is none.
+    /// The invalid object when the object has no parent.
     [[nodiscard]] GameObject getParent(GameObject object) const;
 
     /// Children in the order in which they were attached.
@@ -107,10 +108,10 @@ public:
 
     [[nodiscard]] std::size_t gameObjectsCount() const;
 
-    /// All objects that were created after `serial`, in the order of their creation.
+    /// The living objects with a serial above `serial`, in the order of their creation.
     [[nodiscard]] std::vector<GameObject> gameObjects(std::uint64_t serial = 0) const;
 
-    /// Serial number of the object created last; 0 before the first.
+    /// Serial of the object created last; 0 before the first.
     [[nodiscard]] std::uint64_t lastSerial() const;
 
 protected:
@@ -123,7 +124,7 @@ protected:
     std::unique_ptr<State> m_state;
 };
 
-/// What only the framework itself and reactive managers may ask of a manager.
+/// Operations that are reserved for the framework itself and for reactive managers.
 class KILN_OBJECT_FRAMEWORK_EXPORT GameObjectManagerInternal final : public GameObjectManager {
 public:
     using QueryFactory = std::function<std::unique_ptr<QueryBase>()>;
@@ -131,8 +132,8 @@ public:
     explicit GameObjectManagerInternal(int worldId);
     ~GameObjectManagerInternal();
 
-    /// The world's query of class `QueryClass` for a configuration: made with the factory on first use, shared by all
-    /// who hold it, and gone with the last of them.
+    /// The world's query of class `QueryClass` for a configuration: created with the factory on first use, shared by
+    /// its holders, and destroyed with the last of them.
     template <class QueryClass>
     [[nodiscard]] std::shared_ptr<QueryClass> getQuery(const QueryConfig& config, const QueryFactory& factory) {
         return std::static_pointer_cast<QueryClass>(getQuery(config, typeid(QueryClass), factory));
@@ -141,12 +142,13 @@ public:
     /// Removes every object.
     void clear();
 
-    /// Gives an object its UUID and name and returns its record for addComponent(); null when it is not alive. Records
-    /// stay where they are as long as the manager does.
+    /// Sets the UUID and name of an object and returns its record for addComponent(); null when the object is not
+    /// alive. The record's address is valid as long as the manager exists.
     GameObjectRecord* describeGameObject(GameObject object, const Uuid& uuid, const SharedText& name);
 
     using GameObjectManager::addComponent;
-    /// The same for an object whose record is at hand; the object may be gone from it. What is refused is not taken.
+    /// As above, with the object's record from describeGameObject(), which saves a lookup; the object may have been
+    /// removed since. When the component is refused, the caller keeps it.
     IComponent* addComponent(GameObjectRecord& record, GameObject object, ComponentPointer&& component,
                              ComponentTypeId type);
 

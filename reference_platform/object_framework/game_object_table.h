@@ -17,9 +17,9 @@ namespace Kiln::Tessel {
 using ObjectIndex = std::uint32_t;
 inline constexpr ObjectIndex NO_OBJECT = 0xFFFFFFFF;
 
-/// All that the manager keeps about one game object. There are many: it is kept small.
+/// What the manager stores for one game object. A world has many objects, so the record is kept small.
 struct GameObjectRecord {
-    /// Not defaulted, or the whole record would be filled with zeros first.
+    /// User-provided, because value-initialization with a defaulted constructor first fills the record with zeros.
     GameObjectRecord() noexcept {}
 
     /// Number of the object among all that the table has created, from 1; 0 while the record is free.
@@ -34,17 +34,17 @@ struct GameObjectRecord {
     ObjectIndex previousSibling = NO_OBJECT;
     ObjectIndex nextSibling = NO_OBJECT;
 
-    [[no_unique_address]] ComponentList components; ///< Leaves a byte at its end to the next member.
+    [[no_unique_address]] ComponentList components; ///< Its padding holds m_state.
 
     [[nodiscard]] bool isAlive() const noexcept { return serial != 0; }
 
-    /// Whether the object is alive, and this is its record and no later one's.
+    /// Whether the object is alive and the record has not been reused for a later one.
     [[nodiscard]] bool isOf(GameObject object) const noexcept { return isAlive() && serial == object.serial(); }
 
     [[nodiscard]] std::uint8_t flags() const noexcept { return m_state & FLAGS; }
     void setFlags(std::uint8_t flags) noexcept { m_state = static_cast<std::uint8_t>((m_state & ~FLAGS) | flags); }
 
-    /// Whether the object wants to be active.
+    /// Whether the object becomes active when its parent is activated.
     [[nodiscard]] bool isEnabled() const noexcept { return (m_state & ENABLED) != 0; }
     void setEnabled(bool isEnabled) noexcept { set(ENABLED, isEnabled); }
 
@@ -60,7 +60,7 @@ private:
         m_state = static_cast<std::uint8_t>(isSet ? m_state | bit : m_state & ~bit);
     }
 
-    /// The state flags in the lower six bits.
+    /// The state flags are the lower six bits.
     std::uint8_t m_state = 0;
 };
 
@@ -75,14 +75,14 @@ public:
 
     GameObject create();
 
-    /// Marks the record free; the caller has taken the components out.
+    /// Frees the record. The caller has removed the components.
     void free(ObjectIndex index);
 
     [[nodiscard]] GameObjectRecord& operator[](ObjectIndex index) noexcept {
         return m_chunks[index / CHUNK_SIZE].get()[index % CHUNK_SIZE];
     }
 
-    /// Null when the handle is of another world, or its object is gone.
+    /// Null when the handle belongs to another world or its object no longer exists.
     [[nodiscard]] GameObjectRecord* find(GameObject object) noexcept {
         if (object.getWorldId() != m_worldId || object.index() >= m_size) {
             return nullptr;
@@ -97,7 +97,7 @@ public:
     [[nodiscard]] ObjectIndex size() const noexcept { return m_size; }
     [[nodiscard]] std::size_t aliveCount() const noexcept { return m_aliveCount; }
 
-    /// The serial of the object that was created last; 0 before the first.
+    /// Serial of the object created last; 0 before the first.
     [[nodiscard]] std::uint64_t lastSerial() const noexcept { return m_lastSerial; }
 
 private:

@@ -7,11 +7,11 @@
 
 namespace Kiln::Tessel {
 
-/// Makes its game object a child of another one. The manager reads it when it is added to an object; to move an object
-/// to another parent, remove the component and add a new one.
+/// Makes its game object a child of another one. The manager reads the parent when the component is added; to move an
+/// object to another parent, remove the component and add a new one.
 class KILN_OBJECT_FRAMEWORK_EXPORT HierarchyComponent final : public PoolableComponent<HierarchyComponent, IComponent> {
 public:
-    /// What a prefab stores.
+    /// The configuration that a prefab stores.
     struct Config {
         GameObjectLink parent;
     };
@@ -20,7 +20,7 @@ public:
     explicit HierarchyComponent(const Config& config) : m_parent(config.parent.target()) {}
     ~HierarchyComponent() override;
 
-    /// The parent; the invalid object when the link resolved to nothing or the manager refused it.
+    /// The parent; the invalid object when the link could not be resolved or the manager refused the parent.
     [[nodiscard]] GameObject parent() const noexcept { return m_parent; }
 
 private:

@@ -10,8 +10,8 @@
 
 namespace Kiln::Tessel {
 
-/// A part of a component configuration that links to another game object by that object's UUID. In a prefab the UUID
-/// is one of the prefab; while components are created from it, the link also has a target, the live object.
+/// A part of a component configuration that links to another game object by that object's UUID. In a prefab the UUID is
+/// that of a prefab object; while components are created from the prefab, the link also has a target, the live object.
 class KILN_OBJECT_FRAMEWORK_EXPORT ILinkConfig {
 public:
     virtual ~ILinkConfig();
@@ -19,10 +19,11 @@ public:
     [[nodiscard]] virtual const Uuid& uuid() const = 0;
     virtual void setUuid(const Uuid& uuid) = 0;
 
-    /// Whether the UUID is already that of the live object and must not be combined with an instance UUID.
+    /// Whether the UUID is that of the live object already and must not be combined with an instance UUID.
     [[nodiscard]] virtual bool isLiveUuid() const = 0;
 
-    /// The live object of the creation under way; invalid when the link resolved to nothing. Creating thread only.
+    /// The live object during a creation; the invalid object when the link could not be resolved. Only the thread that
+    /// creates objects may call this.
     [[nodiscard]] virtual GameObject target() const = 0;
     virtual void setTarget(GameObject target) = 0;
 
@@ -32,10 +33,10 @@ protected:
     ILinkConfig& operator=(const ILinkConfig&) = default;
 };
 
-/// The usual link. A value type.
+/// The default link class; a value type.
 ///
-/// The target is kept in atomics because the thread that creates objects sets it in configurations that a worker may
-/// be copying at that moment; only the creating thread makes use of it, so relaxed order serves.
+/// The target is stored in atomics, because the thread that creates objects sets it in configurations that a worker may
+/// be copying at the same time. Only the creating thread uses the target, so relaxed order is enough.
 class KILN_OBJECT_FRAMEWORK_EXPORT GameObjectLink final : public ILinkConfig {
 public:
     GameObjectLink() = default;
@@ -68,10 +69,10 @@ private:
     std::atomic<std::uint64_t> m_targetSerial{0};
 };
 
-/// The reflected type of links: their text is the target's UUID.
+/// The reflected type of links. The text of a link is its UUID.
 class KILN_OBJECT_FRAMEWORK_EXPORT LinkValueType : public mirra::ValueType {
 public:
-    /// The link that a value of this type is.
+    /// The value, seen through the interface of links.
     [[nodiscard]] virtual ILinkConfig& link(void* value) const = 0;
     [[nodiscard]] const ILinkConfig& link(const void* value) const { return link(const_cast<void*>(value)); }
 
@@ -80,7 +81,7 @@ public:
     [[nodiscard]] bool isEqual(const void* a, const void* b) const override;
 
 protected:
-    /// Also makes variants of the type convertible to ILinkConfig.
+    /// Also registers the conversion of variants of the type to ILinkConfig.
     LinkValueType(std::type_index type, void* (*toLink)(void* value));
 };
 

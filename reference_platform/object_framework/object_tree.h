@@ -25,7 +25,7 @@ public:
         first.previousSibling = index;
     }
 
-    /// Takes an object, with those below it, from its parent, if it has one.
+    /// Detaches an object and its descendants from its parent, if it has one.
     void detach(ObjectIndex index) {
         GameObjectRecord& record = m_table[index];
         if (record.parent == NO_OBJECT) {
@@ -58,8 +58,8 @@ public:
         return false;
     }
 
-    /// The object after `index` in a walk through the tree below `root`, parents first; NO_OBJECT at its end.
-    /// `isEntered` tells whether the walk goes into the children of `index`, whose record is given.
+    /// The object after `index` in a walk from `root`, parents first; NO_OBJECT at the end of the walk. `record` is the
+    /// record of `index`, and `isEntered` tells whether the walk visits the children of `index`.
     [[nodiscard]] ObjectIndex next(ObjectIndex root, ObjectIndex index, const GameObjectRecord& record,
                                    bool isEntered) const {
         if (isEntered && record.firstChild != NO_OBJECT) {
@@ -71,7 +71,7 @@ public:
                 return current->nextSibling;
             }
             index = current->parent;
-            if (index == NO_OBJECT) { // A component has taken its object out of the tree.
+            if (index == NO_OBJECT) { // A component has detached the subtree during the walk.
                 break;
             }
             current = &m_table[index];
@@ -79,9 +79,9 @@ public:
         return NO_OBJECT;
     }
 
-    /// Where an object stands before its components are activated or deactivated; they may remove or move it.
-    struct Standpoint {
-        explicit Standpoint(const GameObjectRecord& record) noexcept
+    /// Position of an object before its components are activated or deactivated, which may remove or move the object.
+    struct Position {
+        explicit Position(const GameObjectRecord& record) noexcept
             : serial(record.serial), parent(record.parent), nextSibling(record.nextSibling) {}
 
         [[nodiscard]] bool isLeftBy(const GameObjectRecord& record) const noexcept {
@@ -93,8 +93,8 @@ public:
         ObjectIndex nextSibling;
     };
 
-    /// next() from where an object stood that is no longer there.
-    [[nodiscard]] ObjectIndex nextAfter(ObjectIndex root, const Standpoint& left) const {
+    /// The object after a position that its object has left; NO_OBJECT at the end of the walk.
+    [[nodiscard]] ObjectIndex nextAfter(ObjectIndex root, const Position& left) const {
         const ObjectIndex parent = left.parent;
         if (parent == NO_OBJECT || !m_table[parent].isAlive() || !isSelfOrDescendant(root, parent)) {
             return NO_OBJECT;
@@ -104,20 +104,20 @@ public:
                                                                          : next(root, parent, m_table[parent], false);
     }
 
-    /// Walks through the tree below `root`, parents first. `change(index, record)` tells whether to go into the
-    /// children; it may remove and move objects.
+    /// Visits `root` and its descendants, parents first. `change(index, record)` returns whether to visit the children
+    /// of the object; it may remove and move objects.
     template <class Change>
     void walk(ObjectIndex root, const Change& change) {
         const std::uint64_t rootSerial = m_table[root].serial;
         for (ObjectIndex index = root; index != NO_OBJECT;) {
             GameObjectRecord& record = m_table[index];
-            const Standpoint before(record);
+            const Position before(record);
             const bool isEntered = change(index, record);
             if (index == root || !before.isLeftBy(record)) [[likely]] {
                 index = next(root, index, record, isEntered);
                 continue;
             }
-            if (isEntered && record.serial == before.serial) { // It has taken its children along.
+            if (isEntered && record.serial == before.serial) { // It was moved with its children.
                 for (ObjectIndex child = record.firstChild; child != NO_OBJECT;) {
                     const ObjectIndex sibling = m_table[child].nextSibling;
                     walk(child, change);

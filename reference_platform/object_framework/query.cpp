@@ -9,7 +9,7 @@
 namespace Kiln::Tessel {
 
 std::map<QueryConfig, std::type_index>& QueryIsUniqueAsserter::s_queriesRegistry() {
-    static auto* const registry = new std::map<QueryConfig, std::type_index>(); // Lives as long as the process.
+    static auto* const registry = new std::map<QueryConfig, std::type_index>(); // Never destroyed.
     return *registry;
 }
 

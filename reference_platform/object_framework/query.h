@@ -23,7 +23,7 @@ namespace Kiln::Tessel {
 class GameObjectManager;
 class GameObjectManagerInternal;
 
-/// What a query asks for: component types in any order, and whether the game object itself is delivered.
+/// What a query selects: the component types that an object must have, and whether callbacks also receive the object.
 struct QueryConfig {
     std::vector<ComponentTypeId> types; ///< Ascending.
     bool includesGameObject = false;
@@ -31,21 +31,21 @@ struct QueryConfig {
     friend auto operator<=>(const QueryConfig&, const QueryConfig&) = default;
 };
 
-/// Register of the query classes in use: two classes for one configuration do the same work twice.
+/// Register of the query classes in use. Two classes with one configuration are an error: they do the same work twice.
 class KILN_OBJECT_FRAMEWORK_EXPORT QueryIsUniqueAsserter {
 public:
     /// The query class that first used each configuration. Main thread.
     static std::map<QueryConfig, std::type_index>& s_queriesRegistry();
 
-    /// Enters a configuration. When another class has entered it before, logs an error that names that class.
+    /// Registers a configuration. When another class has registered it before, logs an error that names that class.
     static void enter(const QueryConfig& config, std::type_index queryClass);
 };
 
-/// Readable name of a type, as it stands in source code.
+/// Name of a type as it is written in source code.
 [[nodiscard]] KILN_OBJECT_FRAMEWORK_EXPORT std::string readableTypeName(std::type_index type);
 
 /// The active objects of a world that have all components of a configuration. Kept up to date by the world's manager
-/// as objects are activated and deactivated and components come and go. Main thread.
+/// as objects are activated and deactivated and components are added and removed. Main thread.
 class KILN_OBJECT_FRAMEWORK_EXPORT QueryBase : NonCopyable {
 public:
     virtual ~QueryBase();
@@ -57,7 +57,8 @@ public:
     [[nodiscard]] const std::vector<GameObject>& objects() const noexcept { return m_objects; }
     [[nodiscard]] bool contains(GameObject object) const;
 
-    /// Called with each object that enters the query, at once; for the framework's reactions, which note it for later.
+    /// Called with each object as it enters the query. Trigger reactions collect objects with it for the next reaction
+    /// phase.
     using AddedListener = std::function<void(GameObject object)>;
 
     /// Returns an id for removeAddedListener().
@@ -78,14 +79,14 @@ private:
     void removeObject(GameObject object);
 
     QueryConfig m_config;
-    GameObjectManagerInternal* m_manager = nullptr; ///< Null once the world is gone.
+    GameObjectManagerInternal* m_manager = nullptr; ///< Null after the world was destroyed.
     std::vector<GameObject> m_objects;
     std::vector<std::uint32_t> m_positions; ///< By object index: position in m_objects plus one, 0 when absent.
     std::vector<std::pair<int, AddedListener>> m_addedListeners;
     int m_lastListenerId = 0;
 };
 
-/// A query over component types; list GameObject among them to be given the object as well.
+/// A query over component types. When GameObject is among the types, callbacks receive the object too.
 ///
 ///     query->forEach([](PrefabComponent& prefab, HierarchyComponent& hierarchy, GameObject object) { … });
 template <class... Types>
@@ -102,7 +103,7 @@ public:
         return config;
     }
 
-    /// Calls `function` for each member. The function must not change what the query holds.
+    /// Calls `function` for each member. The function must not cause objects to enter or leave the query.
     template <class Function>
     void forEach(Function&& function) const {
         for (const GameObject object : objects()) {
@@ -110,7 +111,7 @@ public:
         }
     }
 
-    /// Calls `function` with the parts of one member; does nothing for an object that is not one.
+    /// Calls `function` for one object; does nothing when the object is not a member.
     template <class Function>
     void visit(GameObject object, Function&& function) const {
         if (contains(object)) {

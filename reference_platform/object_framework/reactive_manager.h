@@ -10,43 +10,43 @@ namespace Kiln::Tessel {
 
 class World;
 
-/// What a manager factory may be given to start from.
+/// Optional argument of a manager factory.
 class IManagerInitData {
 public:
     virtual ~IManagerInitData() = default;
 };
 
-/// Lets others follow what a manager works on.
+/// Lets other code observe what a manager does.
 class IManagerWatcher {
 public:
     virtual ~IManagerWatcher() = default;
 };
 
-/// Logic of one world that reacts to what enters its queries. Each world has one of every registered manager
-/// (EntryPoint::registerReactiveManager) and owns it. Main thread.
+/// Logic of one world that reacts to the objects that enter its queries. Each world creates and owns one manager of
+/// every registered kind (EntryPoint::registerReactiveManager). Main thread.
 class IReactiveManager : NonCopyable {
 public:
     virtual ~IReactiveManager() = default;
 
-    /// Called once, when the manager has been made for the world.
+    /// Called once, after the manager was created for the world.
     virtual void init(World& world) = 0;
 
-    /// Called once, before the world goes away; all that init registered is to be taken back.
+    /// Called once, before the world is destroyed; unregisters everything that init() registered.
     virtual void fini(World& world) = 0;
 
-    /// Called when level data has been mapped into or out of the world.
+    /// Called after level data was mapped into the world or unmapped from it.
     virtual void onMappingLoaded(World& /*world*/) {}
     virtual void onMappingUnloaded(World& /*world*/) {}
 
-    /// Null unless the manager offers a watcher.
+    /// Null when the manager has no watcher.
     virtual IManagerWatcher* getWatcher() { return nullptr; }
 };
 
-/// Base of a concrete manager, which it is given as `Manager`.
+/// Base of the concrete manager class `Manager`.
 template <class Manager>
 class ReactiveManager : public IReactiveManager {
 public:
-    /// The factory to register: makes a manager and ignores the init data.
+    /// The factory to register: creates a manager and ignores the init data.
     [[nodiscard]] static std::unique_ptr<IReactiveManager> create(std::unique_ptr<IManagerInitData> /*initData*/) {
         return std::make_unique<Manager>();
     }

@@ -5,13 +5,13 @@
 
 namespace Kiln::Tessel {
 
-/// A part of the framework of which the process has one: registered with EntryPoint, found by its type, ticked once
-/// per frame. The entry point owns it. All operations run on the main thread.
+/// A process-wide part of the framework: registered with EntryPoint, which owns it, looked up by its type, and ticked
+/// once per frame. All operations run on the main thread.
 class IService : NonCopyable {
 public:
     virtual ~IService() = default;
 
-    /// Called once, when the service has been registered.
+    /// Called once, after the service was registered.
     virtual void init() = 0;
 
     /// Called once, before destruction, while the other services still exist.
@@ -23,7 +23,7 @@ public:
     /// Called once per frame, after every service has been ticked.
     virtual void postTick() = 0;
 
-    /// Called when a world is going away; the world is no longer valid.
+    /// Called when a world is destroyed. The world is not valid any more.
     virtual void onWorldDestroyed(int worldId) = 0;
 };
 

@@ -10,7 +10,7 @@
 
 namespace Kiln::Tessel {
 
-/// The kind of a reaction is kept in the top two bits of its id.
+/// The kind of a reaction is stored in the top two bits of its id.
 enum class ReactionKind { TICK = 0, TRIGGER = 1 };
 
 namespace ReactionId {
@@ -22,7 +22,7 @@ inline constexpr int KIND_SHIFT = 30;
 
 /// Names of the groups that reactions run in.
 namespace ReactionGroup {
-/// Initialisation of what has just appeared; runs before all other groups.
+/// Initialisation of new objects; runs before all other groups.
 inline constexpr const char* SYNC_INIT = "SyncInit";
 } // namespace ReactionGroup
 
@@ -31,28 +31,28 @@ class KILN_OBJECT_FRAMEWORK_EXPORT TickingGraphBase : NonCopyable {
 public:
     virtual ~TickingGraphBase();
 
-    /// Replaces `order` by the ids of all reactions in running order.
+    /// Replaces the contents of `order` with the ids of all reactions, in the order in which they run.
     virtual void fillTickingOrder(std::vector<int>& order) const = 0;
 };
 
 /// Runs the initialisation group first, then the others in the order in which their first reaction was added; within a
-/// group, in the order of adding.
+/// group, reactions run in the order in which they were added.
 class KILN_OBJECT_FRAMEWORK_EXPORT TickingGraph final : public TickingGraphBase {
 public:
     struct Reaction {
         int id;
         std::string group;
         std::string name;
-        std::shared_ptr<const std::function<void()>> run; ///< Shared by a run under way, which may remove the reaction.
+        std::shared_ptr<const std::function<void()>> run; ///< Shared: a reaction may remove itself.
     };
 
     /// Returns the new reaction's id; `run` is called once per frame.
     int add(ReactionKind kind, std::string group, std::string name, std::function<void()> run);
 
-    /// False when there is none of that id.
+    /// Returns false when no reaction has that id.
     bool remove(int id);
 
-    /// Null when there is none of that id.
+    /// Null when no reaction has that id.
     [[nodiscard]] const Reaction* find(int id) const;
 
     void fillTickingOrder(std::vector<int>& order) const override;

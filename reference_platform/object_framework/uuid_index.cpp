@@ -5,8 +5,8 @@
 namespace Kiln::Tessel {
 
 GameObject UuidIndex::find(const Uuid& uuid) {
-    if (!m_isMade) {
-        m_isMade = true;
+    if (!m_isBuilt) {
+        m_isBuilt = true;
         m_indices.reserve(m_table.aliveCount());
         for (ObjectIndex index = 0; index < m_table.size(); ++index) {
             enter(index);

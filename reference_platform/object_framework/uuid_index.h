@@ -7,27 +7,27 @@
 
 namespace Kiln::Tessel {
 
-/// The living objects of a table by UUID, without those that have none; made by the first search and exact from then
-/// on. Refers to the table. Main thread.
+/// Index of a table's living objects by UUID; objects without a UUID are left out. Built by the first lookup and kept
+/// up to date from then on. Refers to the table. Main thread.
 class UuidIndex {
 public:
     explicit UuidIndex(GameObjectTable& table) noexcept : m_table(table) {}
 
-    /// For an object that has got its UUID.
+    /// Called after the UUID of an object was set.
     void add(ObjectIndex index) {
-        if (m_isMade) {
+        if (m_isBuilt) {
             enter(index);
         }
     }
 
-    /// For an object that is about to lose its UUID.
+    /// Called before the UUID of an object changes and before the object is freed.
     void remove(ObjectIndex index) {
-        if (m_isMade) {
+        if (m_isBuilt) {
             erase(index);
         }
     }
 
-    /// The one of them that was created first; the invalid object when there is none.
+    /// The object with that UUID, or the invalid object; the object created first when several have it.
     [[nodiscard]] GameObject find(const Uuid& uuid);
 
 private:
@@ -35,7 +35,7 @@ private:
     void erase(ObjectIndex index);
 
     GameObjectTable& m_table;
-    bool m_isMade = false;
+    bool m_isBuilt = false;
     std::unordered_multimap<Uuid, ObjectIndex> m_indices;
 };
 

@@ -17,7 +17,7 @@
 namespace Kiln::Tessel {
 
 /// One world: its game objects, the storages of their components, its reactive managers and their reactions.
-/// Owner: EntryPoint, which makes and destroys worlds. Main thread.
+/// Owner: EntryPoint, which creates and destroys worlds. Main thread.
 class KILN_OBJECT_FRAMEWORK_EXPORT World : NonCopyable {
 public:
     explicit World(int id);
@@ -31,10 +31,10 @@ public:
         return type < m_storages.size() ? m_storages[type].get() : nullptr;
     }
 
-    /// Enters a storage for a type that has none yet.
+    /// Adds the storage of a type. When the type has one already, keeps that and destroys `storage`.
     void addStorage(ComponentTypeId type, std::unique_ptr<GenericComponentStorage> storage);
 
-    /// The storage of component type T, made on first use.
+    /// The storage of component type T, created on first use.
     template <class T>
     [[nodiscard]] ComponentStorage<T>& getStorage() {
         const ComponentTypeId type = NativeComponent<T>::getType();
@@ -49,11 +49,11 @@ public:
     /// The storages of the world, by ascending component type.
     [[nodiscard]] std::vector<GenericComponentStorage*> storages() const;
 
-    /// Makes the world's manager of a registered kind (EntryPoint::registerReactiveManager), unless it has one or the
-    /// kind is not meant for this process.
+    /// Creates the world's manager of a registered kind (EntryPoint::registerReactiveManager), unless the world has one
+    /// or the kind has none of the roles of this process.
     void createReactiveManager(int managerId);
 
-    /// Null when the world has none of that kind.
+    /// Null when the world has no manager of that kind.
     [[nodiscard]] IReactiveManager* findReactiveManager(int managerId) const;
 
     /// Registers a function that runs once per frame. Returns an id for removeTickReaction(), which ignores the ids of
@@ -70,10 +70,11 @@ public:
 
     [[nodiscard]] const TickingGraph& reactions() const noexcept { return m_reactions; }
 
-    /// The reaction phase of a frame.
+    /// Runs the reaction phase of a frame.
     void runReactions();
 
-    /// Ends the reactive managers, then removes every object. The world is of no use afterwards.
+    /// Calls fini() of the reactive managers and destroys them, then removes every object. May be called again; the
+    /// world must not be used otherwise afterwards.
     void fini();
 
 private:
@@ -83,7 +84,7 @@ private:
     };
 
     std::vector<std::unique_ptr<GenericComponentStorage>> m_storages; ///< By component type.
-    GameObjectManagerInternal m_manager; ///< After the storages: its objects' components go back to them.
+    GameObjectManagerInternal m_manager; ///< Declared after the storages: its components return to them.
     TickingGraph m_reactions;
     std::vector<std::pair<int, Trigger>> m_triggers;
     std::vector<std::pair<int, std::unique_ptr<IReactiveManager>>> m_reactiveManagers;

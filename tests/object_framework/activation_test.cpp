@@ -227,7 +227,7 @@ TEST_F(Activation, deadObject_isNeitherActiveNorEnabled) {
     EXPECT_FALSE(manager().isEnabled(object));
 }
 
-/// The parameter's bits tell which of three levels below an active root are enabled.
+/// Each bit of the parameter tells whether one of the three levels below an active root is enabled.
 class ActivationOfThreeLevels : public WorldTest, public testing::WithParamInterface<int> {};
 
 TEST_P(ActivationOfThreeLevels, objectIsActive_whenItAndAllAboveAreEnabled) {

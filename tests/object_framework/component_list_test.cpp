@@ -12,7 +12,7 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-/// Objects with more components than lie within their record.
+/// Objects with more components than fit into their record.
 class ManyComponents : public WorldTest {
 protected:
     static constexpr int COUNT = 8;
@@ -87,7 +87,7 @@ TEST_F(ManyComponents, addComponent_afterTheListHasShrunk_isTheLast) {
     EXPECT_THAT(manager().componentTypes(object), ElementsAre(typeOf<ComponentA>(), typeOf<ComponentB>()));
 }
 
-/// Components of one type that are given back in different ways.
+/// Components of one type with different deleters.
 class ComponentDeleters : public WorldTest {
 protected:
     static void deleteFirst(IComponent* component) { deleteAs("first", component); }
@@ -109,12 +109,12 @@ private:
     }
 };
 
-TEST_F(ComponentDeleters, eachComponent_isGivenBackAsItWasAdded) {
+TEST_F(ComponentDeleters, eachComponent_isFreedByItsOwnDeleter) {
     s_deleted.clear();
     const GameObject first = createWith(&deleteFirst);
     const GameObject second = createWith(&deleteSecond);
     const GameObject third = createWith(&deleteFirst);
-    add<ComponentA>(create()); // From its pool.
+    add<ComponentA>(create()); // Allocated from its pool.
     manager().removeGameObject(second);
     manager().removeGameObject(first);
     manager().removeComponent(third, typeOf<ComponentA>());
@@ -122,7 +122,7 @@ TEST_F(ComponentDeleters, eachComponent_isGivenBackAsItWasAdded) {
     EXPECT_EQ(ComponentA::livingCount, 1);
 }
 
-/// A component that does something to its object when it is activated or deactivated.
+/// A component that runs an action of the test when it is activated or deactivated.
 class Meddler final : public PoolableComponent<Meddler, IComponent> {
 public:
     void activate() override { run(onActivate); }
@@ -132,7 +132,7 @@ public:
     std::function<void()> onDeactivate;
 
 private:
-    /// By value: the action may destroy the component.
+    /// By value, because the action may destroy the component that holds it.
     static void run(std::function<void()> action) {
         if (action) {
             action();

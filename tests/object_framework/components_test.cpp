@@ -117,7 +117,7 @@ TEST_F(Components, removeGameObject_deactivatesAllBeforeItDestroysTheLastAddedFi
     EXPECT_THAT(journal, ElementsAre("deactivate A", "deactivate B", "destroy B", "destroy A"));
 }
 
-TEST_F(Components, removeGameObject_neverActivated_givesComponentsBackSilently) {
+TEST_F(Components, removeGameObject_neverActivated_destroysComponentsSilently) {
     const GameObject object = create();
     add<ComponentA>(object);
     manager().removeGameObject(object);

@@ -31,14 +31,14 @@ TEST_F(GameObjectUuids, findGameObject_beforeAndAfterTheFirstSearch_findsObjects
     EXPECT_EQ(manager().findGameObject(U), early);
 }
 
-TEST_F(GameObjectUuids, findGameObject_zeroUuid_isNobody) {
+TEST_F(GameObjectUuids, findGameObject_zeroUuid_isNotFound) {
     create();
     EXPECT_TRUE(manager().findGameObject(Uuid::ZERO).isInvalid());
     createWith(Uuid::ZERO);
     EXPECT_TRUE(manager().findGameObject(Uuid::ZERO).isInvalid());
 }
 
-TEST_F(GameObjectUuids, findGameObject_removedObject_isNobody) {
+TEST_F(GameObjectUuids, findGameObject_removedObject_isNotFound) {
     const GameObject object = createWith(U);
     EXPECT_EQ(manager().findGameObject(U), object);
     manager().removeGameObject(object);
@@ -57,7 +57,7 @@ TEST_F(GameObjectUuids, findGameObject_changedUuid_movesTheObject) {
     EXPECT_TRUE(manager().findGameObject(V).isInvalid());
 }
 
-TEST_F(GameObjectUuids, findGameObject_duplicates_givesTheEarliestCreated) {
+TEST_F(GameObjectUuids, findGameObject_duplicates_returnsTheEarliestCreated) {
     const GameObject first = create();
     const GameObject second = createWith(U);
     EXPECT_EQ(manager().findGameObject(U), second);
@@ -77,7 +77,7 @@ TEST_F(GameObjectUuids, findGameObject_earliestByCreationNotByIndex) {
     EXPECT_EQ(manager().findGameObject(U), early);
 }
 
-TEST_F(GameObjectUuids, findGameObject_duplicateRemoved_givesTheNext) {
+TEST_F(GameObjectUuids, findGameObject_duplicateRemoved_returnsTheNext) {
     const GameObject first = createWith(U);
     const GameObject second = createWith(U);
     const GameObject third = createWith(U);

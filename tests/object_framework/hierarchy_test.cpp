@@ -13,7 +13,7 @@ class Hierarchy : public WorldTest {
 protected:
     static constexpr int CHAIN_LENGTH = 100000;
 
-    /// A chain of parents; each object but the first is the child of the one before.
+    /// Objects that form a chain: each one except the first is a child of the one before it.
     [[nodiscard]] std::vector<GameObject> createChain() const {
         std::vector<GameObject> chain{create()};
         while (chain.size() < CHAIN_LENGTH) {

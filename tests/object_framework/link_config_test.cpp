@@ -9,7 +9,7 @@
 
 namespace Kiln::Tessel::FrameworkTests {
 
-/// A link of another class, as a game may add one.
+/// A link class that is not part of the framework.
 class SpecialLink final : public ILinkConfig {
 public:
     [[nodiscard]] const Uuid& uuid() const override { return m_uuid; }

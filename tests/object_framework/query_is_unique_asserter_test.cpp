@@ -13,7 +13,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Message = TestSupport::LogCapture::Message;
 
-/// Configurations here name component types that no component has, so that no other test enters them.
+/// These configurations use type ids that no component has, so that no other test registers them.
 class QueryRegister : public testing::Test {
 protected:
     ~QueryRegister() override { QueryIsUniqueAsserter::s_queriesRegistry().erase(CONFIG); }

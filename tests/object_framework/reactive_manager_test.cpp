@@ -34,7 +34,7 @@ public:
     void fini(World& /*world*/) override {}
 };
 
-/// Kinds stay registered; those of a test are switched off at its end.
+/// Kinds can't be unregistered, so the fixture disables those of a test at its end.
 class ReactiveManagers : public testing::Test {
 protected:
     ~ReactiveManagers() override {

@@ -11,8 +11,8 @@
 
 namespace Kiln::Tessel::FrameworkTests {
 
-/// A service that writes what happens to it into the journal of the test under way. Services stay until the process
-/// ends, so every test has services of its own: `Number` tells them apart.
+/// A service that records its calls in the journal of the current test. Services can't be unregistered, so each test
+/// uses service types of its own, which `Number` tells apart.
 template <int Number>
 class RecordingService final : public IService {
 public:
@@ -72,7 +72,7 @@ protected:
         return *entryPoint.getService<RecordingService<Number>>();
     }
 
-    /// The service stays, but no longer writes or does anything.
+    /// The service stays registered, but no longer records or does anything.
     template <int... Numbers>
     void silence() {
         ((RecordingService<Numbers>::journal = nullptr), ...);
@@ -264,7 +264,7 @@ TEST_F(Services, getService_fromManyThreadsWhileOthersAreRegistered_isFound) {
     silence<12, 13, 14, 15>();
 }
 
-/// Writes to the standard error stream, which a death test can look at, when the process ends.
+/// Writes to the standard error stream at process exit, so that a death test can check it.
 template <int Number>
 class LastWordsService final : public IService {
 public:
@@ -277,7 +277,7 @@ public:
 };
 
 TEST_F(Services, processExit_destroysWorldsThenEndsAllServicesThenDestroysThemLastFirst) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // Other tests of this process may have left threads.
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // Other tests of this process may have left threads running.
     EXPECT_EXIT(
         {
             entryPoint.registerService(typeid(LastWordsService<1>), std::make_unique<LastWordsService<1>>());

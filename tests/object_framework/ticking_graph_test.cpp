@@ -11,7 +11,7 @@ using testing::IsEmpty;
 
 class Graph : public testing::Test {
 protected:
-    /// A tick reaction that writes its name.
+    /// Adds a tick reaction that records its name.
     int add(const std::string& group, const std::string& name) {
         return graph.add(ReactionKind::TICK, group, name, [this, name] { journal.push_back(name); });
     }
@@ -37,7 +37,7 @@ TEST_F(Graph, add_idsTellTheKind) {
     EXPECT_NE(tick, trigger & ~0x40000000);
 }
 
-TEST_F(Graph, find_givesWhatWasAdded) {
+TEST_F(Graph, find_returnsTheAddedReaction) {
     const int id = add("group", "name");
     const TickingGraph::Reaction* const reaction = graph.find(id);
     ASSERT_NE(reaction, nullptr);
@@ -115,7 +115,7 @@ TEST_F(Graph, reactionThatRemovesItself_runsToItsEnd) {
     self = graph.add(ReactionKind::TICK, "g", "self", [this, &self, text] {
         graph.remove(self);
         for (int i = 0; i < 100; ++i) {
-            add("g", "filler"); // Moves the graph's storage.
+            add("g", "filler"); // Reallocates the graph's storage.
         }
         journal.push_back(text);
     });

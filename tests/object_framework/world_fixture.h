@@ -18,7 +18,8 @@
 
 namespace Kiln::Tessel::FrameworkTests {
 
-/// A component that writes what happens to it into a journal, when it is given one, and counts the living ones.
+/// A component that records its activation, deactivation and destruction in a journal, if it has one, and counts its
+/// living instances.
 template <char Letter>
 class Journaled final : public PoolableComponent<Journaled<Letter>, IComponent> {
     using Base = PoolableComponent<Journaled<Letter>, IComponent>;
@@ -62,7 +63,7 @@ private:
 using ComponentA = Journaled<'A'>;
 using ComponentB = Journaled<'B'>;
 
-/// A world of its own for every test; at the end it is destroyed with everything in it.
+/// Creates a world for each test and destroys it at the end of the test.
 class WorldTest : public testing::Test {
 protected:
     ~WorldTest() override {
@@ -116,7 +117,7 @@ protected:
         return names;
     }
 
-    /// Names of the active ones among the objects, in the order in which they were created.
+    /// Names of the active objects, in the order of their creation.
     [[nodiscard]] std::vector<std::string> activeNames() const {
         std::vector<std::string> names;
         for (const GameObject object : manager().gameObjects()) {
@@ -129,7 +130,7 @@ protected:
 
     const int worldId = EntryPoint::instance().createWorld();
     TestSupport::LogCapture log;
-    std::vector<std::string> journal; ///< For the components, which are destroyed before it.
+    std::vector<std::string> journal; ///< Written by components, which are destroyed before it.
 };
 
 } // namespace Kiln::Tessel::FrameworkTests
