@@ -4,12 +4,13 @@
 #include <object_framework/entry_point.h>
 #include <object_framework/game_object_table.h>
 #include <object_framework/hierarchy_component.h>
+#include <object_framework/object_activation.h>
 #include <object_framework/object_tree.h>
+#include <object_framework/query_index.h>
 #include <object_framework/uuid_index.h>
 #include <object_framework/world.h>
 
 #include <algorithm>
-#include <span>
 #include <utility>
 
 namespace Kiln::Tessel {
@@ -28,111 +29,15 @@ void logError(const std::string& text) {
 
 /// A manager's data, and the steps of its operations that work on records.
 struct GameObjectManager::State {
-    explicit State(int worldId) : table(worldId), tree(table), uuids(table) {}
-
-    struct KnownQuery {
-        std::type_index queryClass;
-        std::weak_ptr<QueryBase> shared;
-        QueryBase* query;
-    };
+    explicit State(int worldId)
+        : table(worldId), tree(table), uuids(table), queries(table, kinds), activation(tree, queries) {}
 
     GameObjectTable table;
     ObjectTree tree;
     UuidIndex uuids;
     ComponentKinds kinds;
-    std::vector<KnownQuery> queries;
-
-    using QueriesByType = std::vector<std::vector<QueryBase*>>;
-
-    /// By component type: the queries that ask for it, and those among them that ask for no rarer type. The types that
-    /// most objects have, such as HierarchyComponent, were registered first and have the lowest ids.
-    QueriesByType queriesByType;
-    QueriesByType queriesByRarestType;
-
-    [[nodiscard]] bool hasComponent(const GameObjectRecord& record, ComponentTypeId type) const {
-        return record.components.find(type, kinds) != ComponentList::NONE;
-    }
-
-    [[nodiscard]] bool matches(const GameObjectRecord& record, const QueryBase& query) const {
-        return std::all_of(query.config().types.rbegin(), query.config().types.rend(),
-                           [&](ComponentTypeId type) { return hasComponent(record, type); });
-    }
-
-    static void addQuery(QueriesByType& queries, ComponentTypeId type, QueryBase& query) {
-        if (type >= queries.size()) {
-            queries.resize(type + std::size_t{1});
-        }
-        queries[type].push_back(&query);
-    }
-
-    [[nodiscard]] static std::span<QueryBase* const> queriesOf(const QueriesByType& queries, ComponentTypeId type) {
-        return type < queries.size() ? std::span<QueryBase* const>(queries[type]) : std::span<QueryBase* const>();
-    }
-
-    void enterQueries(std::span<QueryBase* const> candidates, ObjectIndex index) {
-        for (QueryBase* query : candidates) {
-            if (matches(table[index], *query) && !query->contains(table.handle(index))) {
-                query->addObject(table.handle(index));
-            }
-        }
-    }
-
-    void leaveQueries(std::span<QueryBase* const> candidates, ObjectIndex index) {
-        for (QueryBase* query : candidates) {
-            if (query->contains(table.handle(index))) {
-                query->removeObject(table.handle(index));
-            }
-        }
-    }
-
-    void setActive(ObjectIndex index, GameObjectRecord& record) {
-        record.setActive(true);
-        const ComponentList& components = record.components;
-        // A component that is added by the activate() of another one is activated by addComponent().
-        const std::size_t count = components.size();
-        for (std::size_t i = 0; i < count && i < components.size(); ++i) {
-            components.component(i).activate();
-            if (!record.isActive()) {
-                return; // The component has deactivated or removed the object.
-            }
-        }
-        for (std::size_t i = 0; i < components.size(); ++i) {
-            enterQueries(queriesOf(queriesByRarestType, kinds.type(components.kind(i))), index);
-        }
-    }
-
-    void setInactive(ObjectIndex index, GameObjectRecord& record) {
-        const ComponentList& components = record.components;
-        for (std::size_t i = 0; i < components.size(); ++i) {
-            leaveQueries(queriesOf(queriesByRarestType, kinds.type(components.kind(i))), index);
-        }
-        const std::uint64_t serial = record.serial;
-        for (std::size_t i = 0; i < components.size(); ++i) {
-            components.component(i).deactivate();
-        }
-        if (record.serial == serial) { // No component has removed the object.
-            record.setActive(false);
-        }
-    }
-
-    void activateTree(ObjectIndex root) {
-        tree.walk(root, [this](ObjectIndex index, GameObjectRecord& record) {
-            if (record.isEnabled() && !record.isActive()) {
-                setActive(index, record);
-            }
-            return record.isActive();
-        });
-    }
-
-    void deactivateTree(ObjectIndex root) {
-        tree.walk(root, [this](ObjectIndex index, GameObjectRecord& record) {
-            const bool wasActive = record.isActive();
-            if (wasActive) {
-                setInactive(index, record);
-            }
-            return wasActive;
-        });
-    }
+    QueryIndex queries;
+    ObjectActivation activation;
 
     /// Returns false when the parent is not alive in this world, is the object itself or is one of its descendants.
     bool attachToParent(ObjectIndex index, GameObject parent) {
@@ -146,7 +51,7 @@ struct GameObjectManager::State {
         }
         tree.attach(index, parent.index());
         if (table[index].isActive() && !table[parent.index()].isActive()) {
-            deactivateTree(index);
+            activation.deactivateTree(index);
         }
         return true;
     }
@@ -161,7 +66,7 @@ struct GameObjectManager::State {
         }
         if (record->isActive()) {
             added->activate();
-            enterQueries(queriesOf(queriesByType, type), index);
+            queries.enter(index, *record, type);
         }
         if (type == NativeComponent<HierarchyComponent>::getType()) {
             auto& hierarchy = static_cast<HierarchyComponent&>(*added);
@@ -182,7 +87,7 @@ struct GameObjectManager::State {
         GameObjectRecord& record = table[index];
         const std::uint64_t serial = record.serial;
         if (record.isActive()) {
-            setInactive(index, record);
+            activation.deactivate(index, record);
         }
         // The deactivate() of a component may have removed the object.
         if (record.serial != serial) {
@@ -286,7 +191,7 @@ void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type)
         return;
     }
     if (record->isActive()) {
-        m_state->leaveQueries(State::queriesOf(m_state->queriesByType, type), object.index());
+        m_state->queries.leave(object.index(), type);
         record->components.component(index).deactivate();
         // deactivate() may have removed other components, this one or the object.
         index = record->isOf(object) ? record->components.find(type, m_state->kinds) : ComponentList::NONE;
@@ -294,7 +199,7 @@ void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type)
             return;
         }
         // It may also have added the object to a query again.
-        m_state->leaveQueries(State::queriesOf(m_state->queriesByType, type), object.index());
+        m_state->queries.leave(object.index(), type);
     }
     if (type == NativeComponent<HierarchyComponent>::getType()) {
         m_state->tree.detach(object.index());
@@ -339,14 +244,14 @@ void GameObjectManager::activateGameObject(GameObject object) {
     }
     record->setEnabled(true);
     if (record->parent == NO_OBJECT || m_state->table[record->parent].isActive()) {
-        m_state->activateTree(object.index());
+        m_state->activation.activateTree(object.index());
     }
 }
 
 void GameObjectManager::deactivateGameObject(GameObject object) {
     if (GameObjectRecord* const record = m_state->table.find(object)) {
         record->setEnabled(false);
-        m_state->deactivateTree(object.index());
+        m_state->activation.deactivateTree(object.index());
     }
 }
 
@@ -395,42 +300,24 @@ GameObjectManagerInternal::GameObjectManagerInternal(int worldId) : GameObjectMa
 
 GameObjectManagerInternal::~GameObjectManagerInternal() {
     clear();
-    for (const State::KnownQuery& known : m_state->queries) {
-        known.query->m_manager = nullptr;
+    for (const QueryIndex::Entry& entry : m_state->queries.entries()) {
+        entry.query->m_manager = nullptr;
     }
 }
 
 std::shared_ptr<QueryBase> GameObjectManagerInternal::getQuery(const QueryConfig& config, std::type_index queryClass,
                                                                const QueryFactory& factory) {
-    for (const State::KnownQuery& known : m_state->queries) {
-        if (known.queryClass == queryClass && known.query->config() == config) {
-            if (std::shared_ptr<QueryBase> query = known.shared.lock()) {
-                return query;
-            }
-        }
+    if (std::shared_ptr<QueryBase> query = m_state->queries.find(config, queryClass)) {
+        return query;
     }
     const std::shared_ptr<QueryBase> query = factory();
     query->m_manager = this;
-    m_state->queries.push_back({queryClass, query, query.get()});
-    for (const ComponentTypeId type : config.types) {
-        State::addQuery(m_state->queriesByType, type, *query);
-    }
-    State::addQuery(m_state->queriesByRarestType, config.types.back(), *query);
-    for (ObjectIndex index = 0; index < m_state->table.size(); ++index) {
-        if (m_state->table[index].isActive() && m_state->matches(m_state->table[index], *query)) {
-            query->addObject(m_state->table.handle(index));
-        }
-    }
+    m_state->queries.add(query, queryClass);
     return query;
 }
 
 void GameObjectManagerInternal::forgetQuery(const QueryBase& query) {
-    std::erase_if(m_state->queries, [&query](const State::KnownQuery& known) { return known.query == &query; });
-    for (State::QueriesByType* const queriesByType : {&m_state->queriesByType, &m_state->queriesByRarestType}) {
-        for (std::vector<QueryBase*>& queries : *queriesByType) {
-            std::erase(queries, &query);
-        }
-    }
+    m_state->queries.remove(query);
 }
 
 void GameObjectManagerInternal::clear() {

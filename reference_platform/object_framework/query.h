@@ -20,7 +20,6 @@
 
 namespace Kiln::Tessel {
 
-class GameObjectManager;
 class GameObjectManagerInternal;
 
 /// What a query selects: the component types that an object must have, and whether callbacks also receive the object.
@@ -72,8 +71,8 @@ protected:
     [[nodiscard]] IComponent* component(GameObject object, ComponentTypeId type) const;
 
 private:
-    friend class GameObjectManager;
     friend class GameObjectManagerInternal;
+    friend class QueryIndex;
 
     void addObject(GameObject object);
     void removeObject(GameObject object);
