@@ -1,12 +1,12 @@
 #include <object_framework/game_object_manager.h>
 
-#include <core/log.h>
 #include <object_framework/entry_point.h>
 #include <object_framework/game_object_table.h>
 #include <object_framework/hierarchy_component.h>
 #include <object_framework/object_activation.h>
 #include <object_framework/object_tree.h>
 #include <object_framework/query_index.h>
+#include <object_framework/reporting.h>
 #include <object_framework/uuid_index.h>
 #include <object_framework/world.h>
 
@@ -17,9 +17,7 @@ namespace Kiln::Tessel {
 
 namespace {
 
-void logError(const std::string& text) {
-    DebugMessageHelper(0, LogSeverity::ERROR, "", "object_framework/game_object_manager").message("%s", text.c_str());
-}
+constexpr const char* SOURCE = "object_framework/game_object_manager";
 
 [[nodiscard]] std::string nameOf(const GameObjectRecord& record) {
     return std::string(record.name.view());
@@ -45,8 +43,8 @@ struct GameObjectManager::State {
             return false;
         }
         if (tree.isSelfOrDescendant(index, parent.index())) {
-            logError("Parent of game object '" + nameOf(table[index]) + "' is refused: '" +
-                     nameOf(table[parent.index()]) + "' is the object itself or one of its descendants");
+            logError(SOURCE, "Parent of game object '" + nameOf(table[index]) + "' is refused: '" +
+                                 nameOf(table[parent.index()]) + "' is the object itself or one of its descendants");
             return false;
         }
         tree.attach(index, parent.index());
@@ -78,9 +76,9 @@ struct GameObjectManager::State {
     }
 
     static void reportRefused(const GameObjectRecord* record, const IComponent* component) {
-        logError(!record      ? "A component can't be added: its game object is not alive"
-                 : !component ? "No component to add to game object '" + nameOf(*record) + "'"
-                              : "Game object '" + nameOf(*record) + "' has a component of that type already");
+        logError(SOURCE, !record      ? "A component can't be added: its game object is not alive"
+                         : !component ? "No component to add to game object '" + nameOf(*record) + "'"
+                                      : "Game object '" + nameOf(*record) + "' has a component of that type already");
     }
 
     void removeOne(ObjectIndex index) {

@@ -1,12 +1,16 @@
 #include <object_framework/query.h>
 
-#include <core/log.h>
 #include <object_framework/game_object_manager.h>
+#include <object_framework/reporting.h>
 
 #include <cstdlib>
 #include <cxxabi.h>
 
 namespace Kiln::Tessel {
+
+namespace {
+constexpr const char* SOURCE = "object_framework/query";
+} // namespace
 
 std::map<QueryConfig, std::type_index>& QueryIsUniqueAsserter::s_queriesRegistry() {
     static auto* const registry = new std::map<QueryConfig, std::type_index>(); // Never destroyed.
@@ -16,9 +20,7 @@ std::map<QueryConfig, std::type_index>& QueryIsUniqueAsserter::s_queriesRegistry
 void QueryIsUniqueAsserter::enter(const QueryConfig& config, std::type_index queryClass) {
     const auto [entry, isNew] = s_queriesRegistry().try_emplace(config, queryClass);
     if (!isNew && entry->second != queryClass) {
-        DebugMessageHelper(0, LogSeverity::ERROR, "", "object_framework/query")
-            .message("Query with these arguments already exists! Try this one: %s",
-                     readableTypeName(entry->second).c_str());
+        logError(SOURCE, "Query with these arguments already exists! Try this one: " + readableTypeName(entry->second));
     }
 }
 
