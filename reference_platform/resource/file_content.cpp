@@ -56,6 +56,32 @@ ssize_t readSome(int descriptor, char* buffer, std::size_t size) {
     return count;
 }
 
+/// Reads the rest of a file into a buffer that has `capacity` bytes, at least one, and grows when it is full. Returns
+/// 0, or the errno of the read that failed.
+int readToEnd(int descriptor, std::size_t capacity, FileContent& content) {
+    auto bytes = std::make_unique_for_overwrite<char[]>(capacity);
+    std::size_t size = 0;
+    while (true) {
+        const ssize_t count = readSome(descriptor, bytes.get() + size, capacity - size);
+        if (count < 0) {
+            return errno;
+        }
+        if (count == 0) {
+            break;
+        }
+        size += static_cast<std::size_t>(count);
+        if (size == capacity) {
+            auto larger = std::make_unique_for_overwrite<char[]>(capacity * 2);
+            std::copy_n(bytes.get(), size, larger.get());
+            bytes = std::move(larger);
+            capacity *= 2;
+        }
+    }
+    bytes[size] = '\0';
+    content = {std::move(bytes), size};
+    return 0;
+}
+
 bool writeAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
         const ssize_t count = ::write(descriptor, text.data(), text.size());
@@ -138,28 +164,12 @@ ReadResult readFile(const std::string& fileName, FileContent& content, std::stri
     }
 
     // One byte more than the file has: the read that finds the end needs room, and later the byte holds the NUL.
-    std::size_t capacity = status.st_size > 0 ? static_cast<std::size_t>(status.st_size) + 1 : UNKNOWN_SIZE_BUFFER;
-    auto bytes = std::make_unique_for_overwrite<char[]>(capacity);
-    std::size_t size = 0;
-    while (true) {
-        const ssize_t count = readSome(file.get(), bytes.get() + size, capacity - size);
-        if (count < 0) {
-            problem = describe(errno);
-            return ReadResult::FAILURE;
-        }
-        if (count == 0) {
-            break;
-        }
-        size += static_cast<std::size_t>(count);
-        if (size == capacity) {
-            auto larger = std::make_unique_for_overwrite<char[]>(capacity * 2);
-            std::copy_n(bytes.get(), size, larger.get());
-            bytes = std::move(larger);
-            capacity *= 2;
-        }
+    const std::size_t capacity =
+        status.st_size > 0 ? static_cast<std::size_t>(status.st_size) + 1 : UNKNOWN_SIZE_BUFFER;
+    if (const int error = readToEnd(file.get(), capacity, content); error != 0) {
+        problem = describe(error);
+        return ReadResult::FAILURE;
     }
-    bytes[size] = '\0';
-    content = {std::move(bytes), size};
     return ReadResult::SUCCESS;
 }
 

@@ -36,6 +36,13 @@ constexpr std::chrono::milliseconds FRAME_PAUSE{1};
     return text + " s";
 }
 
+/// Whether the record tells why the instance could not be created.
+[[nodiscard]] bool isExplained(const InstanceRecord& record) {
+    const std::vector<LogRecord::Message>& messages = record.log.messages;
+    return !record.problem.empty() ||
+           std::any_of(messages.begin(), messages.end(), std::mem_fn(&LogRecord::Message::isError));
+}
+
 } // namespace
 
 Session::Session(Settings settings, LogCollector& log) : m_settings(std::move(settings)), m_log(log) {
@@ -70,12 +77,22 @@ InstanceRecord Session::load(const Uuid& instanceUuid) {
     record.prefab = m_settings.prefab;
     record.instanceUuid = instanceUuid;
 
+    const Clock::time_point deadline = Clock::now() + m_settings.timeout;
+    createInstance(deadline, record);
+    awaitBackground(deadline, record);
+    record.log = m_log.take();
+    if (!record.isCreated() && !isExplained(record)) {
+        record.problem = describeLoader(instanceUuid);
+    }
+    return record;
+}
+
+void Session::createInstance(TimePoint deadline, InstanceRecord& record) {
     const std::uint64_t lastSerial = Tessel::getGameObjectManager(m_worldId)->lastSerial();
     const auto root = std::make_shared<GameObject>();
     const Clock::time_point start = Clock::now();
-    const Clock::time_point deadline = start + m_settings.timeout;
     try {
-        request(instanceUuid, root);
+        request(record.instanceUuid, root);
         awaitRoot(*root, deadline, record);
     } catch (const std::exception& error) {
         *root = GameObject::INVALID_GAME_OBJECT;
@@ -87,15 +104,6 @@ InstanceRecord Session::load(const Uuid& instanceUuid) {
     if (!root->isInvalid() && !record.isCreated()) {
         record.problem = "its root was removed again in the frame that created it";
     }
-    awaitBackground(deadline, record);
-    record.log = m_log.take();
-    const bool isExplained =
-        !record.problem.empty() ||
-        std::any_of(record.log.messages.begin(), record.log.messages.end(), std::mem_fn(&LogRecord::Message::isError));
-    if (!record.isCreated() && !isExplained) {
-        record.problem = describeLoader(instanceUuid);
-    }
-    return record;
 }
 
 void Session::request(const Uuid& instanceUuid, const LoadedRoot& root) const {

@@ -48,6 +48,7 @@ private:
 
     void createWorld();
     void destroyWorld();
+    void createInstance(TimePoint deadline, InstanceRecord& record);
     void request(const Uuid& instanceUuid, const LoadedRoot& root) const;
     void awaitRoot(const Tessel::GameObject& root, TimePoint deadline, InstanceRecord& record) const;
     void awaitBackground(TimePoint deadline, InstanceRecord& record);

@@ -76,40 +76,59 @@ void countUnknown(ComponentPoolStorage& components, std::map<std::string, std::s
     }
 }
 
-} // namespace
+/// Visits a prefab file and the files nested in it, level by level.
+class ClosureWalk {
+public:
+    explicit ClosureWalk(const std::string& path) : m_found{path}, m_known{path} {}
 
-PrefabClosure inspectClosure(const std::string& path) {
-    PrefabClosure closure;
-    std::vector<std::string> found{path}; // Grows while it is walked.
-    std::unordered_set<std::string> known{path};
-    for (std::size_t place = 0; place < found.size(); ++place) {
-        const std::string file = found[place];
+    [[nodiscard]] PrefabClosure run() {
+        for (std::size_t index = 0; index < m_found.size(); ++index) {
+            visit(std::string(m_found[index])); // A copy, because the list grows during the visit.
+        }
+        return std::move(m_closure);
+    }
+
+private:
+    void visit(const std::string& file) {
         const std::filesystem::file_type type = fileType(file);
         if (type == std::filesystem::file_type::not_found) {
-            continue;
+            return;
         }
         if (type != std::filesystem::file_type::regular && type != std::filesystem::file_type::directory) {
-            closure.files.push_back(file);
-            continue;
+            m_closure.files.push_back(file);
+            return;
         }
         const SmartPointer<DataSection> document = FS::Utils::openXmlSection(file, true);
         if (!document) {
-            continue;
+            return;
         }
-        closure.files.push_back(file);
+        m_closure.files.push_back(file);
+        inspect(document);
+    }
+
+    void inspect(const SmartPointer<DataSection>& document) {
         PrefabFormat format(document);
         if (format.getFormatVersion() != PrefabFormat::FORMAT_VERSION || !format.getGameObjects() ||
             !format.getComponents()) {
-            continue;
+            return;
         }
-        countUnknown(*format.getComponents(), closure.unknownComponents);
+        countUnknown(*format.getComponents(), m_closure.unknownComponents);
         for (std::string& nested : nestedPaths(*format.getComponents(), format.getGameObjects()->gameObjectsCount())) {
-            if (!nested.empty() && known.insert(nested).second) {
-                found.push_back(std::move(nested));
+            if (!nested.empty() && m_known.insert(nested).second) {
+                m_found.push_back(std::move(nested));
             }
         }
     }
-    return closure;
+
+    std::vector<std::string> m_found;
+    std::unordered_set<std::string> m_known; ///< The paths in m_found.
+    PrefabClosure m_closure;
+};
+
+} // namespace
+
+PrefabClosure inspectClosure(const std::string& path) {
+    return ClosureWalk(path).run();
 }
 
 } // namespace Kiln::PrefabInspection
