@@ -62,8 +62,7 @@ void StackTracker::push(const char* function, const char* file, unsigned line) {
 }
 
 void StackTracker::pop() {
-    if (!KILN_ASSERT(trail.size > 0, "Stack tracker: pop without push", "reference_platform/core/stack_tracker",
-                     __LINE__)) {
+    if (!KILN_ASSERT(trail.size > 0, "Stack tracker: pop without push", "core/stack_tracker", __LINE__)) {
         return;
     }
     --trail.size;

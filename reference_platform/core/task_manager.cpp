@@ -33,7 +33,7 @@ bool runsAfter(const QueuedTask& a, const QueuedTask& b) {
 template <class Call>
 void callGuarded(const BackgroundTask& task, Call call) {
     const auto report = [&task](const char* reason) {
-        DebugMessageHelper(0, LogSeverity::ERROR, "", "reference_platform/core/task_manager")
+        DebugMessageHelper(0, LogSeverity::ERROR, "", "core/task_manager")
             .message("Background task '%s' failed: %s", task.name(), reason);
     };
     try {

@@ -13,7 +13,7 @@ namespace Kiln {
 
 namespace {
 
-constexpr const char* SOURCE = "reference_platform/resource/data_document";
+constexpr const char* SOURCE = "resource/data_document";
 
 // Ends of line are not normalised: strings are kept byte for byte. Fragments are let through so that text outside the
 // root shows up in the tree, and is rejected, instead of being skipped. Text embedded in its element saves a node for

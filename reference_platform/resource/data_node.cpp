@@ -13,7 +13,7 @@ namespace Kiln {
 
 namespace {
 
-constexpr const char* SOURCE = "reference_platform/resource/data_node";
+constexpr const char* SOURCE = "resource/data_node";
 
 // A pugi::xml_node is a pointer to the element and nothing else. Its constructor, and what gives the pointer back, are
 // calls into the library, which cost as much as a step from one element to the next.

@@ -16,7 +16,7 @@ namespace Kiln {
 
 namespace {
 
-constexpr const char* SOURCE = "reference_platform/resource/data_section";
+constexpr const char* SOURCE = "resource/data_section";
 
 struct StringSink final : TextSink {
     void write(std::string_view piece) override { text.append(piece); }

@@ -201,9 +201,9 @@ TEST_F(TaskManagerTest, exceptionOfATask_isLoggedAndTheWorkerLivesOn) {
 
     ASSERT_TRUE(manager.waitForIdle(LONG_TIME));
 
-    EXPECT_THAT(log.messages(), ElementsAre(TestSupport::LogCapture::Message{
-                                    5, "", "Background task 'FunctionTask' failed: no such file",
-                                    "reference_platform/core/task_manager"}));
+    EXPECT_THAT(log.messages(),
+                ElementsAre(TestSupport::LogCapture::Message{
+                    5, "", "Background task 'FunctionTask' failed: no such file", "core/task_manager"}));
     EXPECT_EQ(counts.ran, 2);
     EXPECT_EQ(counts.destroyed, 2);
 }
