@@ -69,23 +69,23 @@ void FloorWorld::nameFile(FloorObject& root, const Workload& workload, const Uui
 }
 
 void FloorWorld::activate(std::uint32_t root) {
-    for (std::uint32_t place = root;;) {
-        FloorObject& object = m_objects.at(place);
+    for (std::uint32_t index = root;;) {
+        FloorObject& object = m_objects.at(index);
         object.isActive = true;
         for (std::size_t i = 0; i < object.componentsCount; ++i) {
             object.components[i]->activate();
         }
         if (object.firstChild != FloorObject::NONE) {
-            place = object.firstChild;
+            index = object.firstChild;
             continue;
         }
-        while (place != root && m_objects.at(place).nextSibling == FloorObject::NONE) {
-            place = m_objects.at(place).parent;
+        while (index != root && m_objects.at(index).nextSibling == FloorObject::NONE) {
+            index = m_objects.at(index).parent;
         }
-        if (place == root) {
+        if (index == root) {
             return;
         }
-        place = m_objects.at(place).nextSibling;
+        index = m_objects.at(index).nextSibling;
     }
 }
 
@@ -126,9 +126,9 @@ Tessel::GameObject FloorWorld::createBest(const Workload& workload, const Uuid& 
     for (const Item& item : items) {
         uuids.push_back(Uuid::combine(item.instanceUuid, item.content->uuid));
     }
-    std::uint32_t place = first;
+    std::uint32_t index = first;
     for (const Uuid& uuid : uuids) {
-        objects.try_emplace(uuid, Tessel::GameObject(1, place++, 0));
+        objects.try_emplace(uuid, Tessel::GameObject(1, index++, 0));
     }
     uuidMap.merge(objects);
 

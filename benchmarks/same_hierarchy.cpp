@@ -61,15 +61,15 @@ using Hierarchy = std::map<Uuid, Described>;
         described.name = object.name;
         described.parent = object.parent == FloorObject::NONE ? Uuid::ZERO : world.objects().at(object.parent).uuid;
         described.isActive = object.isActive;
-        for (std::size_t place = 0; place < object.componentsCount; ++place) {
-            described.isActive = described.isActive && object.components[place]->isActive();
-            if (const auto* const transform = dynamic_cast<const FloorTransform*>(object.components[place])) {
+        for (std::size_t slot = 0; slot < object.componentsCount; ++slot) {
+            described.isActive = described.isActive && object.components[slot]->isActive();
+            if (const auto* const transform = dynamic_cast<const FloorTransform*>(object.components[slot])) {
                 described.local = transform->local;
-            } else if (const auto* const cargo = dynamic_cast<const FloorCargo*>(object.components[place])) {
+            } else if (const auto* const cargo = dynamic_cast<const FloorCargo*>(object.components[slot])) {
                 described.label = cargo->label;
                 described.mass = cargo->mass;
                 described.volume = cargo->volume;
-            } else if (const auto* const reference = dynamic_cast<const FloorReference*>(object.components[place])) {
+            } else if (const auto* const reference = dynamic_cast<const FloorReference*>(object.components[slot])) {
                 described.resource = reference->resource;
                 described.instance = reference->instance;
             }

@@ -26,8 +26,8 @@ MetaObjectManager& MetaObjectManager::instance() {
 const BaseStaticMetaObject& MetaObjectManager::registerType(std::unique_ptr<BaseStaticMetaObject> metaObject) {
     const std::unique_lock lock(m_state->mutex);
     const std::type_index type = metaObject->type();
-    const auto [position, isNew] = m_state->byType.try_emplace(type, std::move(metaObject));
-    const BaseStaticMetaObject& registered = *position->second;
+    const auto [entry, isNew] = m_state->byType.try_emplace(type, std::move(metaObject));
+    const BaseStaticMetaObject& registered = *entry->second;
     if (isNew) {
         m_state->byName.try_emplace(registered.name(), &registered);
     }

@@ -36,12 +36,12 @@ std::vector<ObjectRecord> recordObjects(GameObject root, std::uint64_t serial) {
         return {};
     }
     std::vector<GameObject> objects = manager->gameObjects(serial);
-    const auto rootPlace = std::find(objects.begin(), objects.end(), root);
-    std::rotate(objects.begin(), rootPlace, rootPlace + 1);
+    const auto rootPosition = std::find(objects.begin(), objects.end(), root);
+    std::rotate(objects.begin(), rootPosition, rootPosition + 1);
 
-    std::unordered_map<GameObject, std::size_t> places;
-    for (std::size_t place = 0; place < objects.size(); ++place) {
-        places.emplace(objects[place], place);
+    std::unordered_map<GameObject, std::size_t> indices;
+    for (std::size_t index = 0; index < objects.size(); ++index) {
+        indices.emplace(objects[index], index);
     }
     std::vector<ObjectRecord> records;
     records.reserve(objects.size());
@@ -49,7 +49,7 @@ std::vector<ObjectRecord> recordObjects(GameObject root, std::uint64_t serial) {
         ObjectRecord& record = records.emplace_back();
         record.name = manager->getGameObjectName(object);
         record.uuid = manager->getGameObjectUuid(object);
-        if (const auto parent = places.find(manager->getParent(object)); parent != places.end()) {
+        if (const auto parent = indices.find(manager->getParent(object)); parent != indices.end()) {
             record.parent = parent->second;
         }
         record.isActive = manager->isActive(object);

@@ -19,7 +19,7 @@ namespace Kiln::PrefabTool {
 struct ObjectRecord {
     std::string name;
     Uuid uuid;
-    std::optional<std::size_t> parent; ///< Place in the instance's list; none when the parent is not in it.
+    std::optional<std::size_t> parent; ///< Index into the instance's list; none if the parent is not in it.
     bool isActive = false;
     std::vector<std::string> components; ///< Registered names, sorted.
     std::string prefab;                  ///< Resource of the object's PrefabComponent; empty without one.

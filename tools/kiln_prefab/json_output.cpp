@@ -41,8 +41,8 @@ void writeJson(std::ostream& stream, const InstanceRecord& record) {
         messages.push_back(toText({{"severity", message.severity}, {"text", message.text}}));
     }
     separator = "";
-    for (const std::uint32_t place : record.log.sequence) {
-        stream << separator << messages[place];
+    for (const std::uint32_t index : record.log.sequence) {
+        stream << separator << messages[index];
         separator = ",";
     }
     stream << "]}\n";

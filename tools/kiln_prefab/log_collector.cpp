@@ -8,7 +8,7 @@ LogCollector::LogCollector() : m_sink([this](const LogMessage& message) { record
 
 LogRecord LogCollector::take() {
     const std::lock_guard lock(m_mutex);
-    m_places.clear();
+    m_indices.clear();
     return std::exchange(m_record, {});
 }
 
@@ -16,8 +16,8 @@ void LogCollector::record(const LogMessage& message) {
     std::string key = std::to_string(message.severity) + ' ';
     key += message.text;
     const std::lock_guard lock(m_mutex);
-    const auto place = static_cast<std::uint32_t>(m_record.messages.size());
-    const auto [entry, isNew] = m_places.try_emplace(std::move(key), place);
+    const auto index = static_cast<std::uint32_t>(m_record.messages.size());
+    const auto [entry, isNew] = m_indices.try_emplace(std::move(key), index);
     if (isNew) {
         m_record.messages.push_back({message.severity, std::string(message.text)});
     }

@@ -26,7 +26,7 @@ struct LogRecord {
     };
 
     std::vector<Message> messages;       ///< The different ones, in the order of their first appearance.
-    std::vector<std::uint32_t> sequence; ///< All of them, in order, as places in `messages`.
+    std::vector<std::uint32_t> sequence; ///< All of them, in order, as indices into `messages`.
 };
 
 /// Takes the engine log over, for the lifetime of the object. The main thread makes it; any thread may log.
@@ -41,9 +41,9 @@ private:
     void record(const LogMessage& message);
 
     const std::thread::id m_mainThread = std::this_thread::get_id();
-    std::mutex m_mutex; ///< Guards m_record and m_places; taken after the log's own lock.
+    std::mutex m_mutex; ///< Guards m_record and m_indices; taken after the log's own lock.
     LogRecord m_record;
-    std::unordered_map<std::string, std::uint32_t> m_places; ///< Of the messages, by severity and text.
+    std::unordered_map<std::string, std::uint32_t> m_indices; ///< Of the messages, by severity and text.
     ScopedLogSink m_sink; ///< Last: no message may arrive outside the lifetime of the record.
 };
 

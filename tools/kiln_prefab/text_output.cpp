@@ -45,8 +45,8 @@ class TreeWriter {
 public:
     TreeWriter(std::ostream& stream, const std::vector<ObjectRecord>& objects)
         : m_stream(stream), m_objects(objects), m_children(objects.size()) {
-        for (std::size_t place = 0; place < objects.size(); ++place) {
-            (objects[place].parent ? m_children[*objects[place].parent] : m_tops).push_back(place);
+        for (std::size_t index = 0; index < objects.size(); ++index) {
+            (objects[index].parent ? m_children[*objects[index].parent] : m_tops).push_back(index);
         }
     }
 
@@ -60,13 +60,13 @@ public:
 
 private:
     struct Line {
-        std::size_t place;
+        std::size_t index;
         std::string indent;
         bool isLast; ///< Of its parent's children.
     };
 
-    void pushChildren(std::size_t place, const std::string& indent) {
-        const std::vector<std::size_t>& children = m_children[place];
+    void pushChildren(std::size_t index, const std::string& indent) {
+        const std::vector<std::size_t>& children = m_children[index];
         for (auto child = children.rbegin(); child != children.rend(); ++child) {
             m_pending.push_back({*child, indent, child == children.rbegin()});
         }
@@ -76,14 +76,14 @@ private:
         while (!m_pending.empty()) {
             const Line line = std::move(m_pending.back());
             m_pending.pop_back();
-            m_stream << line.indent << (line.isLast ? "└── " : "├── ") << describe(m_objects[line.place]) << '\n';
-            pushChildren(line.place, line.indent + (line.isLast ? "    " : "│   "));
+            m_stream << line.indent << (line.isLast ? "└── " : "├── ") << describe(m_objects[line.index]) << '\n';
+            pushChildren(line.index, line.indent + (line.isLast ? "    " : "│   "));
         }
     }
 
     std::ostream& m_stream;
     const std::vector<ObjectRecord>& m_objects;
-    std::vector<std::vector<std::size_t>> m_children; ///< By place, in the order of creation.
+    std::vector<std::vector<std::size_t>> m_children; ///< By index, in the order of creation.
     std::vector<std::size_t> m_tops;
     std::vector<Line> m_pending;
 };

@@ -29,13 +29,13 @@ namespace Kiln::Tessel {
 template <class T>
 class BlockPool : NonCopyable {
 public:
-    /// A count of 0 is taken as 1; more than ElemStates::MAX_SIZE throw std::length_error. With an owner, the block is
-    /// number `number` of it.
-    explicit BlockPool(std::size_t elementsCount, PoolDirectory* owner = nullptr, std::size_t number = 0)
+    /// A count of 0 is taken as 1; more than ElemStates::MAX_SIZE throw std::length_error. With an owner, the block has
+    /// the index `blockIndex` in it.
+    explicit BlockPool(std::size_t elementsCount, PoolDirectory* owner = nullptr, std::size_t blockIndex = 0)
         : m_buffer(std::make_unique<Slot[]>(std::max<std::size_t>(elementsCount, 1))),
           m_elementStates(std::max<std::size_t>(elementsCount, 1)),
           m_owner(owner),
-          m_number(number) {}
+          m_blockIndex(blockIndex) {}
 
     /// Reports an assertion if objects are left, and destroys them so that what they own is given back.
     virtual ~BlockPool() {
@@ -241,7 +241,7 @@ private:
         if (m_nextFree != ElemState::NO_ELEMENT) {
             m_elementStates.setPrevious(m_nextFree, ElemState::NO_ELEMENT);
         } else if (m_owner != nullptr) {
-            m_owner->noteFull(m_number);
+            m_owner->noteFull(m_blockIndex);
         }
         m_elementStates.setAllocationState(index, AllocationState::INACTIVE);
         ++m_allocatedCount;
@@ -256,7 +256,7 @@ private:
         if (m_nextFree != ElemState::NO_ELEMENT) {
             m_elementStates.setPrevious(m_nextFree, index);
         } else if (m_owner != nullptr) {
-            m_owner->noteRoom(m_number);
+            m_owner->noteRoom(m_blockIndex);
         }
         m_elementStates.set(index, {.nextElement = m_nextFree,
                                     .previousElement = ElemState::NO_ELEMENT,
@@ -303,7 +303,7 @@ private:
     std::int64_t m_lastAllocated = ElemState::NO_ELEMENT;
     std::int64_t m_nextFree = 0;
     PoolDirectory* m_owner;
-    std::size_t m_number; ///< In m_owner's list.
+    std::size_t m_blockIndex; ///< In m_owner's list.
     std::size_t m_allocatedCount = 0;
     BlockPoolListener<T>* m_listener = nullptr;
     bool m_isDeferring = false;

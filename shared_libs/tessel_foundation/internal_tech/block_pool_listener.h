@@ -13,7 +13,7 @@ class BlockPoolListener {
 public:
     virtual ~BlockPoolListener() = default;
 
-    /// `element` has just become ACTIVE. `index` is its place in its block.
+    /// `element` has just become ACTIVE. `index` is its index in its block.
     virtual void onActivated(T& element, std::size_t index) = 0;
 
     /// `element` is ACTIVE and ceases to be when this returns, because it is deactivated or freed. It must not be

@@ -15,7 +15,7 @@ public:
 
     [[nodiscard]] bool empty() const noexcept { return m_first == NONE; }
 
-    /// Appends an element; one that is pending already keeps its place.
+    /// Appends an element; one that is pending already keeps its position.
     void add(std::size_t element) noexcept {
         Link& link = m_links[element];
         if (link.isPending) {

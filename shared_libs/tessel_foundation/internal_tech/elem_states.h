@@ -74,14 +74,14 @@ public:
     [[nodiscard]] std::size_t size() const noexcept { return m_size; }
 
     [[nodiscard]] ElemState operator[](std::int64_t index) const noexcept {
-        return m_narrow ? m_narrow[place(index)].unpack() : m_wide[place(index)].unpack();
+        return m_narrow ? m_narrow[slot(index)].unpack() : m_wide[slot(index)].unpack();
     }
 
     void set(std::int64_t index, const ElemState& state) noexcept {
         if (m_narrow) {
-            m_narrow[place(index)] = Narrow(state);
+            m_narrow[slot(index)] = Narrow(state);
         } else {
-            m_wide[place(index)] = Wide(state);
+            m_wide[slot(index)] = Wide(state);
         }
     }
 
@@ -102,7 +102,7 @@ public:
     }
 
 private:
-    [[nodiscard]] static std::size_t place(std::int64_t index) noexcept { return static_cast<std::size_t>(index); }
+    [[nodiscard]] static std::size_t slot(std::int64_t index) noexcept { return static_cast<std::size_t>(index); }
 
     std::size_t m_size;
     std::unique_ptr<Narrow[]> m_narrow; ///< Exactly one of the two is there.

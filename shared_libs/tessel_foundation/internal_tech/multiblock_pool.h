@@ -39,11 +39,11 @@ public:
     template <class... Args>
     T* createData(Args&&... args) {
         static_assert(std::is_base_of_v<BlockAllocable<T>, T>, "pooled objects hold the link to their block");
-        std::size_t number = m_directory.firstBlockWithRoom();
-        if (number == PoolDirectory::NO_BLOCK) {
-            number = addBlock();
+        std::size_t blockIndex = m_directory.firstBlockWithRoom();
+        if (blockIndex == PoolDirectory::NO_BLOCK) {
+            blockIndex = addBlock();
         }
-        BlockPool<T>& block = *m_blocks[number];
+        BlockPool<T>& block = *m_blocks[blockIndex];
         T* const element = block.allocate(std::forward<Args>(args)...);
         if (element != nullptr) {
             element->setBlock(&block);
@@ -148,13 +148,13 @@ private:
     using AllocationState = ElemState::AllocationState;
 
     [[nodiscard]] BlockPool<T>* findBlock(const T* element) const noexcept {
-        const std::size_t number = m_directory.findBlock(element);
-        return number == PoolDirectory::NO_BLOCK ? nullptr : m_blocks[number].get();
+        const std::size_t blockIndex = m_directory.findBlock(element);
+        return blockIndex == PoolDirectory::NO_BLOCK ? nullptr : m_blocks[blockIndex].get();
     }
 
     std::size_t addBlock() {
-        const std::size_t number = m_blocks.size();
-        auto block = std::make_unique<BlockPool<T>>(m_elementsPerBlock, &m_directory, number);
+        const std::size_t blockIndex = m_blocks.size();
+        auto block = std::make_unique<BlockPool<T>>(m_elementsPerBlock, &m_directory, blockIndex);
         block->setListener(m_listener);
         if (m_isDeferring) {
             block->beginDeferredDeactivation();
@@ -166,7 +166,7 @@ private:
             m_blocks.pop_back();
             throw;
         }
-        return number;
+        return blockIndex;
     }
 
     std::size_t m_elementsPerBlock;

@@ -11,9 +11,9 @@ std::size_t PoolDirectory::addBlock(const void* buffer, std::size_t bytes) {
         m_roomWords.push_back(0);
     }
     const auto begin = reinterpret_cast<std::uintptr_t>(buffer);
-    const auto place = std::upper_bound(m_buffers.begin(), m_buffers.end(), begin,
-                                        [](std::uintptr_t address, const Buffer& b) { return address < b.begin; });
-    m_buffers.insert(place, {begin, begin + bytes, block});
+    const auto position = std::upper_bound(m_buffers.begin(), m_buffers.end(), begin,
+                                           [](std::uintptr_t address, const Buffer& b) { return address < b.begin; });
+    m_buffers.insert(position, {begin, begin + bytes, block});
     noteRoom(block);
     return block;
 }

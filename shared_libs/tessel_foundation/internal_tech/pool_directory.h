@@ -13,7 +13,7 @@
 namespace Kiln::Tessel {
 
 /// What a multi-block pool knows about its blocks as a whole: which have room, where they lie, how many objects they
-/// hold. Blocks are known by their number in the list, from 0.
+/// hold. A block is identified by its index in the pool's list.
 ///
 /// Owner: the pool; every block keeps a link to it and keeps it up to date. Threads: that of the pool.
 class KILN_TESSEL_FOUNDATION_EXPORT PoolDirectory : NonCopyable {
@@ -23,7 +23,7 @@ public:
     PoolDirectory();
     ~PoolDirectory();
 
-    /// Enters the next block, which has room, and returns its number. Nothing is changed if memory runs out.
+    /// Enters the next block, which has room, and returns its index. Nothing is changed if memory runs out.
     std::size_t addBlock(const void* buffer, std::size_t bytes);
 
     /// The first block in list order with room, or NO_BLOCK. Looks at one bit per block, from the lowest block on that
