@@ -6,7 +6,7 @@
 
 namespace Kiln::Benchmarks {
 
-/// Each registers the benchmarks of one subject and returns the lines that they fill in the table.
+/// Each registers the benchmarks of one subject and returns their lines of the table.
 [[nodiscard]] std::vector<Comparison> registerCreation();
 [[nodiscard]] std::vector<Comparison> registerDocuments();
 

@@ -6,7 +6,7 @@
 
 namespace Kiln::Benchmarks {
 
-/// A game's component, of the size that most have: one string that is too long to be stored in place, and two numbers.
+/// A component of typical size: one string that is too long to be stored inside the string object, and two numbers.
 class CargoComponent final : public Tessel::PoolableComponent<CargoComponent, Tessel::IComponent> {
 public:
     struct Config {

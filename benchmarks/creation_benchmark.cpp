@@ -20,7 +20,7 @@ void createWithKiln(benchmark::State& state, int number) {
     for (auto iteration : state) {
         KilnWorld world;
         state.SetIterationTime(world.create(workload.path, workload.instances).count());
-        waitForWorkers(); // What they do with a large map is not to slow down what is measured next.
+        waitForWorkers(); // Destroying a large map must not slow down the next measurement.
     }
     report(state, workload);
 }
@@ -66,7 +66,7 @@ void add(const std::string& name, int iterations, const std::function<void(bench
 std::vector<Comparison> registerCreation() {
     constexpr struct {
         int number;
-        int iterations; ///< In each repetition, for at least some tens of milliseconds.
+        int iterations; ///< In each repetition, so that it takes at least some tens of milliseconds.
         double most;
         double aim;
     } ROWS[] = {{1, 200, 1.3, 0.9}, {2, 200, 1.4, 1.0}, {3, 1, 0.8, 0.5}, {4, 3, 1.3, 1.0}, {5, 1, 0, 0}};

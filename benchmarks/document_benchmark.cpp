@@ -34,8 +34,8 @@ void readWithPugixml(benchmark::State& state) {
     const std::string file = filePath(workload(NUMBER).path);
     for (auto iteration : state) {
         bool isRead = false;
-        // A thread of its own, as workers have: what the allocator keeps for the main thread, which has just held other
-        // workloads, would be to the advantage of the one that runs there.
+        // In a separate thread, as on a worker: memory that the allocator has kept for the main thread from earlier
+        // workloads would be an advantage.
         std::thread([&] {
             pugi::xml_document document;
             const Clock::time_point start = Clock::now();
@@ -43,7 +43,7 @@ void readWithPugixml(benchmark::State& state) {
             state.SetIterationTime(Seconds(Clock::now() - start).count());
         }).join();
         if (!isRead) {
-            state.SkipWithError("the file is not read");
+            state.SkipWithError("the file could not be read");
         }
     }
     report(state);
@@ -61,7 +61,7 @@ void writeWithKiln(benchmark::State& state) {
         const bool isWritten = section->saveFile(file);
         state.SetIterationTime(Seconds(Clock::now() - start).count());
         if (!isWritten) {
-            state.SkipWithError("the file is not written");
+            state.SkipWithError("the file could not be written");
         }
     }
     report(state);
@@ -76,7 +76,7 @@ void writeWithPugixml(benchmark::State& state) {
         const bool isWritten = document.save_file(file.c_str());
         state.SetIterationTime(Seconds(Clock::now() - start).count());
         if (!isWritten) {
-            state.SkipWithError("the file is not written");
+            state.SkipWithError("the file could not be written");
         }
     }
     report(state);

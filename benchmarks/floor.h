@@ -17,9 +17,9 @@
 #include <utility>
 #include <vector>
 
-/// What somebody would write by hand who has no use for documents, overrides, links in general, queries or reactions,
-/// but must give the same result: a UUID per object, both maps, object slots, components in block pools, names,
-/// activation. It stands for the least that creating the objects can cost.
+/// A hand-written creation without documents, overrides, general links, queries or reactions that must yield the same
+/// result: a UUID per object, both maps, object slots, components in block pools, names and activation. It represents
+/// the minimum cost of creating the objects.
 namespace Kiln::Benchmarks {
 
 struct FloorHierarchy final : FloorPooled<FloorHierarchy> {
@@ -94,11 +94,12 @@ class FloorWorld : NonCopyable {
 public:
     using Map = std::unordered_map<Uuid, Tessel::GameObject>;
 
-    /// Creates a document in the plain way: one step after the other for each object. Returns the root, which says
-    /// which file and instance it is of.
+    /// Creates the objects of a document in the plain way: one step after the other for each object. Returns the root,
+    /// which names its file and instance.
     Tessel::GameObject createPlain(const Workload& workload, const Uuid& instanceUuid);
 
-    /// The same in its best form: all map nodes in one pass, merged instead of copied, parents by index.
+    /// The same in the fastest form: creates all map nodes in one pass, merges instead of copying, and finds parents by
+    /// index.
     Tessel::GameObject createBest(const Workload& workload, const Uuid& instanceUuid);
 
     [[nodiscard]] FloorObjects& objects() { return m_objects; }

@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-/// Block pools as they have to be, and no more: the elements' room is filled with zeros, each element has a record of
-/// its state, free and active elements are chained through the records, and each component knows its block.
+/// Minimal block pools: the elements' memory is filled with zeros, each element has a state record, free and active
+/// elements are chained through the records, and each component has a link to its block.
 namespace Kiln::Benchmarks {
 
 class FloorComponent {
@@ -23,7 +23,7 @@ public:
 template <class T>
 class FloorBlock;
 
-/// A component that lies in a block of its type and is activated through it.
+/// A component that is stored in a block of its type and is activated through it.
 template <class T>
 class FloorPooled : public FloorComponent {
 public:

@@ -11,7 +11,7 @@ namespace {
 constexpr int SCRIPT = 1; ///< Numbers of the resources that a scene refers to.
 constexpr int NESTED_SCENE = 2;
 
-/// The way from the root to a node: "." to a child of the root, "A/B" further below.
+/// The path from the root to the parent of each node: empty for the root, "." for its children, "A/B" further below.
 [[nodiscard]] std::vector<std::string> parentPaths(const Nodes& nodes) {
     std::vector<std::string> paths(nodes.size());
     for (std::size_t index = 0; index < nodes.size(); ++index) {

@@ -7,7 +7,7 @@
 namespace Kiln::Benchmarks {
 
 /// Writes a workload as scenes of godot3-server into a directory: the objects are nodes with a transform and a script
-/// with the cargo's properties. The scene of the workload has its name; throws std::runtime_error when it can't be
+/// with the cargo's properties. The scene file has the workload's name. Throws std::runtime_error if a file cannot be
 /// written.
 void writeGodotScenes(const Workload& workload, const std::filesystem::path& directory);
 

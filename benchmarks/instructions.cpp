@@ -1,5 +1,5 @@
-// The two steps whose instructions are counted, see ./dev instructions: creating W1's objects, in
-// PrefabService::tick(), and reading its file, in PrefabService::loadPrefabData(). Everything is the same in every run.
+// Runs one of the two steps whose instructions ./dev instructions counts: creating W1's objects, in
+// PrefabService::tick(), and reading its file, in PrefabService::loadPrefabData(). Every run does exactly the same.
 
 #include "kiln_runs.h"
 #include "workload_files.h"

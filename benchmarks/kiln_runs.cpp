@@ -16,7 +16,7 @@ using Tessel::EntryPoint;
 using Tessel::GameObject;
 using Tessel::GameObjectManager;
 
-/// Notes the roots and lets them be activated.
+/// Records the roots and permits their activation.
 class RootsCallback final : public IObjectLoadedCallback {
 public:
     explicit RootsCallback(std::vector<GameObject>& roots) : m_roots(roots) {}
@@ -94,7 +94,7 @@ Seconds KilnWorld::read(const std::string& path) {
     }
     const Seconds duration = Clock::now() - start;
     waitForWorkers();
-    prefabService().tick(); // So that no loader stays behind.
+    prefabService().tick(); // Completes the loader, so that none stays queued.
     prefabService().postTick();
     return duration;
 }
@@ -105,7 +105,7 @@ void cache(const std::string& path) {
 
 void waitForWorkers() {
     if (!FileIOTaskManager::instance().waitForIdle(std::chrono::minutes(10))) {
-        throw std::runtime_error("the workers do not come to an end");
+        throw std::runtime_error("background tasks do not end");
     }
 }
 

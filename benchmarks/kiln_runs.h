@@ -18,24 +18,24 @@ using Seconds = std::chrono::duration<double>;
 
 [[nodiscard]] Tessel::PrefabService& prefabService();
 
-/// A world of its own for each run, so that every run starts from nothing.
+/// A world for one run, so that every run starts without objects.
 class KilnWorld : NonCopyable {
 public:
     KilnWorld();
     ~KilnWorld();
 
-    /// Creates instances of a prefab that is in the cache; the time of the tick that does it, from seeing the document
+    /// Creates instances of a cached prefab. Returns the duration of the tick that does so, from reading the document
     /// to activated objects.
     Seconds create(const std::string& path, std::size_t instances);
 
     /// The same for one instance of a given UUID.
     Seconds create(const std::string& path, const Uuid& instanceUuid);
 
-    /// Removes the roots that were created; the time that it takes.
+    /// Removes the roots that were created. Returns the duration.
     Seconds removeAll();
 
-    /// Has a worker read a file that is not in the cache; the time until the document is published. Returns after the
-    /// worker's walk through it.
+    /// Lets a worker read a file that is not cached. Waits until the worker has also walked the document, and returns
+    /// the time until the document was published.
     Seconds read(const std::string& path);
 
     [[nodiscard]] int id() const { return m_id; }
@@ -43,17 +43,17 @@ public:
     [[nodiscard]] Tessel::GameObjectManager& manager() const;
 
 private:
-    /// Runs the tick that creates what is queued.
+    /// Runs the tick that creates the queued instances.
     Seconds tick(std::size_t expectedRoots);
 
     int m_id;
     std::vector<Tessel::GameObject> m_roots;
 };
 
-/// Puts a file and what it nests into the cache.
+/// Caches a file and its nested files.
 void cache(const std::string& path);
 
-/// Waits until the workers have nothing to do.
+/// Waits until no background task is left.
 void waitForWorkers();
 
 } // namespace Kiln::Benchmarks

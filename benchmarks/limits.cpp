@@ -1,5 +1,5 @@
-// Measures what is not a ratio of two creations: memory, ticks while workers read or loads wait, and how far two
-// workers help. Prints a line for each; exit status 1 when a limit is exceeded.
+// Measures the limits that are not ratios of two creations: memory, the duration of ticks while workers read or loads
+// wait, and the gain of a second worker. Prints a line for each; the exit status is 1 if a limit is exceeded.
 
 #include "kiln_runs.h"
 #include "samples.h"
@@ -34,7 +34,7 @@ void report(const char* what, double value, double limit, bool isMost = true) {
     isAnyExceeded = isAnyExceeded || isExceeded;
 }
 
-/// Bytes that are allocated now, in the heap and in mappings of their own.
+/// Number of bytes that are allocated now, in the heap and in separate mappings.
 [[nodiscard]] double allocatedBytes() {
     const struct mallinfo2 info = mallinfo2();
     return static_cast<double>(info.uordblks + info.hblkhd);
@@ -48,11 +48,11 @@ void measureMemory() {
     const double withDocument = allocatedBytes();
     KilnWorld world;
     world.create(workload.path, 1);
-    waitForWorkers(); // One of them takes the map apart.
+    waitForWorkers(); // One of them destroys the UUID map.
     const double withObjects = allocatedBytes();
     report("memory of a document, per byte of its file",
            (withDocument - before) / static_cast<double>(std::filesystem::file_size(filePath(workload.path))), 0.7);
-    // The UUID map is gone after the creation; it is counted as the node and the bucket of each object.
+    // The UUID map no longer exists after the creation; count the node and the bucket of each object.
     constexpr double MAP_BYTES = 48 + 8;
     report("bytes per live object, with its part of the UUID map",
            (withObjects - withDocument) / static_cast<double>(workload.objectsCount()) + MAP_BYTES, 460);
@@ -100,7 +100,7 @@ void measureTicks() {
     Loading::fullyClearCache();
     std::vector<double> microseconds;
     loadFiles(doomedWorld);
-    EntryPoint::instance().destroyWorld(doomedWorld); // So that there is nothing to create.
+    EntryPoint::instance().destroyWorld(doomedWorld); // So that the ticks create nothing.
     while (FileIOTaskManager::instance().unfinishedTasks() > 0) {
         const Clock::time_point start = Clock::now();
         EntryPoint::instance().tick();
@@ -112,7 +112,7 @@ void measureTicks() {
     EntryPoint::instance().destroyWorld(worldId);
 }
 
-/// Runs `submit` with a world and waits until the workers have done what it asked for.
+/// Runs `submit` with a world, waits until the workers have finished its requests, and returns the duration.
 template <class Submit>
 [[nodiscard]] double secondsOfWorkers(std::size_t workers, Submit submit) {
     FileIOTaskManager::instance().setThreadCount(workers);
@@ -127,7 +127,7 @@ template <class Submit>
     return seconds;
 }
 
-/// How many times as fast two workers are as one.
+/// The speed of two workers relative to one.
 template <class Submit>
 [[nodiscard]] double gainOfTwoWorkers(Submit submit) {
     std::vector<double> ratios;
@@ -150,12 +150,12 @@ void measureWorkers() {
                }
            }),
            1.7, false);
-    // A file is parsed under the cache's lock, from which follows that two are not parsed at the same time; a second
-    // worker must not slow the first one down, by more than repetitions vary.
+    // Files are parsed under the cache's lock, so two are never parsed at the same time. A second worker must not slow
+    // down the first one by more than repetitions vary.
     report("two workers read 1000 files as many times as fast as one", gainOfTwoWorkers(&loadFiles), 0.95, false);
 }
 
-/// The loads stay for ever, so this is the last.
+/// Must run last, because its loads stay queued for ever.
 void measureWaitingLoads() {
     constexpr int LOADS = 100'000;
     KilnWorld world;

@@ -1,5 +1,5 @@
-// Runs the benchmarks and prints one table. Takes Google Benchmark's options; --benchmark_filter chooses by name. Exit
-// status 1 when a ratio is above what it must be.
+// Runs the benchmarks and prints one table. Takes Google Benchmark's options; --benchmark_filter selects by name. The
+// exit status is 1 if a ratio exceeds its limit.
 
 #include "benchmarks.h"
 #include "same_hierarchy.h"

@@ -1,6 +1,6 @@
-// Compares with another engine, whose scenes have the same shape: creates W1 to W4 and reads W3 with both, each time in
-// a process of its own and in turns, and prints medians, quartiles and ratios; exit status 1 when one is too small, 2
-// when the engine can't be run.
+// Compares with another engine, whose scenes have the same shape: creates W1 to W4 and reads W3 with both, alternately
+// and in separate processes, and prints medians, quartiles and ratios. The exit status is 1 if a ratio is too small, 2
+// if the engine cannot be run.
 
 #include "godot_scenes.h"
 #include "kiln_runs.h"
@@ -26,10 +26,10 @@ using namespace Kiln::Benchmarks;
 namespace {
 
 constexpr int TURNS = 11;
-constexpr const char* MEASURE = "--measure"; ///< Has this program measure this library alone.
+constexpr const char* MEASURE = "--measure"; ///< Makes this program measure only this library.
 constexpr int WORKLOADS[] = {1, 2, 3, 4};
 
-/// Readings and creations in each turn: what is done once shows how warm caches and memory are. As in measure.gd.
+/// Reads and creations in each turn: a single one would mostly show the state of caches and memory. As in measure.gd.
 [[nodiscard]] int repetitions(int number) {
     return number <= 2 ? 20 : 3;
 }
@@ -48,8 +48,8 @@ void measureKiln() {
         for (int i = 0; i < repetitions(number); ++i) {
             print(workload, "read", KilnWorld().read(workload.path));
         }
-        cache(workload.path); // What was loaded for a world goes with it.
-        // For as long as the other engine takes, because what else the machine does comes and goes.
+        cache(workload.path); // Destroying a world also removes the prefabs that were loaded for it.
+        // Runs for about as long as the other engine, because the other load of the machine varies over time.
         for (int i = 0; i < 8 * repetitions(number); ++i) {
             waitForWorkers();
             print(workload, "create", KilnWorld().create(workload.path, workload.instances));
@@ -57,11 +57,11 @@ void measureKiln() {
     }
 }
 
-/// Runs a program that prints figures and enters them.
+/// Runs a program that prints figures and adds them to `figures`.
 void measure(const std::string& command, Figures& figures) {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(popen(command.c_str(), "r"), &pclose);
     if (!output) {
-        throw std::runtime_error("can't be started: " + command);
+        throw std::runtime_error("cannot start: " + command);
     }
     std::set<std::string> missing;
     for (const int number : WORKLOADS) {
@@ -89,7 +89,7 @@ void measure(const std::string& command, Figures& figures) {
     }
 }
 
-/// Prints the row; false when the ratio of the medians is less than it must be.
+/// Prints a row; returns false if the ratio of the medians is too small.
 [[nodiscard]] bool report(const std::string& what, std::vector<double>& kiln, std::vector<double>& godot) {
     constexpr double LEAST = 8;
     for (std::vector<double>* const samples : {&kiln, &godot}) {

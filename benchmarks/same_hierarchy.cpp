@@ -14,7 +14,7 @@ namespace Kiln::Benchmarks {
 
 namespace {
 
-/// What has to be the same of an object.
+/// The properties of an object that must be equal.
 struct Described {
     std::string name;
     Uuid parent; ///< Zero for the root.
@@ -91,7 +91,7 @@ void expectSameHierarchy(const Workload& workload) {
         FloorWorld floor;
         (floor.*create)(workload, instance);
         if (describe(floor) != expected) {
-            throw std::runtime_error(workload.name + ": the floor makes another hierarchy than the library");
+            throw std::runtime_error(workload.name + ": the floor creates another hierarchy than the library");
         }
     }
 }

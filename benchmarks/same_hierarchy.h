@@ -5,7 +5,7 @@
 namespace Kiln::Benchmarks {
 
 /// Creates an instance of a workload with the library and with the floor in both its forms. Throws std::runtime_error
-/// when they differ in any object's UUID, name, parent, activity, transform or cargo.
+/// if they differ in any object's UUID, name, parent, activity, transform or cargo.
 void expectSameHierarchy(const Workload& workload);
 
 } // namespace Kiln::Benchmarks

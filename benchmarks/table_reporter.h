@@ -18,7 +18,7 @@ struct Comparison {
 };
 
 /// Collects the repetitions of all benchmarks and prints one table: medians and quartiles in nanoseconds per unit (a
-/// benchmark's counter "units" says how many of them an iteration works on), and ratios of the medians.
+/// benchmark's counter "units" is the number of units in an iteration), and ratios of the medians.
 class TableReporter final : public benchmark::BenchmarkReporter {
 public:
     explicit TableReporter(std::vector<Comparison> comparisons) : m_comparisons(std::move(comparisons)) {}
@@ -27,7 +27,7 @@ public:
     void ReportRuns(const std::vector<Run>& runs) override;
     void Finalize() override;
 
-    /// Whether a ratio was above what it may be.
+    /// Whether a ratio exceeded its limit.
     [[nodiscard]] bool isAnyAbove() const { return m_isAnyAbove; }
 
 private:

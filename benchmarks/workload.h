@@ -28,13 +28,13 @@ struct Node {
 /// A prefab document, root first.
 using Nodes = std::vector<Node>;
 
-/// A tree in which each node has ten children, as far as they go. The same for the same seed.
+/// A tree in which each node has up to ten children, filled in breadth-first order. Equal for equal seeds.
 [[nodiscard]] Nodes makeTree(std::size_t count, std::uint32_t seed);
 
 /// A root with `points` children, each of which nests the prefab of that path.
 [[nodiscard]] Nodes makeNesting(std::size_t points, const std::string& path, std::uint32_t seed);
 
-/// Writes a document as a prefab file, laid out as the library's own writer does it.
+/// Writes a document as a prefab file, in the layout of the library's own writer.
 void writePrefab(const Nodes& nodes, const std::filesystem::path& file);
 
 } // namespace Kiln::Benchmarks

@@ -18,7 +18,7 @@ public:
     Directory() {
         std::string pattern = (std::filesystem::temp_directory_path() / "kiln-benchmarks-XXXXXX").string();
         if (!mkdtemp(pattern.data())) {
-            throw std::runtime_error("cannot make a temporary directory");
+            throw std::runtime_error("cannot create a temporary directory");
         }
         m_path = pattern;
         FS::Utils::addResourceRoot(pattern);

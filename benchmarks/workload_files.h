@@ -6,7 +6,7 @@
 
 namespace Kiln::Benchmarks {
 
-/// A prefab file with its nodes, for the floor, and how it is used.
+/// A prefab file, its nodes for the floor, and the number of instances.
 struct Workload {
     std::string name;
     std::string path; ///< Below the resource root.
@@ -19,10 +19,10 @@ struct Workload {
 };
 
 /// The workloads by number, 1 to 5: a prefab of 1 000 objects; a root with 100 nested prefabs of 10; 100 000 objects;
-/// 10 000 instances of a prefab of 10; 1 000 000 objects. Made, and written below the resource root, on first use.
+/// 10 000 instances of a prefab of 10; 1 000 000 objects. Created, and written below the resource root, on first use.
 [[nodiscard]] const Workload& workload(int number);
 
-/// Where the files are; removed at exit.
+/// The path of a file below the resource root, which is removed at exit.
 [[nodiscard]] std::string filePath(const std::string& path);
 
 } // namespace Kiln::Benchmarks

@@ -1,6 +1,6 @@
 extends Spatial
 
-# What a game would attach: the strings and numbers that CargoComponent has.
+# The script of a game: the same string and numbers as CargoComponent.
 
 export(String) var label = ""
 export(float) var mass = 0.0

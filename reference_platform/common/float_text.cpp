@@ -9,7 +9,7 @@ namespace Kiln::FloatText {
 
 namespace {
 
-// From here on, 1e+05 is shorter than the digits.
+// From this value on, an exponent (1e+05) is shorter than all digits.
 constexpr float WHOLE_NUMBERS_END = 100000;
 
 } // namespace
@@ -22,7 +22,7 @@ char* write(char* text, float value) noexcept {
             return std::to_chars(text, end, whole).ptr;
         }
     }
-    // A NaN's sign and payload are of no use to anybody and have no place in files.
+    // Files do not keep the sign of a NaN.
     return std::to_chars(text, end, std::isnan(value) ? std::abs(value) : value).ptr;
 }
 

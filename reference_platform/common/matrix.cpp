@@ -9,7 +9,7 @@ namespace Kiln {
 
 namespace {
 
-/// Cuts the first word off the text; empty when there is none.
+/// Removes the first word from the text and returns it; empty if there is none.
 std::string_view takeWord(std::string_view& text) noexcept {
     const char* begin = text.data();
     const char* const end = begin + text.size();
@@ -25,7 +25,7 @@ std::string_view takeWord(std::string_view& text) noexcept {
 }
 
 bool parseFloat(std::string_view word, float& value) noexcept {
-    // Of the many spellings that the library knows for these, files have one each.
+    // std::from_chars accepts several spellings of infinity and NaN; files use one of each.
     return FloatText::read(word, value) && (std::isfinite(value) || word == "inf" || word == "-inf" || word == "nan");
 }
 

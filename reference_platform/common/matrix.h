@@ -10,8 +10,8 @@
 
 namespace Kiln {
 
-/// A 4 x 4 matrix of floats, stored row by row, for row vectors: the translation stands in the last row. A value type;
-/// the default is the identity.
+/// A 4 x 4 matrix of floats, stored row by row, for row vectors: the translation is in the last row. A value type; the
+/// default is the identity.
 struct Matrix {
     std::array<float, 16> values{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 

@@ -6,7 +6,8 @@
 
 namespace Kiln {
 
-/// Reads a number that is the whole text, as std::from_chars does; false, with the value unchanged, for other texts.
+/// Reads a text if std::from_chars accepts all of it as a number; otherwise returns false and leaves the value
+/// unchanged.
 template <class Number>
 [[nodiscard]] bool readNumber(std::string_view text, Number& value) noexcept {
     Number number{};

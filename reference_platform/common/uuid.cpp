@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t TEXT_LENGTH = 36;
 
 std::mt19937_64 makeRandomlySeededGenerator() {
-    // 512 bits of entropy, so that the streams of any number of threads and processes do not meet.
+    // 512 bits of entropy, so that the sequences of different threads and processes do not overlap.
     std::random_device device;
     std::array<std::random_device::result_type, 16> entropy;
     for (auto& word : entropy) {
@@ -20,7 +20,7 @@ std::mt19937_64 makeRandomlySeededGenerator() {
     return std::mt19937_64(seed);
 }
 
-// Eight characters at a time, as the bytes of one number.
+// The following functions work on eight characters at a time, as the bytes of one number.
 
 [[nodiscard]] constexpr std::uint64_t inEveryByte(std::uint8_t value) noexcept {
     return value * 0x0101010101010101ULL;
@@ -35,19 +35,19 @@ std::mt19937_64 makeRandomlySeededGenerator() {
     return word;
 }
 
-/// The number that two times four hexadecimal digits are; sets `isValid` to false when one is none.
+/// Parses two groups of four hexadecimal digits as one number; sets `isValid` to false if a character is not a digit.
 [[nodiscard]] inline std::uint64_t parseDigits(const char* first, const char* last, bool& isValid) noexcept {
     const std::uint64_t characters = load(first) | load(last) << 32;
-    // Of all digits, the letters alone have bit 6; their lower four bits count from 1.
+    // Among hexadecimal digits only letters have bit 6 set; their lower four bits count from 1.
     const std::uint64_t areLetters = characters >> 6 & inEveryByte(1);
     const std::uint64_t values = (characters & inEveryByte(0xf)) + areLetters * 9;
-    // What the values would be written as. Only digits are written as they stand, with the letters in lower case.
+    // Write the values as digits again: only if all characters are digits does this yield them, in lower case.
     const std::uint64_t lowerCase = characters | areLetters << 5;
     const std::uint64_t areAboveNine = (values + inEveryByte(0x80 - 10)) >> 7 & inEveryByte(1);
     const std::uint64_t written = values + inEveryByte('0') + areAboveNine * ('a' - '0' - 10);
     isValid = isValid && written == lowerCase && (values & inEveryByte(0xf0)) == 0;
 
-    // The first digit is in the lowest byte and counts most.
+    // The first digit is in the lowest byte and is the most significant one.
     const std::uint64_t pairs = (values << 4 | values >> 8) & 0x00ff00ff00ff00ffULL;
     return (pairs & 0xff) << 24 | (pairs >> 16 & 0xff) << 16 | (pairs >> 32 & 0xff) << 8 | pairs >> 48;
 }
@@ -75,8 +75,7 @@ Uuid Uuid::generate() {
     thread_local std::mt19937_64 generator = makeRandomlySeededGenerator();
     const std::uint64_t high = generator();
     const std::uint64_t low = generator();
-    // The version (4) stands in the fifth last digit of the high half, the variant in the two first bits of the low
-    // one.
+    // The version (4) is in bits 12 to 15 of the high half, the variant in the two highest bits of the low half.
     return {(high & ~0xf000ULL) | 0x4000ULL, (low & ~(3ULL << 62)) | (2ULL << 62)};
 }
 

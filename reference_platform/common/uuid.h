@@ -26,7 +26,7 @@ public:
     /// The instance (or seed) comes first.
     [[nodiscard]] KILN_COMMON_EXPORT static Uuid combine(const Uuid& first, const Uuid& second) noexcept;
 
-    /// Reads 8-4-4-4-12 hexadecimal digits of either case, nothing before or after; empty when malformed.
+    /// Reads 8-4-4-4-12 hexadecimal digits of either case, with nothing before or after; empty when malformed.
     [[nodiscard]] KILN_COMMON_EXPORT static std::optional<Uuid> fromString(std::string_view text) noexcept;
 
     /// 8-4-4-4-12 lower-case hexadecimal digits, high half first.
@@ -51,7 +51,7 @@ private:
 
 inline constexpr Uuid Uuid::ZERO{};
 
-/// Uuid::combine() with one first argument for many second ones: the first one's half of the work is done once.
+/// Uuid::combine() for one first argument and many second ones: the work on the first argument is done only once.
 class UuidCombiner {
 public:
     KILN_COMMON_EXPORT explicit UuidCombiner(const Uuid& first) noexcept;

@@ -40,10 +40,10 @@ constexpr Halves gather(Halves halves) noexcept {
 
 } // namespace
 
-// Between scatter and gather a UUID stands for the map x -> (2 * high + 1) * x + low on the integers (the factor modulo
+// Between scatter and gather a UUID represents the map x -> (2 * high + 1) * x + low on the integers (the factor modulo
 // 2^65, of which high holds the upper 64 bits), and two UUIDs are combined by composing their maps. Composition is
-// associative, and as odd factors can be undone, injective in either argument. Files hold combined UUIDs, so the result
-// never changes.
+// associative and, because odd factors are invertible, injective in either argument. Files hold combined UUIDs, so the
+// results must never change.
 Uuid Uuid::combine(const Uuid& first, const Uuid& second) noexcept {
     return UuidCombiner(first)(second);
 }

@@ -4,7 +4,7 @@
 
 namespace Kiln {
 
-/// White space as XML has it: space, tab, CR and LF.
+/// White space as XML defines it: space, tab, CR and LF.
 [[nodiscard]] constexpr bool isWhiteSpace(char character) noexcept {
     return character == ' ' || character == '\n' || character == '\t' || character == '\r';
 }

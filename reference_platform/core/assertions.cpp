@@ -11,8 +11,8 @@ namespace Kiln {
 namespace {
 
 struct HandlerSlot {
-    std::mutex mutex; // guards handler; nothing is called while it is held
-    // Shared, so that a failure in progress keeps its handler while another thread replaces it. Null: the default.
+    std::mutex mutex; // guards handler; no handler is called while it is held
+    // Shared, so that a failure in progress keeps its handler while another thread replaces it. Null means the default.
     std::shared_ptr<const AssertionHandler> handler;
 };
 

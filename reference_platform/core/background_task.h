@@ -14,7 +14,7 @@ class TaskManager;
 /// it shuts down before running it), usually on a worker thread.
 class KILN_CORE_EXPORT BackgroundTask : public SafeReferenceCount {
 public:
-    /// `name` must be a literal; it serves diagnostics.
+    /// `name` must be a literal; it appears in diagnostics.
     explicit BackgroundTask(const char* name) noexcept;
     ~BackgroundTask() override;
 
@@ -24,8 +24,8 @@ public:
     /// Called by the worker thread; the base runs the one-argument form.
     virtual void doBackgroundTask(TaskManager& manager, BackgroundTaskThread* thread);
 
-    /// Called on the main thread by TaskManager::tickMainThread after the task has run, for a task that asked for it
-    /// with requestMainThreadTask(); the base does nothing.
+    /// Called on the main thread by TaskManager::tickMainThread after the task has run, for a task that has called
+    /// requestMainThreadTask(); the base does nothing.
     virtual void doMainThreadTask(TaskManager& manager);
 
     /// Asks a running task to end early; the base does nothing.
@@ -38,8 +38,8 @@ public:
     [[nodiscard]] bool wantsMainThreadTask() const noexcept { return m_wantsMainThreadTask; }
 
 protected:
-    /// Has doMainThreadTask called; until then the task manager keeps the task, also when nobody ticks. Before the task
-    /// is submitted or from within doBackgroundTask.
+    /// Requests a call of doMainThreadTask. Until that call the task manager keeps the task, even if tickMainThread is
+    /// never called. Call this before the task is submitted or from within doBackgroundTask.
     void requestMainThreadTask() noexcept { m_wantsMainThreadTask = true; }
 
 private:

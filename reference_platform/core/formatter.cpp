@@ -15,7 +15,7 @@ std::string formatText(const char* format, ...) {
 }
 
 std::string formatTextList(const char* format, std::va_list arguments) {
-    // Nearly every message fits, and then the arguments are walked once only.
+    // Nearly every message fits into the buffer and is formatted in one pass.
     std::array<char, 512> buffer;
     std::va_list secondPass;
     va_copy(secondPass, arguments);
@@ -28,7 +28,7 @@ std::string formatTextList(const char* format, std::va_list arguments) {
         text.assign(buffer.data(), size);
     } else {
         text.resize(size);
-        // The terminator goes where the string keeps its own.
+        // vsnprintf writes its terminating NUL over the string's own.
         std::vsnprintf(text.data(), size + 1, format, secondPass);
     }
     va_end(secondPass);

@@ -34,7 +34,7 @@ std::string_view viewOf(const char* text) {
 } // namespace
 
 struct Log::State {
-    // Guards all members and is held while sinks run. Innermost lock of the process but for those that sinks take.
+    // Guards all members and is held while sinks run. Only sinks take other locks under it.
     std::mutex mutex;
     std::vector<InstalledSink> sinks;
     int lastId = 0;
@@ -68,7 +68,7 @@ int Log::addSink(Sink sink) {
 }
 
 void Log::removeSink(int id) {
-    // Destroyed after the lock is released, because what a sink captures may log when it goes.
+    // Destroyed after the lock is released, because destroying what a sink captures may log.
     Sink removed;
     const std::lock_guard lock(m_state->mutex);
     const auto found = std::find_if(m_state->sinks.begin(), m_state->sinks.end(),

@@ -23,7 +23,7 @@ inline constexpr int CRITICAL = 6;
 struct LogMessage {
     int severity = LogSeverity::INFO;
     std::string_view category; ///< Empty for nearly every message.
-    std::string_view source;   ///< Library or source path that reports; may be empty.
+    std::string_view source;   ///< Source file without its extension, such as "core/task_manager"; may be empty.
     std::string_view text;     ///< The finished text, exactly as the reporter formatted it.
 };
 
@@ -69,7 +69,7 @@ private:
 ///     DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE).message("Prefab not found %s", path.c_str());
 class KILN_CORE_EXPORT DebugMessageHelper {
 public:
-    /// `componentPriority` is kept for filters of the embedding engine and not used here; `messagePriority` is the
+    /// `componentPriority` exists for filters of the embedding engine and is not used here; `messagePriority` is the
     /// severity. The texts must outlive the helper.
     DebugMessageHelper(int componentPriority, int messagePriority, const char* category, const char* source);
 

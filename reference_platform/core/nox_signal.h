@@ -8,9 +8,9 @@
 
 namespace nox {
 
-/// A list of slots that emit() calls in the order in which they were connected. One thread at a time.
-/// Slots may connect and disconnect while they are called: a new slot is first called by the next emit, a removed one
-/// is not called any more.
+/// A list of slots that emit() calls in the order in which they were connected. Not thread-safe. Slots may connect and
+/// disconnect while they are called: a new slot is first called by the next emit, and a removed one is not called any
+/// more.
 template <class... Arguments>
 class Signal {
 public:

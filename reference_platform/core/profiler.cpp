@@ -8,7 +8,7 @@ namespace {
 
 using ScopeCallback = void (*)(const char* name);
 
-// Constant-initialised, hence usable while other libraries are still being initialised.
+// Constant-initialised, so that static initialisers of other libraries can use them.
 std::atomic<ScopeCallback> beginScopeHook{nullptr};
 std::atomic<ScopeCallback> endScopeHook{nullptr};
 

@@ -5,14 +5,14 @@
 
 namespace Kiln {
 
-/// Callbacks of an attached profiler; either may be null. Called on the thread that enters or leaves the scope.
+/// The callbacks of an attached profiler; either may be null. Called on the thread that enters or leaves the scope.
 struct ProfilerHooks {
     void (*beginScope)(const char* name) = nullptr;
     void (*endScope)(const char* name) = nullptr;
 };
 
-/// Installs hooks for the whole process; empty hooks detach. Scopes that are open during the change may call one
-/// side only, so attach before work starts.
+/// Installs hooks for the whole process; empty hooks detach. A scope that begins during the change may combine an old
+/// hook with a new one, so attach before work starts.
 KILN_CORE_EXPORT void setProfilerHooks(ProfilerHooks hooks);
 [[nodiscard]] KILN_CORE_EXPORT ProfilerHooks profilerHooks();
 

@@ -9,9 +9,9 @@ namespace Kiln {
 
 /// Base of objects that are shared through SmartPointer: an intrusive, atomic reference count.
 ///
-/// An object starts with a count of one, held by whoever created it; makeSmart() hands that first reference to a
-/// SmartPointer. The object deletes itself when the last reference is dropped, on the thread that drops it.
-/// Copying an object never copies its count.
+/// An object starts with a count of one, held by its creator; makeSmart() hands that first reference to a SmartPointer.
+/// The object deletes itself when the last reference is dropped, on the thread that drops it. Copying an object never
+/// copies its count.
 ///
 /// Threads: incRef and decRef may be called from any thread.
 class KILN_CORE_EXPORT SafeReferenceCount {
@@ -20,7 +20,8 @@ public:
 
     /// Drops one reference; deletes the object when it was the last one.
     void decRef() const noexcept {
-        // Release publishes this holder's writes; the acquire makes them visible to the thread that destroys.
+        // Release publishes this holder's writes; the acquire makes them visible to the thread that destroys the
+        // object.
         if (m_count.fetch_sub(1, std::memory_order_acq_rel) == 1) {
             delete this;
         }

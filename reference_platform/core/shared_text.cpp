@@ -12,7 +12,7 @@ SharedText::SharedText(std::string_view text) {
         return;
     }
     if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
-        throw std::length_error("A shared text can't be so long");
+        throw std::length_error("The text is too long for a SharedText");
     }
     m_shared =
         ::new (::operator new(sizeof(Shared) + text.size() + 1)) Shared{1, static_cast<std::uint32_t>(text.size())};
@@ -21,7 +21,7 @@ SharedText::SharedText(std::string_view text) {
 }
 
 void SharedText::release() noexcept {
-    // Whoever is last must have seen all that the others did with the text.
+    // Acquire and release order all other accesses to the text before its deallocation.
     if (m_shared->count.fetch_sub(1, std::memory_order_acq_rel) == 1) {
         ::operator delete(m_shared);
     }

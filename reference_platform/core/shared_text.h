@@ -9,11 +9,11 @@
 
 namespace Kiln {
 
-/// A text that does not change, shared by all copies: a pointer in size, and a copy takes no memory. The empty text
-/// takes none at all.
+/// An immutable text that all copies share. An object is one pointer in size, and copying it allocates nothing; the
+/// empty text needs no allocation at all.
 ///
-/// Threads: copies of one text may be made, read and destroyed on any thread; only an assignment needs its SharedText
-/// for itself.
+/// Threads: copies of one text may be made, read and destroyed on any thread; assigning to a SharedText needs exclusive
+/// access to that object.
 class KILN_CORE_EXPORT SharedText {
 public:
     SharedText() noexcept = default;
@@ -35,13 +35,13 @@ public:
         }
     }
 
-    /// Ends with a null character, which is not counted. Valid as long as a copy is.
+    /// A null character, which is not counted, follows the text. Valid as long as any copy exists.
     [[nodiscard]] std::string_view view() const noexcept {
         return m_shared ? std::string_view(m_shared->text(), m_shared->size) : std::string_view("", 0);
     }
 
 private:
-    /// Stands in front of the characters.
+    /// The header in front of the characters.
     struct Shared {
         std::atomic<std::uint32_t> count;
         std::uint32_t size;

@@ -45,7 +45,7 @@ public:
         return *this;
     }
 
-    /// A further reference to an object that others hold already; `object` may be null.
+    /// Takes another reference to an object that is already referenced; `object` may be null.
     [[nodiscard]] static SmartPointer share(T* object) noexcept {
         SmartPointer pointer = adopt(object);
         pointer.acquire();
@@ -59,7 +59,7 @@ public:
         return pointer;
     }
 
-    /// Gives the reference up to the caller and leaves the pointer null.
+    /// Passes the reference to the caller and leaves the pointer null.
     [[nodiscard]] T* release() noexcept { return std::exchange(m_object, nullptr); }
 
     void reset() noexcept { SmartPointer().swap(*this); }

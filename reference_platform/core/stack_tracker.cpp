@@ -9,7 +9,7 @@ namespace Kiln {
 
 namespace {
 
-/// The calling thread's trail. Trivially destructible, because destructors of static objects, which run after those of
+/// The current thread's trail. Trivially destructible, because destructors of static objects, which run after those of
 /// the main thread's thread-local objects, still push and pop.
 struct Trail {
     StackTracker::Entry* entries;
@@ -28,7 +28,7 @@ static_assert(std::is_trivially_destructible_v<Trail>);
 
 constinit thread_local Trail trail{nullptr, 0, 0, false};
 
-/// Frees the trail with its thread. The trails of later destructors are freed by their last pop.
+/// Frees the trail when its thread ends. Destructors that run later may start a new trail, which their last pop frees.
 struct TrailRelease {
     ~TrailRelease() {
         if (trail.size == 0) {

@@ -7,8 +7,8 @@
 
 namespace Kiln {
 
-/// The trail of engine operations that the calling thread is in, for crash reports. Each thread has its own trail;
-/// texts are kept by pointer and must be literals.
+/// The trail of engine operations that the current thread is executing, for crash reports. Each thread has its own
+/// trail; texts are kept by pointer and must be literals.
 class KILN_CORE_EXPORT StackTracker {
 public:
     struct Entry {
@@ -20,11 +20,11 @@ public:
     static void push(const char* function, const char* file, unsigned line);
     static void pop();
 
-    /// The calling thread's trail, outermost operation first; valid until its next push or pop.
+    /// The current thread's trail, outermost operation first; valid until its next push or pop.
     [[nodiscard]] static std::span<const Entry> current();
 };
 
-/// Brackets the rest of a scope in the trail.
+/// Adds an operation to the trail for the rest of a scope.
 class StackTrackerScope : NonCopyable {
 public:
     StackTrackerScope(const char* function, const char* file, unsigned line) {

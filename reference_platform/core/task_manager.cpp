@@ -24,12 +24,12 @@ struct QueuedTask {
     std::uint64_t sequence;
 };
 
-/// Order of a heap whose front runs next.
+/// Heap order: the front of the heap runs next.
 bool runsAfter(const QueuedTask& a, const QueuedTask& b) {
     return a.priority != b.priority ? a.priority < b.priority : a.sequence > b.sequence;
 }
 
-/// Calls into a task, whose exceptions must neither end a worker nor lose the tasks behind it.
+/// Calls a task's code and logs its exceptions, which must neither end a worker nor lose the tasks queued behind it.
 template <class Call>
 void callGuarded(const BackgroundTask& task, Call call) {
     const auto report = [&task](const char* reason) {
@@ -50,7 +50,7 @@ void nameThisThread(const std::string& managerName, std::size_t index) {
     const std::string number = std::to_string(index);
     std::string name = managerName.substr(0, MAX_LENGTH - std::min(MAX_LENGTH, number.size() + 1));
     name.append("-").append(number);
-    pthread_setname_np(pthread_self(), name.c_str()); // a diagnostic; failure does no harm
+    pthread_setname_np(pthread_self(), name.c_str()); // for diagnostics only, so a failure is ignored
 }
 
 } // namespace
@@ -84,18 +84,18 @@ struct TaskManager::State {
 
     // Guards everything below. No code of a task runs while it is held.
     mutable std::mutex mutex;
-    std::condition_variable workAvailable; // a task was queued, or workers have to leave
+    std::condition_variable workAvailable; // a task was queued, or workers have to end
     std::condition_variable becameIdle;
     std::vector<QueuedTask> queue; // heap by runsAfter
     std::uint64_t lastSequence = 0;
-    std::size_t takenTasks = 0; // out of the queue, being run or cancelled
+    std::size_t takenTasks = 0; // removed from the queue, and running or being cancelled
     std::vector<SmartPointer<BackgroundTask>> awaitingMainThread;
     Workers workers;
     std::size_t threadCount;
     bool isShutDown = false;
 };
 
-/// Under `mutex`.
+/// The caller holds `mutex`.
 void TaskManager::State::startMissingWorkers() {
     while (workers.size() < threadCount) {
         workers.push_back(std::make_unique<Worker>(workers.size()));
@@ -109,7 +109,7 @@ void TaskManager::State::startMissingWorkers() {
     }
 }
 
-/// Under `mutex`; the queue is not empty.
+/// The caller holds `mutex`; the queue is not empty.
 SmartPointer<BackgroundTask> TaskManager::State::takeFirst() {
     std::pop_heap(queue.begin(), queue.end(), runsAfter);
     SmartPointer<BackgroundTask> task = std::move(queue.back().task);
@@ -135,8 +135,8 @@ void TaskManager::State::runWorker(Worker& worker) {
         lock.unlock();
 
         callGuarded(*task, [&] { task->doBackgroundTask(manager, &worker.self); });
-        // Whoever waits for idleness finds no task alive but those that await the main thread, so the reference goes
-        // first, and outside the lock, because the task's destructor is the task's code.
+        // After waitForIdle() only tasks that await the main thread may be alive, so drop the reference before the
+        // manager becomes idle. Drop it outside the lock, because the task's destructor is the task's code.
         if (!task->wantsMainThreadTask()) {
             task.reset();
         }
@@ -152,11 +152,11 @@ void TaskManager::State::runWorker(Worker& worker) {
     }
 }
 
-/// Under `controlMutex` only.
+/// The caller holds `controlMutex` but not `mutex`.
 void TaskManager::State::joinAll(Workers& leaving) {
     for (const std::unique_ptr<Worker>& worker : leaving) {
         if (worker->thread.get_id() == std::this_thread::get_id()) {
-            // A task ended the process and this is an exit handler on its thread, which never comes back here.
+            // A task has called exit(), and this exit handler runs on its thread, which cannot join itself.
             worker->thread.detach();
         } else {
             worker->thread.join();
@@ -227,7 +227,7 @@ std::size_t TaskManager::tickMainThread() {
 }
 
 bool TaskManager::waitForIdle(std::chrono::milliseconds timeout) {
-    // The longest time that is added to the clock without overflow, for all practical purposes.
+    // A cap that keeps the sum of the clock and the timeout from overflowing.
     constexpr std::chrono::milliseconds FOREVER = std::chrono::hours(24 * 365);
     std::unique_lock lock(m_state->mutex);
     return m_state->becameIdle.wait_for(lock, std::min(timeout, FOREVER), [this] { return m_state->isIdle(); });

@@ -12,12 +12,12 @@
 
 namespace Kiln {
 
-/// Runs background tasks on worker threads, highest priority first, first come first served within a priority.
+/// Runs background tasks on worker threads, highest priority first, and in the order of submission within a priority.
 ///
-/// Threads are started by the first task. shutdown() (also run by the destructor) cancels what is queued, lets running
+/// The first task starts the threads. shutdown(), which the destructor calls too, cancels queued tasks, lets running
 /// tasks finish and joins the workers; tasks added afterwards are cancelled at once, on the adding thread.
 ///
-/// Failure: an exception that leaves a task is logged at error severity ("Background task '%s' failed: %s") and ends
+/// Failure: an exception that a task throws is logged at error severity ("Background task '%s' failed: %s") and ends
 /// that task only.
 ///
 /// Threads: addBackgroundTask, waitForIdle, unfinishedTasks and shutdown may be called from any thread that is not
@@ -29,19 +29,19 @@ public:
     ~TaskManager();
 
     /// Queues a task; it runs once, on a worker. Ignores null. Throws std::system_error when a thread cannot be
-    /// started; the task is dropped then, neither run nor cancelled.
+    /// started; in that case the task is dropped, neither run nor cancelled.
     void addBackgroundTask(SmartPointer<BackgroundTask> task, int priority);
 
     /// Changes the number of workers (at least one). Shrinking waits for surplus workers to finish their task.
     void setThreadCount(std::size_t count);
     [[nodiscard]] std::size_t threadCount() const;
 
-    /// Runs doMainThreadTask of every task that asked for it and finished since the last call, in the order in which
+    /// Runs doMainThreadTask of every task that requested it and finished since the last call, in the order in which
     /// they finished, and drops them. Returns their number. Works after shutdown() too.
     std::size_t tickMainThread();
 
-    /// Waits until no task is queued or running; false when the time runs out first. The manager then holds no
-    /// reference to any task but those that await tickMainThread().
+    /// Waits until no task is queued or running; returns false if the timeout expires first. On success the manager
+    /// holds no reference to any task except those that await tickMainThread().
     bool waitForIdle(std::chrono::milliseconds timeout);
 
     /// Number of tasks that are queued or running.
@@ -60,10 +60,10 @@ class KILN_CORE_EXPORT BackgroundTaskThread : NonCopyable {
 public:
     explicit BackgroundTaskThread(std::size_t index) noexcept : m_index(index) {}
 
-    /// Position among the manager's workers, from 0.
+    /// Index among the manager's workers, from 0.
     [[nodiscard]] std::size_t index() const noexcept { return m_index; }
 
-    /// The worker, of whichever task manager, on whose thread the caller runs; null on any other thread.
+    /// The worker, of any task manager, that runs on the current thread; null if the thread is not a worker.
     [[nodiscard]] static const BackgroundTaskThread* current() noexcept;
 
 private:
@@ -72,8 +72,8 @@ private:
 
 /// The process's task manager for file input and output.
 ///
-/// Lifetime: created on first use, shut down when the process exits. What its tasks use must outlive it: a library
-/// whose static objects are used by tasks holds a FileIOTaskManager::ExitGuard after them.
+/// Lifetime: created on first use, shut down when the process exits. Everything that its tasks use must outlive it: a
+/// library whose static objects are used by tasks holds a FileIOTaskManager::ExitGuard after them.
 class KILN_CORE_EXPORT FileIOTaskManager {
 public:
     /// Two workers unless setThreadCount says otherwise.

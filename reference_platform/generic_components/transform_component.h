@@ -8,8 +8,8 @@
 
 namespace Kiln::Tessel {
 
-/// Placement of a game object. Whoever moves an object sets SETTING, writes the local and then the world matrix, and
-/// leaves the state at CHANGED. Main thread.
+/// Position and orientation of a game object. Code that moves an object sets `state` to SETTING, writes the local and
+/// then the world matrix, and sets `state` to CHANGED. Main thread.
 class KILN_GENERIC_COMPONENTS_EXPORT TransformComponent final
     : public PoolableComponent<TransformComponent, IComponent> {
 public:
@@ -27,7 +27,7 @@ public:
 
     std::uint8_t state = 0;
     Matrix local; ///< Relative to the parent.
-    Matrix world; ///< As set; the component does not follow its parent by itself.
+    Matrix world; ///< As last written; the component does not follow its parent on its own.
 };
 
 } // namespace Kiln::Tessel

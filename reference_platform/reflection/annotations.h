@@ -38,7 +38,7 @@ private:
     std::vector<Annotation> m_annotations;
 };
 
-/// Annotations that editors know.
+/// Annotations for editors.
 namespace Meta::View {
 /// The string is a resource path; editors show a path picker.
 inline constexpr Annotation Path{"Meta::View::Path"};

@@ -7,7 +7,7 @@ namespace mirra {
 
 namespace {
 
-/// The type that a value consists of when vectors, also of vectors, are looked through.
+/// The innermost element type of a vector, or of vectors in vectors; any other type itself.
 const ValueType& innermostType(const ValueType& type) {
     const ValueType* innermost = &type;
     while (const ValueType* element = innermost->elementType()) {
@@ -30,7 +30,7 @@ const Property* BaseStaticMetaObject::findProperty(std::string_view name) const 
 }
 
 bool BaseStaticMetaObject::findLinks() const {
-    // Each description is looked at once: a structure may hold itself, in a vector.
+    // Each description is visited once, because a structure may contain itself through a vector.
     std::vector<const BaseStaticMetaObject*> reached{this};
     bool isEveryTypeDescribed = true;
     for (std::size_t i = 0; i < reached.size(); ++i) {

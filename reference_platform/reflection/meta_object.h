@@ -42,11 +42,11 @@ public:
     [[nodiscard]] const Annotations& annotations() const noexcept { return m_annotations; }
     [[nodiscard]] const std::vector<Property>& properties() const noexcept { return m_properties; }
 
-    /// Null when there is none of that name.
+    /// Null if there is no property of that name.
     [[nodiscard]] const Property* findProperty(std::string_view name) const noexcept;
 
-    /// Whether an object of the type holds a link at any depth. A structure in it counts once it has been described;
-    /// the answer is remembered when all of them are.
+    /// Whether an object of the type holds a link at any depth. Structures without a description are ignored; the
+    /// answer is cached once all of them are described.
     [[nodiscard]] bool containsLinks() const {
         const LinkState known = m_linkState.load(std::memory_order_relaxed);
         return known == LinkState::UNKNOWN ? findLinks() : known == LinkState::LINKS;
@@ -63,7 +63,7 @@ private:
     std::vector<Property> m_properties;
 
     enum class LinkState : unsigned char { UNKNOWN, NO_LINKS, LINKS };
-    /// Remembers containsLinks(). Relaxed: the answer stands for itself and publishes nothing else.
+    /// Caches containsLinks(). Relaxed, because no other data is published through it.
     mutable std::atomic<LinkState> m_linkState{LinkState::UNKNOWN};
 };
 
@@ -86,13 +86,14 @@ public:
 
 /// Process-wide register of descriptions. Any thread; descriptions stay until the process ends.
 ///
-/// Types are told apart by std::type_index. Not every compiler gives types of the same name in unnamed namespaces of
-/// two sources different ones, so reflected types need a name of their own in the whole process.
+/// Types are identified by std::type_index. Some compilers give types of the same name in unnamed namespaces of
+/// different sources the same index, so the name of a reflected type must be unique in the process.
 class KILN_REFLECTION_EXPORT MetaObjectManager : Kiln::NonCopyable {
 public:
     static MetaObjectManager& instance();
 
-    /// Takes a description over. The first one of a type stays: a later one is dropped.
+    /// Takes ownership of a description and returns the registered one: the first of a type stays, later ones are
+    /// destroyed.
     const BaseStaticMetaObject& registerType(std::unique_ptr<BaseStaticMetaObject> metaObject);
 
     /// Null when the type has no description.
@@ -120,7 +121,7 @@ public:
         : m_metaObject(std::make_unique<StaticMetaObject<T>>(std::move(name), std::move(annotations))) {}
 
     void pushAnnotations(Annotations annotations) { annotations_.push_back(std::move(annotations)); }
-    /// One too many is reported by finish().
+    /// A surplus call is reported by finish().
     void popAnnotations() {
         if (!annotations_.empty()) {
             annotations_.pop_back();
@@ -136,7 +137,8 @@ public:
         return *this;
     }
 
-    /// Registers the description. Asserts that as many annotations were popped as pushed. The builder is empty then.
+    /// Registers the description. Asserts that as many annotations were popped as pushed. The builder is empty
+    /// afterwards.
     const BaseStaticMetaObject& finish() {
         KILN_ASSERT(annotations_.size() == 1, "Missing META_POP", "shared_libs/reflection/static_meta_object", 322);
         return MetaObjectManager::instance().registerType(std::move(m_metaObject));
@@ -144,7 +146,7 @@ public:
 
 private:
     std::unique_ptr<StaticMetaObject<T>> m_metaObject;
-    std::vector<Annotations> annotations_{Annotations()}; ///< Named as the assertion on it reports.
+    std::vector<Annotations> annotations_{Annotations()}; ///< The name is part of the assertion's text.
 };
 
 } // namespace mirra

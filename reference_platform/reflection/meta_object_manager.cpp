@@ -8,9 +8,10 @@
 namespace mirra {
 
 struct MetaObjectManager::State {
-    std::shared_mutex mutex; ///< Guards both maps. A leaf: nothing else is locked under it.
+    std::shared_mutex mutex; ///< Guards both maps. No other lock is taken under it.
     std::unordered_map<std::type_index, std::unique_ptr<const BaseStaticMetaObject>> byType;
-    std::unordered_map<std::string_view, const BaseStaticMetaObject*> byName; ///< Keys lie in the descriptions.
+    std::unordered_map<std::string_view, const BaseStaticMetaObject*>
+        byName; ///< Keys refer to the names in the descriptions.
 };
 
 MetaObjectManager::MetaObjectManager() : m_state(std::make_unique<State>()) {}
@@ -18,7 +19,7 @@ MetaObjectManager::MetaObjectManager() : m_state(std::make_unique<State>()) {}
 MetaObjectManager::~MetaObjectManager() = default;
 
 MetaObjectManager& MetaObjectManager::instance() {
-    // Never destroyed: usable by the static objects of every library.
+    // Never destroyed, so that static objects of every library can use it.
     static MetaObjectManager* const manager = new MetaObjectManager;
     return *manager;
 }

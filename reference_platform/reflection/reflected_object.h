@@ -40,11 +40,11 @@ private:
     const Annotations* m_annotations;
 };
 
-/// An object seen through the description of its type. A vector can be seen this way too: its elements are the
+/// Access to an object through the description of its type. A vector can be accessed this way too: its elements are the
 /// properties. Refers to the object; it owns the object only when it was made from a variant that does.
 class KILN_REFLECTION_EXPORT ReflectedObject {
 public:
-    /// Not valid.
+    /// An invalid object.
     ReflectedObject() = default;
 
     /// The object that a variant holds or refers to; not valid when its type has no description.

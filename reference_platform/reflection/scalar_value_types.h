@@ -11,9 +11,9 @@
 /// The value types that are written as one text. Each has one object in the process, which is never destroyed.
 ///
 /// Texts: "true" and "false" ("1" and "0" are read too); integers in decimal, within the range of the type, with no
-/// plus sign; floats in the shortest form that reads back to the same value, "inf", "-inf" and "nan"; strings as they
-/// are; Uuid and Matrix by their own toString() and fromString(). The whole text must be the value. Floats are equal
-/// when their texts are: every NaN equals every other, and 0 differs from -0.
+/// plus sign; floats in the shortest form that reads back to the same value, "inf", "-inf" and "nan"; strings
+/// unchanged; Uuid and Matrix by their own toString() and fromString(). The whole text must be the value. Floats are
+/// equal when their texts are: every NaN equals every other, and 0 differs from -0.
 namespace mirra {
 
 template <>

@@ -24,14 +24,14 @@ public:
 
 private:
     /// Null until the description has been found. Descriptions are immutable once registered and stay until the process
-    /// ends; the store is a release after the look-up in the register, paired with the acquire of other threads' reads.
+    /// ends; the release store after the lookup pairs with the acquire loads of other threads.
     mutable std::atomic<const BaseStaticMetaObject*> m_metaObject{nullptr};
 };
 
 /// Every class that has no specialisation of its own.
 template <class T>
 struct ValueTypeOf {
-    static_assert(std::is_class_v<T>, "this type cannot be reflected: no scalar of it is known, and it is no class");
+    static_assert(std::is_class_v<T>, "this type cannot be reflected: it is neither a known scalar nor a class");
 
     /// Never destroyed: descriptions refer to it until the process ends.
     static const ValueType& get() {

@@ -33,7 +33,7 @@ public:
     /// Name for messages and tools, for instance "uint32" or "vector of string".
     [[nodiscard]] const std::string& name() const noexcept { return m_name; }
 
-    /// Whether white space belongs to the text (strings) or is to be trimmed before parse().
+    /// Whether white space belongs to the text (strings) or must be trimmed before parse().
     [[nodiscard]] virtual bool isWhiteSpaceKept() const noexcept { return false; }
 
     /// SCALAR and LINK: sets the value from its text. False, with the value unchanged, when the text does not parse.

@@ -10,7 +10,7 @@
 
 namespace mirra {
 
-/// A sequence of values of type T, whatever T is.
+/// A std::vector<T>, for any reflected type T.
 template <class T>
 class VectorValueType final : public ValueType {
 public:
@@ -55,7 +55,7 @@ private:
 template <class T>
 struct ValueTypeOf<std::vector<T>> {
     static_assert(!std::is_same_v<T, bool>,
-                  "std::vector<bool> has no elements that could be referred to; reflect a std::vector<std::uint8_t>");
+                  "elements of std::vector<bool> cannot be referenced; reflect a std::vector<std::uint8_t>");
 
     /// Never destroyed: descriptions refer to it until the process ends.
     static const ValueType& get() {

@@ -15,8 +15,8 @@ namespace {
 
 constexpr const char* SOURCE = "resource/data_document";
 
-// Ends of line are not normalised: strings are kept byte for byte. Fragments are let through so that text outside the
-// root shows up in the tree, and is rejected, instead of being skipped. Text embedded in its element saves a node for
+// Line ends are not normalised, because strings are kept byte for byte. Fragments are accepted so that text outside the
+// root appears in the tree and can be rejected instead of being skipped. Embedding text in its element saves a node for
 // nearly every value.
 constexpr unsigned PARSE_OPTIONS =
     pugi::parse_cdata | pugi::parse_escapes | pugi::parse_fragment | pugi::parse_embed_pcdata;
@@ -42,7 +42,7 @@ pugi::xml_node elementChild(pugi::xml_node node) {
 }
 
 void removeWhiteSpaceTexts(pugi::xml_node parent) {
-    // Only where there is an embedded value does text() stand for it; elsewhere for the first text child.
+    // text() refers to the embedded value only if there is one, otherwise to the first text child.
     if (*parent.value() != '\0' && isWhiteSpace(parent.value())) {
         parent.text().set("");
     }
@@ -55,7 +55,7 @@ void removeWhiteSpaceTexts(pugi::xml_node parent) {
     }
 }
 
-/// Hands what the tree is written as on to a sink.
+/// Passes the text that pugixml writes to a TextSink.
 class Writer final : public pugi::xml_writer {
 public:
     explicit Writer(TextSink& sink) : m_sink(sink) {}
@@ -92,12 +92,12 @@ bool DataDocument::parseContent() {
         return false;
     }
 
-    // Text that is only white space is a value or lies between elements. Usually the parser can tell: it is a value
-    // when it is all that its element holds. Where a value may have such a piece besides others, the parser keeps all
-    // of it, at some cost, and what lies between elements goes afterwards.
+    // Text that is only white space is a value or lies between elements. Usually the parser can decide: it is a value
+    // if its element contains nothing else. If a value may consist of several pieces, some of them white space, the
+    // parser has to keep all white space, which is slower, and the part between elements is removed afterwards.
     const bool isAllSpaceKept = mayHaveWhiteSpacePieces(text);
     const unsigned spaceOption = isAllSpaceKept ? pugi::parse_ws_pcdata : pugi::parse_ws_pcdata_single;
-    // With the NUL the parser sees every byte of the content; without, it would use the last one as its sentinel.
+    // The size includes the terminating NUL, because the parser replaces the last byte of the buffer by its sentinel.
     const pugi::xml_parse_result result = m_tree.load_buffer_inplace(m_content.bytes.get(), m_content.size + 1,
                                                                      PARSE_OPTIONS | spaceOption, pugi::encoding_utf8);
     if (result.status == pugi::status_out_of_memory) {
@@ -139,7 +139,7 @@ bool DataDocument::checkTopLevel() const {
 
 void DataDocument::removeSpaceBetweenElements() {
     removeWhiteSpaceTexts(m_tree);
-    // Depth first along the links of the tree: documents can be nested deeper than the stack would allow.
+    // Depth first along the links of the tree, without recursion: documents can be nested deeper than the stack allows.
     const pugi::xml_node root = elementChild(m_tree);
     pugi::xml_node element = root;
     while (element) {
@@ -173,7 +173,7 @@ DataNode DataDocument::root() const {
 
 DataPosition DataDocument::positionOf(DataNode node) const {
     const std::ptrdiff_t offset = node.offset();
-    // The offset is that of the name, the tag begins one byte before.
+    // The offset is that of the name; the tag begins one byte earlier.
     return offset < 1 ? DataPosition() : m_lines.positionAt(static_cast<std::size_t>(offset) - 1);
 }
 

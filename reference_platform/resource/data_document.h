@@ -14,16 +14,16 @@
 
 namespace Kiln {
 
-/// The XML tree that the sections of one document share. It has one root element, and white space between elements is
-/// not kept: the text of an element that has children holds more than white space, or nothing.
+/// The XML tree that the sections of one document share. It has one root element and no white space between elements:
+/// the text of an element with children is empty or contains more than white space.
 ///
 /// Ownership: shared by its sections. Threads: as DataSection.
 class DataDocument final : public SafeReferenceCount {
 public:
-    /// A document in memory with just a root element.
+    /// A document in memory with only a root element.
     explicit DataDocument(std::string_view rootName);
 
-    /// Parses `content`, which the tree then lives in. Null, with an error in the log, when it is not well formed.
+    /// Parses `content` in place and keeps it. Null, with an error in the log, if it is not well formed.
     [[nodiscard]] static SmartPointer<DataDocument> parse(FileContent content, std::string source);
 
     [[nodiscard]] DataNode root() const;

@@ -15,8 +15,8 @@ namespace {
 
 constexpr const char* SOURCE = "resource/data_node";
 
-// A pugi::xml_node is a pointer to the element and nothing else. Its constructor, and what gives the pointer back, are
-// calls into the library, which cost as much as a step from one element to the next.
+// A pugi::xml_node contains only a pointer to the element. Its constructor and its accessor are calls into the library
+// that cost as much as a step to the next element, so the two functions below convert the bits instead.
 pugi::xml_node handle(pugi::xml_node_struct* element) noexcept {
     return std::bit_cast<pugi::xml_node>(element);
 }
@@ -125,7 +125,7 @@ DataNode DataNode::append(std::string_view name) const {
         return {};
     }
     pugi::xml_node child = handle(m_element).append_child(pugi::node_element);
-    // Element names are short: such a string takes no memory of its own.
+    // Element names are short, so this string needs no allocation.
     if (!child.set_name(std::string(name).c_str())) {
         throw std::bad_alloc();
     }
@@ -152,7 +152,7 @@ void DataNode::setText(std::string_view text) const {
         }
         return;
     }
-    // A copy, because the text may be a view of the one that is replaced.
+    // A copy, because `text` may be a view of the text that is replaced.
     const std::string newText(text);
     removeTextChildren(element);
     if (newText.empty() && isTextEmpty) {

@@ -12,8 +12,9 @@ struct xml_node_struct;
 
 namespace Kiln {
 
-/// A cursor on one element of a data document: the light, non-owning sibling of DataSection for code that walks many
-/// elements. Valid while some DataSection of the document lives. A null cursor answers every question with nothing.
+/// A cursor on one element of a data document: a small, non-owning alternative to DataSection for code that walks many
+/// elements. Valid as long as any DataSection of the document exists. On a null cursor, reads return empty results and
+/// writes do nothing.
 ///
 /// Threads: as DataSection.
 class KILN_RESOURCE_EXPORT DataNode {
@@ -29,7 +30,7 @@ public:
     /// Whether the name is `name`; cheaper than a comparison with name().
     [[nodiscard]] bool isNamed(std::string_view name) const noexcept;
 
-    /// Child elements; text, comments and the like between them are passed over.
+    /// Child elements; text, comments and other nodes between them are skipped.
     [[nodiscard]] DataNode firstChild() const noexcept;
     [[nodiscard]] DataNode nextSibling() const noexcept;
 
@@ -48,8 +49,8 @@ public:
     /// Appends a new child element. `name` must be a valid XML name.
     DataNode append(std::string_view name) const;
 
-    /// Replaces the element's text, which may be a view of the old one. NUL bytes, which XML has no form for, are left
-    /// out with an error in the log.
+    /// Replaces the element's text; `text` may be a view of the old one. NUL bytes, which XML cannot represent, are
+    /// left out, and an error is logged.
     void setText(std::string_view text) const;
 
     /// Byte offset of the element's name in the text that was parsed; negative for elements made by append().

@@ -48,7 +48,7 @@ std::optional<bool> parseBool(std::string_view text) {
     return std::nullopt;
 }
 
-/// A child's text, trimmed, as `parse` reads it.
+/// Parses a child's trimmed text with `parse`; the default value if the child is absent or its text does not parse.
 template <class Value, class Parse>
 Value readValue(DataNode parent, std::string_view name, const Value& defaultValue, Parse parse) {
     const DataNode child = parent.child(name);

@@ -28,40 +28,39 @@ struct DataPosition {
 /// One section of a hierarchical data tree, backed by an XML document: a name, a text, and named child sections.
 ///
 /// Ownership: each section shares its document, which lives as long as any section of it. Sections are handles: two of
-/// them may stand for the same element.
-/// Threads: any number of threads may read one document; writing needs exclusive access to the whole document.
-/// Failure: a value that is absent or does not parse yields the caller's default.
+/// them may refer to the same element. Threads: any number of threads may read one document; writing needs exclusive
+/// access to the whole document. Failure: a value that is absent or does not parse yields the caller's default.
 class KILN_RESOURCE_EXPORT DataSection final : public SafeReferenceCount {
 public:
-    /// An empty document with just a root section.
+    /// An empty document with only a root section.
     [[nodiscard]] static SmartPointer<DataSection> create(std::string_view rootName);
 
-    /// Parses XML text (UTF-8); `sourceName` stands for it in messages and source(). A text that is not well formed,
-    /// or has not exactly one root element, or text beside it, or a NUL byte, yields null and the error
-    /// "XML error in '%s' at line %zu, column %zu: %s" in the log.
+    /// Parses XML text (UTF-8); `sourceName` identifies it in messages and source(). A text that is not well formed,
+    /// does not have exactly one root element, or has text outside it or a NUL byte yields null and the error "XML
+    /// error in '%s' at line %zu, column %zu: %s" in the log.
     [[nodiscard]] static SmartPointer<DataSection> fromText(std::string_view text, std::string sourceName);
 
     /// As fromText, for the content of a file. `fileName` is opened; `sourceName` goes into the messages. A file that
-    /// is missing is reported ("File not found: '%s'") only when `reportMissing` is set; one that can't be read
-    /// ("Cannot read '%s': %s"), always.
+    /// is missing is reported ("File not found: '%s'") only if `reportMissing` is set; one that cannot be read ("Cannot
+    /// read '%s': %s"), always.
     [[nodiscard]] static SmartPointer<DataSection> fromFile(const std::string& fileName, std::string sourceName,
                                                             bool reportMissing);
 
     DataSection(SmartPointer<DataDocument> document, DataNode node);
 
-    /// A further element of the document that `section` belongs to.
+    /// Refers to another element of the document that `section` belongs to.
     DataSection(const DataSection& section, DataNode node);
     ~DataSection() override;
 
     [[nodiscard]] std::string_view sectionName() const noexcept { return m_node.name(); }
 
-    /// The cursor for walking many elements; it lives no longer than the document.
+    /// The cursor for walking many elements; valid as long as the document exists.
     [[nodiscard]] DataNode node() const noexcept { return m_node; }
 
-    /// The first child section of that name. Without one: null, or a new one at the end when `create` is set.
+    /// The first child section of that name. If there is none: null, or a new section at the end if `create` is set.
     [[nodiscard]] SmartPointer<DataSection> openSection(std::string_view name, bool create) const;
 
-    /// A new child section at the end, whatever others of that name exist.
+    /// A new child section at the end, even if others of that name exist.
     SmartPointer<DataSection> newSection(std::string_view name) const;
 
     /// Walks the child sections in document order.
@@ -106,7 +105,7 @@ public:
     [[nodiscard]] Uuid readUuid(std::string_view name, const Uuid& defaultValue = Uuid::ZERO) const;
     [[nodiscard]] Matrix readMatrix(std::string_view name, const Matrix& defaultValue = {}) const;
 
-    /// Typed writes into a child section, which is made when absent.
+    /// Typed writes into a child section, which is created if absent.
     void writeString(std::string_view name, std::string_view value) const;
     void writeBool(std::string_view name, bool value) const;
     void writeInt64(std::string_view name, std::int64_t value) const;
@@ -125,8 +124,8 @@ public:
     /// The whole document as XML text, indented with tabs, with a declaration.
     [[nodiscard]] std::string toText() const;
 
-    /// Writes the whole document to a file, as a whole: readers see the old content or the new one. On failure logs
-    /// "Cannot write '%s': %s" with the file's name, leaves the file as it was and returns false.
+    /// Atomically replaces a file by the whole document: readers see the old or the new content. On failure logs
+    /// "Cannot write '%s': %s" with the file's name, leaves the file unchanged and returns false.
     bool saveFile(const std::string& fileName) const;
 
 private:

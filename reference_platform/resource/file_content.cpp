@@ -20,7 +20,7 @@ namespace Kiln {
 
 namespace {
 
-// First buffer for a file that does not tell its size (a pipe, for instance).
+// Size of the first buffer for a file that does not report its size (a pipe, for instance).
 constexpr std::size_t UNKNOWN_SIZE_BUFFER = 64 * 1024;
 
 class FileDescriptor : NonCopyable {
@@ -43,7 +43,7 @@ private:
     int m_descriptor;
 };
 
-/// strerror, safe on any thread.
+/// As strerror, but thread-safe.
 std::string describe(int error) {
     return std::generic_category().message(error);
 }
@@ -107,7 +107,7 @@ public:
         }
     }
 
-    /// Why not all of the text has been written, as an errno; 0 when it has.
+    /// The errno of the first failed write; 0 if all text has been written.
     [[nodiscard]] int error() const noexcept { return m_error; }
 
 private:
@@ -115,7 +115,7 @@ private:
     int m_error = 0;
 };
 
-/// The file that a chain of symbolic links leads to; the name itself when that does not exist.
+/// The file that a chain of symbolic links leads to; the name itself if that file does not exist.
 std::string followLinks(const std::string& fileName) {
     char* resolved = ::realpath(fileName.c_str(), nullptr);
     if (!resolved) {
@@ -126,7 +126,7 @@ std::string followLinks(const std::string& fileName) {
     return result;
 }
 
-/// A name beside the file (so that a rename stays within the file system) that no other process or thread uses.
+/// A name in the file's directory, so that a rename stays within the file system. No other process or thread uses it.
 std::string temporaryName(const std::string& fileName) {
     static std::atomic<unsigned> counter{0};
     return formatText("%s.%ld.%u.tmp", fileName.c_str(), static_cast<long>(::getpid()),
@@ -163,7 +163,7 @@ ReadResult readFile(const std::string& fileName, FileContent& content, std::stri
         return ReadResult::FAILURE;
     }
 
-    // One byte more than the file has: the read that finds the end needs room, and later the byte holds the NUL.
+    // One byte more than the file's size: the read that detects the end needs room, and the byte holds the NUL later.
     const std::size_t capacity =
         status.st_size > 0 ? static_cast<std::size_t>(status.st_size) + 1 : UNKNOWN_SIZE_BUFFER;
     if (const int error = readToEnd(file.get(), capacity, content); error != 0) {

@@ -8,7 +8,7 @@
 
 namespace Kiln {
 
-/// The bytes of a file or text, in a buffer with room for a terminating NUL behind them.
+/// The bytes of a file or text, followed by a NUL.
 struct FileContent {
     std::unique_ptr<char[]> bytes; ///< size + 1 bytes; the last one is NUL.
     std::size_t size = 0;
@@ -19,7 +19,7 @@ struct FileContent {
 
 enum class ReadResult { SUCCESS, MISSING, FAILURE };
 
-/// Reads a whole file. `problem` is set on FAILURE: what the operating system says, or "is a directory".
+/// Reads a whole file. `problem` is set on FAILURE: the operating system's message, or "is a directory".
 [[nodiscard]] ReadResult readFile(const std::string& fileName, FileContent& content, std::string& problem);
 
 /// Receives a text piece by piece.
@@ -29,9 +29,9 @@ public:
     virtual void write(std::string_view piece) = 0;
 };
 
-/// Replaces a file's content by what `writeText` writes, as a whole: whoever opens the file sees the old content or the
-/// new one. A symbolic link stays, and the file it leads to is replaced; permissions are kept. Only regular files are
-/// replaced. False on failure, with the file as it was and `problem` set.
+/// Atomically replaces a file's content by what `writeText` writes: a program that opens the file sees the old or the
+/// new content. A symbolic link stays, and the file that it leads to is replaced; permissions are kept. Only regular
+/// files are replaced. On failure returns false, leaves the file unchanged and sets `problem`.
 [[nodiscard]] bool replaceFile(const std::string& fileName, const std::function<void(TextSink& file)>& writeText,
                                std::string& problem);
 

@@ -11,7 +11,7 @@ namespace Kiln::FS::Utils {
 namespace {
 
 struct Roots {
-    std::shared_mutex mutex; ///< Guards directories. A leaf: nothing else is locked under it.
+    std::shared_mutex mutex; ///< Guards directories. No other lock is taken under it.
     std::vector<std::string> directories;
 };
 

@@ -11,17 +11,17 @@
 /// Resource files: paths relative to resource roots. Any thread.
 namespace Kiln::FS::Utils {
 
-/// Adds a directory in which resource paths are looked up, after those added before. While there is none, paths are
-/// relative to the current directory.
+/// Adds a directory in which resource paths are looked up, after those added before. Without any, paths are relative to
+/// the current directory.
 KILN_RESOURCE_EXPORT void addResourceRoot(std::string directory);
 KILN_RESOURCE_EXPORT void clearResourceRoots();
 [[nodiscard]] KILN_RESOURCE_EXPORT std::vector<std::string> resourceRoots();
 
-/// The file that a resource path names: the first root that has it wins; an absolute path stands for itself. Without
-/// a match, the path under the first root.
+/// The file that a resource path names: the first root that contains it wins, and an absolute path is returned
+/// unchanged. Without a match, the path under the first root.
 [[nodiscard]] KILN_RESOURCE_EXPORT std::string resolveResourcePath(std::string_view resourcePath);
 
-/// Opens a resource as the root section of an XML document; null when it can't be opened. A file that exists but can't
+/// Opens a resource as the root section of an XML document; null if it cannot be opened. A file that exists but cannot
 /// be read or is not well formed is reported in the log; a missing one only when the caller does not report it
 /// (`callerReportsMissing` false).
 [[nodiscard]] KILN_RESOURCE_EXPORT SmartPointer<DataSection> openXmlSection(const std::string& resourcePath,

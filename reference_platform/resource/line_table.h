@@ -10,17 +10,17 @@
 
 namespace Kiln {
 
-/// Where the lines of a text start, so that byte offsets can be told as lines and columns after the text itself is
-/// gone. Immutable; any thread.
+/// The line starts of a text, which convert byte offsets to lines and columns after the text itself has changed.
+/// Immutable; any thread.
 ///
-/// Made for every document and asked about few: it notes one bit per byte of the text, and makes the list of lines when
-/// the first position is asked for.
+/// Every document has one, but few are queried: the constructor records one bit per byte of the text, and the first
+/// query builds the list of lines.
 class LineTable {
 public:
     /// A text without lines: every offset has the position 0, 0.
     LineTable() = default;
 
-    /// A byte order mark is no part of the first line.
+    /// A byte order mark is not part of the first line.
     explicit LineTable(std::string_view text);
 
     [[nodiscard]] DataPosition positionAt(std::size_t offset) const;
@@ -28,7 +28,7 @@ public:
 private:
     void listLines() const;
 
-    std::vector<std::uint64_t> m_lineEnds; ///< Bit i of word w stands for byte 64 w + i.
+    std::vector<std::uint64_t> m_lineEnds; ///< Bit i of word w is set if byte 64 w + i ends a line.
     std::size_t m_textStart = 0;
     mutable std::once_flag m_areLinesListed;
     mutable std::vector<std::size_t> m_lineStarts;

@@ -10,12 +10,12 @@ namespace {
 constexpr std::string_view WHITE_SPACE = " \t\r\n";
 constexpr std::size_t NONE = std::string_view::npos;
 
-/// Finds the places where "<!" or "<?" stand, in order.
+/// Finds the positions of "<!" and "<?", in order.
 class MarkFinder {
 public:
     explicit MarkFinder(std::string_view xml) : m_xml(xml), m_next{find('!', 0), find('?', 0)} {}
 
-    /// The first place at or after `position`, which never decreases; NONE without one.
+    /// The first of them at or after `position`, which must not decrease between calls; NONE if there is none.
     std::size_t next(std::size_t position) {
         if (m_next[0] < position) {
             m_next[0] = find('!', position);
@@ -28,7 +28,7 @@ public:
 
 private:
     [[nodiscard]] std::size_t find(char second, std::size_t position) const {
-        // Single characters are searched for much faster than pairs.
+        // Searching for a single character is much faster than searching for a pair.
         for (std::size_t found = position; (found = m_xml.find(second, found)) != NONE; ++found) {
             if (found > position && m_xml[found - 1] == '<') {
                 return found - 1;
@@ -41,7 +41,7 @@ private:
     std::size_t m_next[2];
 };
 
-/// Where the mark-up that starts at `mark` ends; NONE when it does not, or is none of the three kinds.
+/// The end of the mark-up that starts at `mark`; NONE if it has no end or is not one of the three kinds.
 std::size_t endOfMark(std::string_view xml, std::size_t mark) {
     struct Kind {
         std::string_view start;
@@ -59,7 +59,7 @@ std::size_t endOfMark(std::string_view xml, std::size_t mark) {
 /// Whether the '>' at `close` ends an end tag, or an empty element's tag.
 bool endsElement(std::string_view xml, std::size_t close) {
     const std::size_t open = xml.rfind('<', close);
-    // Text may hold the character too.
+    // Text may contain '>' too.
     if (open == NONE || xml.find('>', open) != close) {
         return false;
     }
@@ -88,11 +88,11 @@ bool mayHaveWhiteSpacePieces(std::string_view xml) {
         const bool isAfterTag = before != NONE && xml[before] == '>';
         const bool isSpaceBefore = isAfterTag && before + 1 < mark;
         const bool isSpaceAfter = after != NONE && after > end && xml[after] == '<';
-        // In a row of marks, all stand where the first does.
+        // In a row of marks, what precedes the first one holds for all of them.
         if (before == NONE || before + 1 != previousEnd) {
             isAfterElement = isAfterTag && endsElement(xml, before);
         }
-        // Beside an element there is no value, only the space between elements.
+        // White space next to an element is not a value but the space between elements.
         const bool isBesideElement = isAfterElement || (after != NONE && startsElement(xml, after));
         if ((isSpaceBefore || isSpaceAfter) && !isBesideElement) {
             return true;

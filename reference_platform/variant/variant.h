@@ -12,7 +12,7 @@ namespace vessa {
 /// A value of any type, shared without copying: it either owns the value together with other variants, or refers to
 /// one that is owned elsewhere and must outlive it.
 ///
-/// Threads: as std::shared_ptr; access to the value itself is the caller's concern.
+/// Threads: as std::shared_ptr; callers synchronise access to the value itself.
 class Variant {
 public:
     Variant() = default;
@@ -25,13 +25,13 @@ public:
         return Variant(typeid(Value), std::make_shared<Value>(std::forward<T>(value)));
     }
 
-    /// Shares a value with `pointer`, which may own it or just refer to it; empty when that is null.
+    /// Shares a value with `pointer`, which may own it or only refer to it; empty if `pointer` is null.
     template <class T>
     [[nodiscard]] static Variant share(std::shared_ptr<T> pointer) {
         return Variant(typeid(T), std::move(pointer));
     }
 
-    /// Refers to a value that is owned elsewhere; empty when that is null. No allocation.
+    /// Refers to a value that is owned elsewhere; empty if `value` is null. No allocation.
     template <class T>
     [[nodiscard]] static Variant refer(T* value) {
         return refer(typeid(T), value);
@@ -45,7 +45,7 @@ public:
     /// Type of the value; typeid(void) when empty.
     [[nodiscard]] std::type_index type() const noexcept { return m_type; }
 
-    /// The value when its type is exactly T, otherwise null. VariantConverter reaches further.
+    /// The value when its type is exactly T, otherwise null. VariantConverter also applies conversions.
     template <class T>
     [[nodiscard]] T* get() const noexcept {
         return m_type == typeid(T) ? static_cast<T*>(m_value.get()) : nullptr;

@@ -18,17 +18,17 @@ struct ConversionKey {
 
 struct ConversionKeyHash {
     std::size_t operator()(const ConversionKey& key) const noexcept {
-        constexpr std::size_t ODD_MULTIPLIER = 31; // tells (a, b) from (b, a)
+        constexpr std::size_t ODD_MULTIPLIER = 31; // so that (a, b) and (b, a) differ
         return key.from.hash_code() * ODD_MULTIPLIER + key.to.hash_code();
     }
 };
 
 struct Register {
-    std::shared_mutex mutex; ///< Guards conversions. A leaf: nothing else is locked under it.
+    std::shared_mutex mutex; ///< Guards conversions. No other lock is taken under it.
     std::unordered_map<ConversionKey, VariantConverter::Conversion, ConversionKeyHash> conversions;
 };
 
-/// Never destroyed: usable by the static objects of every library.
+/// Never destroyed, so that static objects of every library can use it.
 Register& conversionRegister() {
     static Register* const instance = new Register;
     return *instance;

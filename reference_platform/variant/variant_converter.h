@@ -22,8 +22,8 @@ public:
 
     static void registerConversion(std::type_index from, std::type_index to, Conversion conversion);
 
-    /// A variant that refers to the same value as `target`: the value itself when it has that type, else what the
-    /// registered conversion yields, else an empty variant. The result must not outlive `variant`'s value.
+    /// A variant that refers to the same value as type `target`: `variant` itself if it has that type, otherwise the
+    /// result of the registered conversion, otherwise an empty variant. The result must not outlive `variant`'s value.
     [[nodiscard]] static Variant convert(const Variant& variant, std::type_index target);
 
     /// convert() for a type known at compile time; null when there is no conversion.

@@ -6,7 +6,7 @@
 
 namespace Harbour {
 
-/// What a navigation light does, over and over.
+/// The repeating pattern of a navigation light.
 struct BeaconPattern {
     struct Phase {
         bool isLit;
@@ -17,8 +17,8 @@ struct BeaconPattern {
     std::vector<Phase> phases;
 };
 
-/// The pattern of a resource file. Files are read once and kept until the process ends; a file that can't be read is
-/// reported in the log and gives a pattern without phases. Never null. Any thread.
+/// The pattern of a resource file. Files are read once and kept until the process ends; a file that cannot be read is
+/// reported in the log and yields a pattern without phases. Never null. Any thread.
 [[nodiscard]] std::shared_ptr<const BeaconPattern> loadBeaconPattern(const std::string& resource);
 
 } // namespace Harbour

@@ -31,7 +31,7 @@ public:
     float reach;
     float capacity;
     Drive drive;
-    Kiln::Tessel::GameObject load; ///< Invalid when the link resolved to nothing.
+    Kiln::Tessel::GameObject load; ///< Invalid if the link did not resolve.
 };
 
 } // namespace Harbour

@@ -1,4 +1,4 @@
-// Announces the components of this library to the process, while the library is being loaded.
+// Registers the components of this library when the library is loaded.
 
 #include "beacon_component.h"
 #include "berth_component.h"
@@ -12,7 +12,7 @@ namespace Harbour {
 
 namespace {
 
-/// Structures inside configurations are described on their own; each by its C++ type.
+/// Structures inside configurations need descriptions of their own, which are found by C++ type.
 struct Structures {
     Structures() {
         mirra::StaticMetaObjectBuilder<Drive> drive("Drive");

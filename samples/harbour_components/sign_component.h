@@ -6,7 +6,7 @@
 
 namespace Harbour {
 
-/// A lettering that people can read.
+/// A sign with a readable text.
 class SignComponent final : public Kiln::Tessel::PoolableComponent<SignComponent, Kiln::Tessel::IComponent> {
 public:
     struct Config {

@@ -25,8 +25,8 @@ public:
     static constexpr ComponentTypeId MAX_TYPES = 1024;
     using TypesLibrary = DynamicTypesLibrary<TypeMeta, ComponentTypeId, MAX_TYPES>;
 
-    /// The process-wide register of component types. Ids that it gives out are below MAX_TYPES; MAX_TYPES itself means
-    /// that the register is full.
+    /// The process-wide register of component types. The ids that it assigns are below MAX_TYPES; MAX_TYPES itself
+    /// means that the register is full.
     static TypesLibrary& types();
 
     [[nodiscard]] virtual ComponentTypeId type() const = 0;
@@ -40,7 +40,7 @@ protected:
 
 KILN_TESSEL_FOUNDATION_EXPORT void reportTooManyComponentTypes();
 
-/// Reports the critical message for a component whose type found the register full; other ids pass silently.
+/// Logs a critical message if `id` means that the register of component types was full.
 inline void checkComponentTypeId(ComponentTypeId id) {
     if (id == IComponent::MAX_TYPES) [[unlikely]] {
         reportTooManyComponentTypes();
@@ -61,7 +61,7 @@ protected:
     ~NativeComponent() = default;
 };
 
-/// Gives a component's memory back to where it came from.
+/// Destroys a component and returns its memory to the storage that allocated it.
 struct IComponentDeleter {
     /// Set by the storage that allocated the component.
     void (*deallocate)(IComponent* component) = nullptr;

@@ -17,20 +17,20 @@ namespace Kiln::Tessel {
 
 /// The components of one type in one world, for users that do not know the component class.
 ///
-/// Owner: the world, in its map from component type to storage. All components are to be given back before it is
-/// destroyed. Threads: the main thread.
+/// Owner: the world, in its map from component type to storage. All components must be destroyed before it. Threads:
+/// the main thread.
 class KILN_TESSEL_FOUNDATION_EXPORT GenericComponentStorage : NonCopyable {
 public:
     virtual ~GenericComponentStorage();
 
     [[nodiscard]] ComponentTypeId type() const noexcept { return m_type; }
 
-    /// All components, and those of them that are active. Constant time.
+    /// Number of all components, and of the active ones. Constant time.
     [[nodiscard]] virtual std::size_t componentsCount() const noexcept = 0;
     [[nodiscard]] virtual std::size_t activeCount() const noexcept = 0;
 
-    /// Activates or deactivates a component of this storage; does nothing with any other component, and nothing if the
-    /// component is in the wanted state already.
+    /// Activates or deactivates a component of this storage; does nothing for any other component, or if the component
+    /// is already in the requested state.
     virtual void activate(IComponent& component) = 0;
     virtual void deactivate(IComponent& component) = 0;
 
@@ -53,7 +53,7 @@ private:
 template <class T>
 class ComponentStorage final : public GenericComponentStorage {
 public:
-    /// Owns one component and gives it back to the pool; converts to ComponentPointer.
+    /// Owns one component and returns it to the pool; converts to ComponentPointer.
     using Pointer = std::unique_ptr<T, IComponentDeleter>;
 
     static constexpr std::size_t DEFAULT_ELEMENTS_PER_BLOCK = 256;
@@ -61,21 +61,21 @@ public:
     explicit ComponentStorage(std::size_t elementsPerBlock = DEFAULT_ELEMENTS_PER_BLOCK)
         : GenericComponentStorage(NativeComponent<T>::getType()), m_pool(elementsPerBlock) {}
 
-    /// Reports an assertion if active components are left; what is left, active or not, is destroyed.
+    /// Reports an assertion if active components are left. Destroys all remaining components, active or not.
     ~ComponentStorage() override {
         if (activeCount() != 0) {
             PoolAssertions::reportActiveComponents();
         }
     }
 
-    /// Makes an inactive component. The pointer may be destroyed with the component active or not. Whatever the
-    /// constructor throws is passed on.
+    /// Creates an inactive component. The pointer may be destroyed with the component active or not. Exceptions of the
+    /// constructor are passed on.
     template <class... Args>
     [[nodiscard]] Pointer create(Args&&... args) {
         return Pointer(m_pool.createData(std::forward<Args>(args)...), IComponentDeleter{&deallocate});
     }
 
-    /// The component as what it is; null if it is null, of another type or of another storage.
+    /// The component as a T; null if `component` is null, of another type or of another storage.
     [[nodiscard]] T* cast(IComponent* component) const {
         static_assert(std::is_base_of_v<IComponent, T>);
         if (component == nullptr || component->type() != type()) {
@@ -114,7 +114,8 @@ public:
 
 private:
     static void deallocate(IComponent* component) {
-        // Straight to the block, since a component that was never activated may be given back as well.
+        // Calls the block directly, because MultiBlockPool::freeData() expects an ACTIVE element, and a component may
+        // be destroyed without having been activated.
         T* const element = static_cast<T*>(component);
         element->block()->deallocate(element);
     }

@@ -12,8 +12,8 @@
 
 namespace Kiln::Tessel {
 
-/// Gives types dense ids, 0 to Capacity - 1, in the order in which they are first registered. A type is known by its
-/// type_info's hash and name, so that every shared library that asks gets the same id. Any thread.
+/// Assigns dense ids to types, 0 to Capacity - 1, in the order in which they are first registered. A type is identified
+/// by its type_info's hash and name, so that every shared library that asks gets the same id. Any thread.
 template <class Meta, class Id, std::size_t Capacity>
 class DynamicTypesLibrary : NonCopyable {
     static_assert(Capacity <= std::numeric_limits<Id>::max(), "the overflow id has to be an Id too");
@@ -35,7 +35,7 @@ public:
             return OVERFLOW_ID;
         }
         const Id id = static_cast<Id>(m_types.size());
-        sameHash.reserve(sameHash.size() + 1); // so that the type enters both containers or none
+        sameHash.reserve(sameHash.size() + 1); // so that the second push_back does not throw
         m_types.push_back({type.name(), Meta()});
         sameHash.push_back(id);
         return id;
@@ -48,7 +48,7 @@ public:
 
 private:
     struct Type {
-        std::string name; ///< As type_info::name() gives it.
+        std::string name; ///< As returned by type_info::name().
         Meta meta;
     };
 

@@ -6,21 +6,21 @@
 
 namespace Kiln::Tessel {
 
-/// Base of component class T: gives it a type id and makes it live in a block pool.
+/// Base of component class T: gives it a type id and stores it in a block pool.
 ///
 ///     class Burning final : public PoolableComponent<Burning, IComponent> {
 ///     public:
 ///         explicit Burning(const Config& config);
 ///     };
 ///
-/// Owner: the ComponentStorage of T that made it, which also sets the link to the block. A component that was made in
-/// another way works as well, but cannot be activated. Threads: the main thread.
+/// Owner: the ComponentStorage of T that made it, which also sets the link to the block. A component that was created
+/// in another way works as well, but cannot be activated. Threads: the main thread.
 template <class T, class Base>
 class PoolableComponent : public Base, public NativeComponent<T>, public BlockAllocable<T> {
 public:
     [[nodiscard]] ComponentTypeId type() const override { return NativeComponent<T>::getType(); }
 
-    /// Both forward to the block; they have no effect on a component that is in none.
+    /// Both forward to the block; they have no effect on a component without a block.
     void activate() override {
         if (BlockPool<T>* const block = this->block()) {
             block->activate(static_cast<T*>(this));

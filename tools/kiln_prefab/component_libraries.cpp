@@ -12,8 +12,9 @@ std::string loadComponentLibrary(const std::string& name) {
     const bool isInCurrentDirectory =
         name.find('/') == std::string::npos && std::filesystem::is_regular_file(name, error);
     const std::string file = isInCurrentDirectory ? "./" + name : name;
-    // Local, so that libraries of different makers do not get at each other's symbols; component types are told apart
-    // by name and need no shared ones. Never closed: the framework keeps what the library registered.
+    // RTLD_LOCAL keeps libraries of different authors from binding to each other's symbols; component types are
+    // identified by name and need no shared symbols. Never closed, because the framework keeps what the library
+    // registered.
     if (dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {
         return {};
     }

@@ -5,9 +5,9 @@
 namespace Kiln::PrefabTool {
 
 /// Loads a component library, whose static objects register its components, for the rest of the process's life. A name
-/// without '/' is looked for in the current directory first, then wherever the dynamic linker looks.
+/// without '/' is looked up in the current directory first, then in the dynamic linker's search path.
 ///
-/// Returns what the dynamic linker says when it fails, nothing otherwise.
+/// Returns the dynamic linker's message on failure, an empty text on success.
 [[nodiscard]] std::string loadComponentLibrary(const std::string& name);
 
 } // namespace Kiln::PrefabTool

@@ -9,11 +9,12 @@ namespace Kiln::PrefabTool {
 
 namespace {
 
-/// How many different errors the one line that names the prefab repeats.
+/// Maximum number of different errors that the line with the prefab's name repeats.
 constexpr std::size_t MAX_REASONS = 10;
 
 /// The walks that cache a prefab's nested prefabs log these for every prefab that is loaded by path, because its root
-/// names the prefab itself. Only the creation of objects, on the main thread, logs the first one in earnest.
+/// names the prefab itself. Only the first one, logged on the main thread by the creation of objects, reports a
+/// problem.
 constexpr std::string_view DEPTH_MESSAGE =
     "Nested prefabs depth has exceeded limit. It can be result of recursive references.";
 constexpr std::string_view BACKGROUND_DEPTH_MESSAGE =
@@ -23,7 +24,7 @@ constexpr std::string_view BACKGROUND_DEPTH_MESSAGE =
     return message.text == DEPTH_MESSAGE || message.text == BACKGROUND_DEPTH_MESSAGE;
 }
 
-/// A message's text in one line, without the end of line that some messages have.
+/// A message's text in one line, without the line end that some messages have.
 [[nodiscard]] std::string lineOf(std::string_view text) {
     while (text.ends_with('\n')) {
         text.remove_suffix(1);

@@ -14,20 +14,21 @@ namespace Kiln::PrefabTool {
 /// A text fit for one line of a terminal: control characters become \xNN.
 [[nodiscard]] std::string printable(std::string_view text);
 
-/// Tells, in lines of text, what went wrong, and remembers whether anything did.
+/// Writes problems as lines of text and remembers whether there were any.
 class Diagnostics {
 public:
     Diagnostics(std::ostream& stream, bool isVerbose) : m_stream(stream), m_isVerbose(isVerbose) {}
 
-    /// The log of a load and, when the instance was not created or errors were reported, which prefab it was and why.
+    /// Reports the log of a load and, if the instance was not created or errors were logged, its prefab with the
+    /// reasons.
     void reportInstance(const InstanceRecord& record);
 
-    /// The log of what is no load; `subject` says of what.
+    /// Reports the log of an operation other than a load; `subject` names the operation.
     void reportLog(const std::string& subject, const LogRecord& log);
 
     void reportSkippedComponents(const std::map<std::string, std::size_t>& countsByType);
 
-    /// Something that could not be done.
+    /// Reports an operation that failed.
     void reportFailure(const std::string& subject, const std::string& reason);
 
     [[nodiscard]] bool hasFailures() const { return m_hasFailures; }

@@ -25,7 +25,7 @@ struct ObjectRecord {
     std::string prefab;                  ///< Resource of the object's PrefabComponent; empty without one.
 };
 
-/// How loading one instance went.
+/// Result of loading one instance.
 struct InstanceRecord {
     std::string prefab; ///< As the user named it.
     Uuid instanceUuid;
@@ -34,7 +34,7 @@ struct InstanceRecord {
     std::vector<ObjectRecord> objects; ///< Root first, the others in the order of their creation; empty on failure.
     LogRecord log;
 
-    /// What went wrong beyond what the log tells: a sentence without full stop, or empty.
+    /// A problem that is not in the log, as a sentence without full stop; empty if there is none.
     std::string problem;
 
     [[nodiscard]] bool isCreated() const { return !objects.empty(); }
@@ -43,7 +43,7 @@ struct InstanceRecord {
 /// The registered name of a component type; for a type that was never registered, its number.
 [[nodiscard]] std::string componentLabel(Tessel::ComponentTypeId type);
 
-/// Records the objects of the root's world that were created after `serial`, or none when the root is gone.
+/// Records the objects of the root's world that were created after `serial`, or none if the root no longer exists.
 [[nodiscard]] std::vector<ObjectRecord> recordObjects(Tessel::GameObject root, std::uint64_t serial);
 
 } // namespace Kiln::PrefabTool

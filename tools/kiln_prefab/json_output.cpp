@@ -26,7 +26,7 @@ using Json = nlohmann::ordered_json;
 
 } // namespace
 
-// The lists are written element by element: they can be too long to be held a second time.
+// The lists are written element by element, because they can be too long to be held in memory twice.
 void writeJson(std::ostream& stream, const InstanceRecord& record) {
     stream << R"({"prefab":)" << toText(record.prefab) << R"(,"instanceUuid":)"
            << toText(record.instanceUuid.toString()) << R"(,"frames":)" << record.frames << R"(,"objects":[)";

@@ -13,14 +13,14 @@
 
 namespace Kiln::PrefabTool {
 
-/// What the engine logged over some time. Hostile prefabs can make it repeat a message millions of times, so each
-/// text is kept once.
+/// The messages that the engine logged during some time. Hostile prefabs can make it repeat a message millions of
+/// times, so each text is stored once.
 struct LogRecord {
     struct Message {
         int severity = 0;
         std::string text;
         std::size_t count = 0;
-        std::size_t mainThreadCount = 0; ///< How many of them the main thread wrote.
+        std::size_t mainThreadCount = 0; ///< How many of them were logged on the main thread.
 
         [[nodiscard]] bool isError() const { return severity >= LogSeverity::ERROR; }
     };
@@ -29,12 +29,12 @@ struct LogRecord {
     std::vector<std::uint32_t> sequence; ///< All of them, in order, as indices into `messages`.
 };
 
-/// Takes the engine log over, for the lifetime of the object. The main thread makes it; any thread may log.
+/// Collects the messages of the engine log during its own lifetime. Created on the main thread; any thread may log.
 class LogCollector : NonCopyable {
 public:
     LogCollector();
 
-    /// What was logged since the last call.
+    /// Returns the messages since the last call.
     [[nodiscard]] LogRecord take();
 
 private:

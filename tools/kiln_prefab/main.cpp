@@ -32,7 +32,7 @@ using namespace Kiln::PrefabTool;
 } // namespace
 
 int main(int argc, char** argv) {
-    // A reader that has gone is to be noticed as a failed write.
+    // A closed pipe is reported as a failed write instead of ending the process.
     std::signal(SIGPIPE, SIG_IGN);
     SpawnResult result = runGuarded(argc, argv);
     std::cout.flush();

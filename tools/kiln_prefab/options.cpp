@@ -11,9 +11,9 @@ namespace Kiln::PrefabTool {
 namespace {
 
 constexpr std::int64_t MAX_INSTANCES = 1'000'000'000;
-constexpr double MAX_TIMEOUT = 1e9; // In seconds; what lies far beyond does not fit into a duration.
+constexpr double MAX_TIMEOUT = 1e9; // In seconds; much larger values do not fit into a duration.
 
-/// Values as they are read, before they become SpawnOptions.
+/// Option values as CLI11 stores them, before they are converted to SpawnOptions.
 struct RawOptions {
     SpawnOptions spawn;
     std::int64_t instances = 1;
@@ -47,12 +47,13 @@ void describeSpawn(CLI::App& command, RawOptions& raw) {
         ->type_name("");
     command
         .add_option("--root", options.roots,
-                    "Look resource paths up in DIR; repeatable, first match wins (default: "
+                    "Look up resource paths in DIR; may be repeated, the first match wins (default: "
                     "the current directory)")
         ->allow_extra_args(false)
         ->check(CLI::ExistingDirectory)
         ->type_name("DIR");
-    command.add_option("--load", options.libraries, "Load the component library LIB first; repeatable")
+    command
+        .add_option("--load", options.libraries, "Load the component library LIB before the prefabs; may be repeated")
         ->allow_extra_args(false)
         ->check(NOT_EMPTY)
         ->type_name("LIB");
@@ -60,10 +61,11 @@ void describeSpawn(CLI::App& command, RawOptions& raw) {
         ->check(CLI::Range(std::int64_t{1}, MAX_INSTANCES))
         ->type_name("N");
     command
-        .add_option("--instance-uuid", raw.instanceUuid, "Instance UUID to load with (default: a new one each time)")
+        .add_option("--instance-uuid", raw.instanceUuid,
+                    "Instance UUID of every instance (default: a new UUID each time)")
         ->check(UUID)
         ->type_name("UUID");
-    command.add_option("--timeout", raw.timeout, "Give an instance up after so many seconds (default: 30)")
+    command.add_option("--timeout", raw.timeout, "Fail an instance that is not loaded within this time (default: 30)")
         ->check(SECONDS)
         ->type_name("SECONDS");
     command.add_flag("--under-inactive-parent", options.isUnderInactiveParent,
@@ -71,7 +73,7 @@ void describeSpawn(CLI::App& command, RawOptions& raw) {
     command.add_flag("--dump-pools", options.dumpsPools,
                      "After the instances of a prefab, print the component pools of its world");
     command.add_flag("--json", options.isJson, "Print one line of JSON per instance instead of text");
-    command.add_flag("--verbose", options.isVerbose, "Also show notes on what is no error");
+    command.add_flag("--verbose", options.isVerbose, "Also print informational messages and notes");
 }
 
 [[nodiscard]] SpawnOptions finish(RawOptions raw) {
@@ -91,10 +93,10 @@ void describeSpawn(CLI::App& command, RawOptions& raw) {
 } // namespace
 
 CommandLine parseCommandLine(int argc, const char* const* argv) {
-    CLI::App app("Works with prefab files.", "kiln-prefab");
+    CLI::App app("Loads prefab files and reports what they contain.", "kiln-prefab");
     RawOptions raw;
     CLI::App* const spawn =
-        app.add_subcommand("spawn", "Load prefabs into a world and show the game objects they become.");
+        app.add_subcommand("spawn", "Load prefabs into a world and print the game objects that they create.");
     describeSpawn(*spawn, raw);
     try {
         app.parse(argc, argv);
@@ -104,7 +106,7 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         return usageError(error.what());
     }
-    // Not left to CLI11, which would mention this instead of the misspelt subcommand.
+    // Checked here because CLI11 would report this instead of a misspelt subcommand.
     if (!spawn->parsed()) {
         return usageError("A subcommand is required");
     }

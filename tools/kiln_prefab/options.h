@@ -13,11 +13,11 @@ namespace Kiln::PrefabTool {
 /// Exit statuses of the program.
 namespace ExitStatus {
 inline constexpr int SUCCESS = 0;
-inline constexpr int FINDINGS = 1; ///< Something could not be done, or errors were reported.
-inline constexpr int USAGE = 2;    ///< Nothing was tried.
+inline constexpr int FINDINGS = 1; ///< An operation failed, or errors were reported.
+inline constexpr int USAGE = 2;    ///< The command line or a component library is unusable; no prefab was loaded.
 } // namespace ExitStatus
 
-/// What `kiln-prefab spawn` was asked for.
+/// The options of `kiln-prefab spawn`.
 struct SpawnOptions {
     std::vector<std::string> prefabs; ///< Resource paths; at least one.
     std::vector<std::string> roots;   ///< Directories; none for the current directory.
@@ -33,11 +33,11 @@ struct SpawnOptions {
 
 /// The outcome of reading the command line.
 struct CommandLine {
-    std::optional<SpawnOptions> spawn; ///< Absent when there is nothing (more) to do.
+    std::optional<SpawnOptions> spawn; ///< Absent if there is nothing more to do.
     int exitStatus = ExitStatus::SUCCESS;
 };
 
-/// Reads the command line. Prints the help that was asked for to stdout, and what is wrong to stderr.
+/// Reads the command line. Prints requested help to stdout and errors to stderr.
 [[nodiscard]] CommandLine parseCommandLine(int argc, const char* const* argv);
 
 } // namespace Kiln::PrefabTool

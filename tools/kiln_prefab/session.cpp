@@ -20,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 using Tessel::EntryPoint;
 using Tessel::GameObject;
 
-/// How long to wait for the background between two frames.
+/// How long to wait for background tasks between two frames.
 constexpr std::chrono::milliseconds FRAME_PAUSE{1};
 
 [[nodiscard]] std::chrono::milliseconds upTo(Clock::duration duration) {
@@ -36,7 +36,7 @@ constexpr std::chrono::milliseconds FRAME_PAUSE{1};
     return text + " s";
 }
 
-/// Whether the record tells why the instance could not be created.
+/// Whether the record says why the instance could not be created.
 [[nodiscard]] bool isExplained(const InstanceRecord& record) {
     const std::vector<LogRecord::Message>& messages = record.log.messages;
     return !record.problem.empty() ||
@@ -107,7 +107,7 @@ void Session::createInstance(TimePoint deadline, InstanceRecord& record) {
 }
 
 void Session::request(const Uuid& instanceUuid, const LoadedRoot& root) const {
-    // The loader of an instance that fails outlives the call, so the callback shares what it writes to.
+    // The loader of a failed instance outlives this call, so the callback shares ownership of its target.
     const auto noteRoot = [root](GameObject loaded, Tessel::GameObjectManager& /*manager*/) {
         *root = loaded;
         return true;
@@ -122,7 +122,7 @@ void Session::request(const Uuid& instanceUuid, const LoadedRoot& root) const {
 void Session::awaitRoot(const GameObject& root, TimePoint deadline, InstanceRecord& record) const {
     TaskManager& background = FileIOTaskManager::instance();
     for (;;) {
-        // A frame that begins after the last background task has ended has all that there will ever be.
+        // A frame that begins after the last background task has ended sees everything that will ever be loaded.
         const bool isLastChance = background.unfinishedTasks() == 0;
         EntryPoint::instance().tick();
         ++record.frames;
@@ -140,8 +140,8 @@ void Session::awaitRoot(const GameObject& root, TimePoint deadline, InstanceReco
     }
 }
 
-/// A created instance may be there before its nested prefabs have been walked in the background; that belongs to its
-/// load. The time of grace after a timeout lets whatever comes next be loaded on a quiet background.
+/// An instance may be created before a worker has walked its nested prefabs; that walk is part of the load. After a
+/// timeout, waits once more for the same time, so that the next load starts without background tasks.
 void Session::awaitBackground(TimePoint deadline, InstanceRecord& record) {
     TaskManager& background = FileIOTaskManager::instance();
     const Clock::duration rest = std::max(deadline - Clock::now(), Clock::duration::zero());
@@ -154,7 +154,7 @@ void Session::awaitBackground(TimePoint deadline, InstanceRecord& record) {
     m_isStuck = !background.waitForIdle(upTo(m_settings.timeout));
 }
 
-/// Why the instance could not be created, in the cases that the log does not mention; empty for others.
+/// The reason why the instance could not be created, if it is one that is not logged; otherwise empty.
 std::string Session::describeLoader(const Uuid& instanceUuid) const {
     const auto* const service = EntryPoint::instance().getService<Tessel::PrefabService>();
     for (const Tessel::GameObjectLoader& loader : service->loadingQueue()) {

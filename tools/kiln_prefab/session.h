@@ -16,11 +16,11 @@
 namespace Kiln::PrefabTool {
 
 /// Loads instances of one prefab, one after the other, the way a game does: request, background parse, frames,
-/// callback. They share a world. An instance that fails takes its world with it, since the service would retry its
-/// load in every frame.
+/// callback. They share a world. A failed instance makes the next one start in a new world, because the service would
+/// retry the failed load in every frame.
 ///
-/// Lifetime: one session at a time; it leaves neither a world nor a cached prefab behind, so that what one prefab
-/// reports does not depend on those before it. Threads: the main thread.
+/// Lifetime: one session at a time; it leaves neither a world nor a cached prefab behind, so that the result of one
+/// prefab does not depend on earlier ones. Threads: the main thread.
 class Session : NonCopyable {
 public:
     struct Settings {
@@ -32,11 +32,11 @@ public:
     Session(Settings settings, LogCollector& log);
     ~Session();
 
-    /// Loads one instance. The record also has what was logged in the background until that came to rest.
+    /// Loads one instance. The record includes the messages of background tasks until the last of them has ended.
     [[nodiscard]] InstanceRecord load(const Uuid& instanceUuid);
 
-    /// Whether a background task is still at it after the timeout and a time of grace as long. It may hold locks that
-    /// loading needs, so nothing can be loaded any more, by this or any other session.
+    /// Whether a background task was still running after the timeout and a second wait of the same length. It may hold
+    /// locks that loading needs, so neither this nor any other session can load anything more.
     [[nodiscard]] bool isStuck() const { return m_isStuck; }
 
     /// Writes the component pools of the world, by ascending component type.
@@ -57,7 +57,7 @@ private:
     Settings m_settings;
     LogCollector& m_log;
     int m_worldId = 0;
-    Tessel::GameObject m_parent; ///< The inactive parent; the invalid object when none was asked for.
+    Tessel::GameObject m_parent; ///< The inactive parent; the invalid object if none was requested.
     bool m_hasFailedLoader = false;
     bool m_isStuck = false;
 };

@@ -18,7 +18,7 @@ namespace {
 
 using PrefabInspection::PrefabClosure;
 
-/// The command while it runs.
+/// One run of the command.
 class Spawner {
 public:
     Spawner(const SpawnOptions& options, std::ostream& output, std::ostream& errors)
@@ -75,7 +75,7 @@ private:
         m_diagnostics.reportLog(prefab + ": errors while its world was destroyed", m_log.take());
     }
 
-    /// Records instances that can't even be tried.
+    /// Records instances that are not attempted because a background task is stuck.
     void skip(const std::string& prefab, std::size_t instances) {
         for (std::size_t i = 0; i < instances; ++i) {
             InstanceRecord record;
@@ -90,7 +90,7 @@ private:
         return m_options.instanceUuid ? *m_options.instanceUuid : Uuid::generate();
     }
 
-    /// What there is to complain about in the files has been logged by loading them.
+    /// Drops the messages of the inspection, because loading the files has already logged them.
     [[nodiscard]] PrefabClosure inspect(const std::string& prefab) {
         PrefabClosure closure = PrefabInspection::inspectClosure(prefab);
         static_cast<void>(m_log.take());
@@ -103,7 +103,7 @@ private:
         } else if (record.isCreated()) {
             writeText(m_output, record, closure.files.size());
         }
-        // Both streams may lead to one terminal; there, the messages stand below what they are about.
+        // Both streams may go to one terminal; flushing keeps messages below the instance that they are about.
         m_output.flush();
         m_diagnostics.reportInstance(record);
         ++m_totals.instances;

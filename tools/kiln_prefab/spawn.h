@@ -6,15 +6,15 @@
 
 namespace Kiln::PrefabTool {
 
-/// What has become of the command.
+/// Result of the command.
 struct SpawnResult {
     int exitStatus = ExitStatus::SUCCESS;
 
-    /// Whether a background task is running that will not end; the process must not wait for it then.
+    /// Whether a background task is running that does not end; the process must exit without waiting for it.
     bool isStuck = false;
 };
 
-/// Loads every prefab that the options name and writes what became of it. Once per process.
+/// Loads every prefab that the options name and writes the results. Call it once per process.
 [[nodiscard]] SpawnResult spawn(const SpawnOptions& options, std::ostream& output, std::ostream& errors);
 
 } // namespace Kiln::PrefabTool

@@ -40,7 +40,7 @@ namespace {
     return text;
 }
 
-/// The objects as trees. Iterative: a chain of parents can be longer than the stack allows.
+/// Writes the objects as trees, without recursion: a chain of parents can be longer than the stack allows.
 class TreeWriter {
 public:
     TreeWriter(std::ostream& stream, const std::vector<ObjectRecord>& objects)

@@ -10,7 +10,7 @@
 
 namespace Kiln::PrefabTool {
 
-/// What several instances come to.
+/// Totals over several instances.
 struct Totals {
     std::size_t instances = 0;
     std::size_t created = 0;
@@ -20,7 +20,7 @@ struct Totals {
     std::chrono::steady_clock::duration duration{};
 };
 
-/// Writes a created instance as a tree, and a line that sums it up. `filesCount` is the number of prefab files used.
+/// Writes a created instance as a tree, followed by a summary line. `filesCount` is the number of prefab files used.
 void writeText(std::ostream& stream, const InstanceRecord& record, std::size_t filesCount);
 
 void writeTotals(std::ostream& stream, const Totals& totals);

@@ -15,18 +15,17 @@ struct PrefabClosure {
     /// level by level, in the order in which they are named.
     std::vector<std::string> files;
 
-    /// Number of stored components of each type that the process's ComponentLibrary does not know, over all files. The
-    /// reader of prefabs passes over them without a word.
+    /// Number of stored components of each type that the process's ComponentLibrary does not know, over all files.
+    /// Loading a prefab skips such components without a message.
     std::map<std::string, std::size_t> unknownComponents;
 };
 
-/// Reads a prefab file and what it nests, each file once, whatever the cycles and however deep the nesting. Files are
-/// seen as the reader of prefabs sees them: one of another format version, or without game objects, holds nothing, and
-/// a root names no nested prefab. Overrides, which can make an instance nest other files, are not looked at.
+/// Reads a prefab file and its nested prefabs, each file once, with cycles and nesting of any depth allowed. Files are
+/// interpreted as in a load: a file of another format version or without game objects counts as empty, and a root does
+/// not name a nested prefab. Overrides, which can make an instance nest other files, are ignored.
 ///
-/// Failure: a file that can't be opened is left out. The log tells what the resource library has to say about it; a
-/// missing file is not mentioned. Anything but a regular file, a pipe for instance, is listed but not read, as it may
-/// have to be left to the one who loads it.
+/// Failure: a file that cannot be opened is left out; the resource library logs the reason unless the file is missing.
+/// Anything but a regular file, such as a pipe, is listed but not read, because only the load may consume its content.
 /// Threads: any.
 [[nodiscard]] KILN_PREFAB_INSPECTION_EXPORT PrefabClosure inspectClosure(const std::string& path);
 

@@ -5,17 +5,17 @@ namespace Kiln::Tessel {
 template <class T>
 class BlockPool;
 
-/// The link from a pooled object of class T, which derives from this, to the block that it lies in.
+/// The link from a pooled object of class T, which derives from this, to the block that contains it.
 template <class T>
 class BlockAllocable {
 public:
     BlockAllocable(const BlockAllocable&) = delete;
     BlockAllocable& operator=(const BlockAllocable&) = delete;
 
-    /// Null during construction, and for an object that was not made by a pool.
+    /// Null during construction, and for an object that no pool created.
     [[nodiscard]] BlockPool<T>* block() const noexcept { return m_block; }
 
-    /// For the pool that made the object.
+    /// Called by the pool that created the object.
     void setBlock(BlockPool<T>* block) noexcept { m_block = block; }
 
 protected:

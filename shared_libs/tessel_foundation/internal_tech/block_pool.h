@@ -19,25 +19,25 @@
 
 namespace Kiln::Tessel {
 
-/// A fixed number of elements of class T in one buffer: objects never move, and making one needs no memory.
+/// A fixed number of elements of class T in one buffer: objects never move, and creating one allocates nothing.
 ///
 /// An object is allocated INACTIVE, may become ACTIVE and INACTIVE again any number of times, and is freed from either
 /// state. The ACTIVE ones form a chain in the order of their activation.
 ///
-/// Owner: a MultiBlockPool, as a rule. Threads: one at a time; nothing here is locked. Failure: an operation on an
-/// object that is not an element of this block reports an assertion and does nothing.
+/// Owner: usually a MultiBlockPool. Threads: not thread-safe. Failure: an operation on an object that is not an element
+/// of this block reports an assertion and does nothing.
 template <class T>
 class BlockPool : NonCopyable {
 public:
-    /// A count of 0 is taken as 1; more than ElemStates::MAX_SIZE throw std::length_error. With an owner, the block has
-    /// the index `blockIndex` in it.
+    /// A count of 0 is treated as 1; more than ElemStates::MAX_SIZE throw std::length_error. With an owner, the block
+    /// has the index `blockIndex` in it.
     explicit BlockPool(std::size_t elementsCount, PoolDirectory* owner = nullptr, std::size_t blockIndex = 0)
         : m_buffer(std::make_unique<Slot[]>(std::max<std::size_t>(elementsCount, 1))),
           m_elementStates(std::max<std::size_t>(elementsCount, 1)),
           m_owner(owner),
           m_blockIndex(blockIndex) {}
 
-    /// Reports an assertion if objects are left, and destroys them so that what they own is given back.
+    /// Reports an assertion if objects are left, and destroys them so that they release what they own.
     virtual ~BlockPool() {
         if (empty()) {
             return;
@@ -51,7 +51,7 @@ public:
         }
     }
 
-    /// Makes an INACTIVE object in the element that was freed last. If the constructor throws, the element is free
+    /// Creates an INACTIVE object in the element that was freed last. If the constructor throws, the element is free
     /// again. A full block reports an assertion and returns null.
     template <class... Args>
     T* allocate(Args&&... args) {
@@ -110,7 +110,7 @@ public:
         }
     }
 
-    /// Makes an ACTIVE element INACTIVE; does nothing in the other states. In the deferred mode it only keeps the
+    /// Makes an ACTIVE element INACTIVE; does nothing in the other states. In the deferred mode it only records the
     /// request.
     void deactivate(T* element) {
         if (!checkElement(element)) {
@@ -130,9 +130,9 @@ public:
         m_isDeferring = true;
     }
 
-    /// Ends the deferred mode and deactivates, in the order of the requests, the elements for which one was kept. A
-    /// request is gone if the element was activated after it, which also holds for an element that was freed: it is
-    /// ACTIVE again only after an activation.
+    /// Ends the deferred mode and deactivates, in the order of the requests, the elements for which one was recorded. A
+    /// later activation of the element has cancelled its request; this includes an element that was freed, because it
+    /// is ACTIVE again only after an activation.
     void endDeferredDeactivation() {
         m_isDeferring = false;
         m_deferred.applyAll([this](std::size_t index) { deactivateNow(static_cast<std::int64_t>(index)); });
@@ -143,17 +143,17 @@ public:
 
     /// True when `element` is the address of an element of this block, in whatever state.
     [[nodiscard]] bool isBufferPtr(const T* element) const noexcept {
-        // An address before the buffer wraps round to an offset far behind it.
+        // The offset of an address before the buffer wraps round to a value far beyond its size.
         const std::uintptr_t offset = offsetOf(element);
         return offset < m_elementStates.size() * sizeof(T) && offset % sizeof(T) == 0;
     }
 
-    /// For an element of this block only.
+    /// `element` must be an element of this block.
     [[nodiscard]] std::size_t indexOf(const T* element) const noexcept { return offsetOf(element) / sizeof(T); }
 
     [[nodiscard]] std::size_t elementsCount() const noexcept { return m_elementStates.size(); }
 
-    /// `index` is below elementsCount().
+    /// `index` must be below elementsCount().
     [[nodiscard]] ElemState state(std::size_t index) const noexcept {
         return m_elementStates[static_cast<std::int64_t>(index)];
     }
@@ -163,10 +163,10 @@ public:
     [[nodiscard]] std::int64_t lastAllocated() const noexcept { return m_lastAllocated; }
     [[nodiscard]] std::int64_t nextFree() const noexcept { return m_nextFree; }
 
-    /// Null for a block of its own.
+    /// Null for a block that belongs to no pool.
     [[nodiscard]] const PoolDirectory* owner() const noexcept { return m_owner; }
 
-    /// Where the elements lie, and how many bytes they take.
+    /// The memory of the elements, and its size in bytes.
     [[nodiscard]] const void* buffer() const noexcept { return m_buffer.get(); }
     [[nodiscard]] std::size_t bufferSize() const noexcept { return m_elementStates.size() * sizeof(T); }
 
@@ -174,8 +174,8 @@ public:
     void setListener(BlockPoolListener<T>* listener) noexcept { m_listener = listener; }
 
     /// Calls `function(T&)` for the ACTIVE elements in chain order. It may deactivate and free the element that it is
-    /// called for, but must free no other and deactivate others in the deferred mode only. Elements that are activated
-    /// meanwhile may be left out.
+    /// called for, but must not free others, and may deactivate others only in the deferred mode. Elements that are
+    /// activated meanwhile may be left out.
     template <class Function>
     void forEachActive(Function&& function) {
         for (std::int64_t index = m_firstAllocated; index != ElemState::NO_ELEMENT;) {
@@ -195,7 +195,7 @@ public:
     }
 
 protected:
-    /// For tests of what breaks the chains.
+    /// For tests that break the chains.
     [[nodiscard]] ElemStates& elementStates() noexcept { return m_elementStates; }
 
 private:
@@ -225,7 +225,7 @@ private:
         return false;
     }
 
-    /// Takes the head off the free chain and marks it INACTIVE; NO_ELEMENT, after an assertion, if that cannot be.
+    /// Takes the head off the free chain and marks it INACTIVE; returns NO_ELEMENT after an assertion if that fails.
     std::int64_t allocateBlock() {
         const std::int64_t index = m_nextFree;
         if (index == ElemState::NO_ELEMENT) {

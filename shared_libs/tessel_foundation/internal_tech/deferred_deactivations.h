@@ -6,16 +6,16 @@
 
 namespace Kiln::Tessel {
 
-/// The elements of one block whose deactivation was asked for in the deferred mode, each once, in the order of the
-/// requests. All single operations take constant time.
+/// The elements of one block whose deactivation was requested in the deferred mode, each once, in the order of the
+/// requests. Every operation on a single element takes constant time.
 class DeferredDeactivations {
 public:
-    /// Has to be called before the first add(); after it none of the other operations allocates.
+    /// Must be called before the first add(); no other operation allocates.
     void prepare(std::size_t elementsCount) { m_links.resize(elementsCount); }
 
     [[nodiscard]] bool empty() const noexcept { return m_first == NONE; }
 
-    /// Appends an element; one that is pending already keeps its position.
+    /// Appends an element; an element that is already pending keeps its position.
     void add(std::size_t element) noexcept {
         Link& link = m_links[element];
         if (link.isPending) {
@@ -26,7 +26,7 @@ public:
         m_last = element;
     }
 
-    /// Takes an element out; does nothing when it is not pending.
+    /// Removes an element; does nothing if it is not pending.
     void drop(std::size_t element) noexcept {
         if (empty() || !m_links[element].isPending) {
             return;
@@ -37,7 +37,7 @@ public:
         link.isPending = false;
     }
 
-    /// Calls `apply(element)` for all of them in order and leaves none. `apply` may add and drop elements.
+    /// Removes all elements in order and calls `apply(element)` for each. `apply` may add and drop elements.
     template <class Function>
     void applyAll(Function&& apply) {
         while (!empty()) {

@@ -7,7 +7,7 @@ namespace Kiln::Tessel {
 /// A block pool's bookkeeping of one element.
 ///
 /// The two indices link the element into the chain that its state puts it in: ACTIVE elements into the allocated chain,
-/// FREE ones into the free chain. An INACTIVE element is in no chain, and its indices are leftovers without meaning.
+/// FREE ones into the free chain. An INACTIVE element is in no chain, and its indices have no meaning.
 struct ElemState {
     enum class AllocationState : std::uint8_t {
         ACTIVE,   ///< Holds an object that is in use.
@@ -15,7 +15,7 @@ struct ElemState {
         FREE,     ///< Holds no object.
     };
 
-    /// In place of an index: none.
+    /// The index that means no element.
     static constexpr std::int64_t NO_ELEMENT = -1;
 
     std::int64_t nextElement = NO_ELEMENT;

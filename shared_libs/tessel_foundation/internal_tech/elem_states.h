@@ -11,18 +11,18 @@
 
 namespace Kiln::Tessel {
 
-/// A state record in one word: the state in the lowest bits, the two indices as signed numbers in the halves of the
-/// others.
+/// A state record in one word: the state in the lowest bits, and the two indices as signed numbers in the halves of the
+/// remaining bits.
 template <class Word>
 class PackedElemState {
     static constexpr unsigned STATE_BITS = 2;
     static constexpr unsigned INDEX_BITS = (sizeof(Word) * CHAR_BIT - STATE_BITS) / 2;
 
 public:
-    /// How many elements the indices tell apart.
+    /// The largest number of elements whose indices fit.
     static constexpr std::size_t MAX_ELEMENTS = std::size_t{1} << (INDEX_BITS - 1);
 
-    PackedElemState() = default; ///< Without a value.
+    PackedElemState() = default; ///< Uninitialised.
     explicit PackedElemState(const ElemState& state) noexcept
         : m_word(static_cast<Word>(static_cast<Word>(state.nextElement) << (INDEX_BITS + STATE_BITS) |
                                    (static_cast<Word>(state.previousElement) & INDEX_MASK) << STATE_BITS |
@@ -105,7 +105,7 @@ private:
     [[nodiscard]] static std::size_t slot(std::int64_t index) noexcept { return static_cast<std::size_t>(index); }
 
     std::size_t m_size;
-    std::unique_ptr<Narrow[]> m_narrow; ///< Exactly one of the two is there.
+    std::unique_ptr<Narrow[]> m_narrow; ///< Exactly one of the two arrays exists.
     std::unique_ptr<Wide[]> m_wide;
 };
 

@@ -17,11 +17,11 @@
 
 namespace Kiln::Tessel {
 
-/// A growing list of blocks of elements of class T, which derives from BlockAllocable<T>. Blocks are added when all are
-/// full and stay until the pool is destroyed.
+/// A growing list of blocks of elements of class T, which derives from BlockAllocable<T>. A block is added when all are
+/// full; blocks exist until the pool is destroyed.
 ///
-/// Owner: for components, a ComponentStorage. Its objects are to be freed before it is destroyed; a block with objects
-/// left reports an assertion. Threads: one at a time; nothing here is locked.
+/// Owner: for components, a ComponentStorage. Its objects must be freed before it is destroyed; a block with remaining
+/// objects reports an assertion. Threads: not thread-safe.
 ///
 ///     MultiBlockPool<Spark> pool(256);
 ///     Spark* spark = pool.createData(colour);
@@ -30,12 +30,13 @@ namespace Kiln::Tessel {
 template <class T>
 class MultiBlockPool : NonCopyable {
 public:
-    /// A number of 0 is taken as 1.
+    /// A number of 0 is treated as 1.
     explicit MultiBlockPool(std::size_t elementsPerBlock)
         : m_elementsPerBlock(std::max<std::size_t>(elementsPerBlock, 1)) {}
 
-    /// Makes an INACTIVE object in the first block, in list order, that has room; in a new block if none has. Whatever
-    /// the constructor throws is passed on, and the pool is as before but for a block that may have been added.
+    /// Creates an INACTIVE object in the first block, in list order, that has room, or in a new block if none has.
+    /// Exceptions of the constructor are passed on; the pool is then unchanged except for a block that may have been
+    /// added.
     template <class... Args>
     T* createData(Args&&... args) {
         static_assert(std::is_base_of_v<BlockAllocable<T>, T>, "pooled objects hold the link to their block");
@@ -51,9 +52,9 @@ public:
         return element;
     }
 
-    /// Destroys an object that createData() made; it should be ACTIVE. What getBlock() reports is reported here too:
-    /// after that an INACTIVE object is freed all the same, since its element would be lost otherwise; anything that is
-    /// no object of this pool is left alone.
+    /// Destroys an object that createData() created; it should be ACTIVE. Reports the same assertions as getBlock(). An
+    /// INACTIVE object is freed after the report, because its element would be lost otherwise; an address that is not
+    /// an object of this pool is ignored.
     void freeData(T* element) {
         BlockPool<T>* const block = getBlock(element);
         if (block != nullptr && block->state(block->indexOf(element)).allocationState != AllocationState::FREE) {
@@ -61,10 +62,10 @@ public:
         }
     }
 
-    /// The block of an element that is in use. Reports an assertion and returns null if `element` lies in no block of
-    /// this pool; reports one and returns the block if the element is not ACTIVE.
+    /// The block of an ACTIVE element. Reports an assertion and returns null if `element` is in no block of this pool;
+    /// reports one and returns the block if the element is not ACTIVE.
     [[nodiscard]] BlockPool<T>* getBlock(const T* element) const {
-        // By address and not through the element's link, because the element may be free and its link gone.
+        // Looked up by address, because the element may be free and its link destroyed.
         BlockPool<T>* const allocator = findBlock(element);
         if (allocator == nullptr) {
             PoolAssertions::reportNoAllocator();
@@ -80,7 +81,7 @@ public:
         return allocator;
     }
 
-    /// True when a live object is one of this pool's.
+    /// Whether a live object belongs to this pool.
     [[nodiscard]] bool owns(const BlockAllocable<T>& object) const noexcept {
         return object.block() != nullptr && object.block()->owner() == &m_directory;
     }
@@ -88,18 +89,18 @@ public:
     [[nodiscard]] std::size_t blocksCount() const noexcept { return m_blocks.size(); }
     [[nodiscard]] std::size_t elementsPerBlock() const noexcept { return m_elementsPerBlock; }
 
-    /// `index` is below blocksCount().
+    /// `index` must be below blocksCount().
     [[nodiscard]] BlockPool<T>& block(std::size_t index) noexcept { return *m_blocks[index]; }
     [[nodiscard]] const BlockPool<T>& block(std::size_t index) const noexcept { return *m_blocks[index]; }
 
-    /// Objects, ACTIVE or not, and ACTIVE ones.
+    /// Number of objects, ACTIVE or not, and of ACTIVE ones.
     [[nodiscard]] std::size_t allocatedCount() const noexcept { return m_directory.allocatedCount; }
     [[nodiscard]] std::size_t activeCount() const noexcept { return m_directory.activeCount; }
 
-    /// True when there is no object, however many blocks there are.
+    /// True if the pool has no objects, regardless of its blocks.
     [[nodiscard]] bool isEmpty() const noexcept { return m_directory.allocatedCount == 0; }
 
-    /// For the blocks there are and those to come. Borrows the listener; null for none.
+    /// Sets the listener of all present and future blocks. Borrows the listener; null for none.
     void setListener(BlockPoolListener<T>* listener) noexcept {
         m_listener = listener;
         for (const auto& block : m_blocks) {
@@ -107,8 +108,8 @@ public:
         }
     }
 
-    /// As in BlockPool, for the blocks there are and those added until the mode ends. At the end the blocks follow each
-    /// other in list order.
+    /// As in BlockPool, for all blocks, including those added until the mode ends. The end of the mode applies the
+    /// requests block by block, in list order.
     void beginDeferredDeactivation() {
         for (const auto& block : m_blocks) {
             block->beginDeferredDeactivation();
@@ -118,7 +119,7 @@ public:
 
     void endDeferredDeactivation() {
         m_isDeferring = false;
-        // By index: listeners may create elements, and with them blocks.
+        // By index, because listeners may create elements, and thereby blocks.
         for (std::size_t index = 0; index < m_blocks.size(); ++index) {
             m_blocks[index]->endDeferredDeactivation();
         }
@@ -170,7 +171,7 @@ private:
     }
 
     std::size_t m_elementsPerBlock;
-    PoolDirectory m_directory; ///< The blocks' owner link; outlives them.
+    PoolDirectory m_directory; ///< The blocks refer to it, so it is destroyed after them.
     std::vector<std::unique_ptr<BlockPool<T>>> m_blocks;
     BlockPoolListener<T>* m_listener = nullptr;
     bool m_isDeferring = false;

@@ -12,8 +12,8 @@
 
 namespace Kiln::Tessel {
 
-/// What a multi-block pool knows about its blocks as a whole: which have room, where they lie, how many objects they
-/// hold. A block is identified by its index in the pool's list.
+/// Bookkeeping of a multi-block pool over all its blocks: which of them have room, their addresses, and how many
+/// objects they contain. A block is identified by its index in the pool's list.
 ///
 /// Owner: the pool; every block keeps a link to it and keeps it up to date. Threads: that of the pool.
 class KILN_TESSEL_FOUNDATION_EXPORT PoolDirectory : NonCopyable {
@@ -23,11 +23,11 @@ public:
     PoolDirectory();
     ~PoolDirectory();
 
-    /// Enters the next block, which has room, and returns its index. Nothing is changed if memory runs out.
+    /// Adds the next block, which has room, and returns its index. Nothing is changed if an allocation fails.
     std::size_t addBlock(const void* buffer, std::size_t bytes);
 
-    /// The first block in list order with room, or NO_BLOCK. Looks at one bit per block, from the lowest block on that
-    /// may have room.
+    /// The first block in list order with room, or NO_BLOCK. Reads one bit per block, starting with the lowest block
+    /// that may have room.
     [[nodiscard]] std::size_t firstBlockWithRoom() noexcept {
         for (; m_firstWord < m_roomWords.size(); ++m_firstWord) {
             const std::uint64_t word = m_roomWords[m_firstWord];
@@ -45,10 +45,10 @@ public:
 
     void noteFull(std::size_t block) noexcept { m_roomWords[block / WORD_BITS] &= ~bitOf(block); }
 
-    /// The block in whose buffer `address` lies, or NO_BLOCK. Takes logarithmic time.
+    /// The block whose buffer contains `address`, or NO_BLOCK. Takes logarithmic time.
     [[nodiscard]] std::size_t findBlock(const void* address) const noexcept;
 
-    /// Over all blocks: elements that hold an object, and those of them that are ACTIVE.
+    /// Totals over all blocks: elements that hold an object, and those of them that are ACTIVE.
     std::size_t allocatedCount = 0;
     std::size_t activeCount = 0;
 

@@ -32,7 +32,7 @@ std::string_view stateText(ElemState::AllocationState state) {
     return "FREE             ";
 }
 
-/// Unformatted, so that no width, fill or base set at the stream gets into the text.
+/// Writes unformatted, so that the width, fill and base of the stream do not affect the text.
 void write(std::ostream& stream, const std::string& text) {
     stream.write(text.data(), static_cast<std::streamsize>(text.size()));
 }

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <iosfwd>
 
-/// The readable form of the pools' state, for diagnostics. Every line ends with '\n'; the stream's own formatting flags
-/// have no influence.
+/// The readable form of the pools' state, for diagnostics. Every line ends with '\n'; the stream's formatting flags are
+/// ignored.
 namespace Kiln::Tessel::PoolDump {
 
 struct PoolSummary {
@@ -26,10 +26,10 @@ struct BlockSummary {
     const ElemStates& elementStates;
 };
 
-/// Writes what stands before the blocks of a pool.
+/// Writes the header of a pool's dump.
 KILN_TESSEL_FOUNDATION_EXPORT void writePool(std::ostream& stream, const PoolSummary& pool);
 
-/// Writes what stands before one block in the dump of its pool.
+/// Writes the heading of one block in the dump of its pool.
 KILN_TESSEL_FOUNDATION_EXPORT void writeBlockHeading(std::ostream& stream, std::size_t blockIndex);
 
 KILN_TESSEL_FOUNDATION_EXPORT void writeBlock(std::ostream& stream, const BlockSummary& block);
