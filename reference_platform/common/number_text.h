@@ -1,8 +1,12 @@
 #pragma once
 
+#include <array>
 #include <charconv>
+#include <cmath>
+#include <string>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 
 namespace Kiln {
 
@@ -18,6 +22,18 @@ template <class Number>
     }
     value = number;
     return true;
+}
+
+/// Appends the shortest text that reads back to the same number, without the sign of a NaN.
+template <class Number>
+void appendNumber(Number value, std::string& text) {
+    if constexpr (std::is_floating_point_v<Number>) {
+        value = std::isnan(value) ? std::abs(value) : value;
+    }
+    // The longest text is that of the double -2.2250738585072014e-308.
+    std::array<char, 32> buffer;
+    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+    text.append(buffer.data(), end);
 }
 
 } // namespace Kiln

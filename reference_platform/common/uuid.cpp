@@ -35,6 +35,12 @@ std::mt19937_64 makeRandomlySeededGenerator() {
     return word;
 }
 
+/// The hexadecimal digits, in lower case, of the numbers below 16 in the bytes of `values`.
+[[nodiscard]] constexpr std::uint64_t toDigits(std::uint64_t values) noexcept {
+    const std::uint64_t areAboveNine = (values + inEveryByte(0x80 - 10)) >> 7 & inEveryByte(1);
+    return values + inEveryByte('0') + areAboveNine * ('a' - '0' - 10);
+}
+
 /// Parses two groups of four hexadecimal digits as one number; sets `isValid` to false if a character is not a digit.
 [[nodiscard]] inline std::uint64_t parseDigits(const char* first, const char* last, bool& isValid) noexcept {
     const std::uint64_t characters = load(first) | load(last) << 32;
@@ -43,8 +49,7 @@ std::mt19937_64 makeRandomlySeededGenerator() {
     const std::uint64_t values = (characters & inEveryByte(0xf)) + areLetters * 9;
     // Write the values as digits again: only if all characters are digits does this yield them, in lower case.
     const std::uint64_t lowerCase = characters | areLetters << 5;
-    const std::uint64_t areAboveNine = (values + inEveryByte(0x80 - 10)) >> 7 & inEveryByte(1);
-    const std::uint64_t written = values + inEveryByte('0') + areAboveNine * ('a' - '0' - 10);
+    const std::uint64_t written = toDigits(values);
     isValid = isValid && written == lowerCase && (values & inEveryByte(0xf0)) == 0;
 
     // The first digit is in the lowest byte and is the most significant one.
@@ -58,8 +63,7 @@ std::mt19937_64 makeRandomlySeededGenerator() {
     values = (values | values << 16) & 0x0000ffff0000ffffULL;
     values = (values | values << 8) & 0x00ff00ff00ff00ffULL;
     values = (values | values << 4) & inEveryByte(0xf);
-    const std::uint64_t areAboveNine = (values + inEveryByte(0x80 - 10)) >> 7 & inEveryByte(1);
-    return values + inEveryByte('0') + areAboveNine * ('a' - '0' - 10);
+    return toDigits(values);
 }
 
 /// Writes four characters, the first of which is in the highest byte.

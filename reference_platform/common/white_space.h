@@ -4,7 +4,9 @@
 
 namespace Kiln {
 
-/// White space as XML defines it: space, tab, CR and LF.
+/// White space as XML defines it: space, LF, tab and CR.
+inline constexpr char WHITE_SPACE[] = " \n\t\r";
+
 [[nodiscard]] constexpr bool isWhiteSpace(char character) noexcept {
     return character == ' ' || character == '\n' || character == '\t' || character == '\r';
 }

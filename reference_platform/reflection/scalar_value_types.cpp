@@ -1,11 +1,11 @@
 #include <reflection/scalar_value_types.h>
 
+#include <common/bool_text.h>
 #include <common/float_text.h>
 #include <common/number_text.h>
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <concepts>
 #include <optional>
@@ -21,15 +21,7 @@ namespace {
 // How each scalar is read, written and compared: overloads that ScalarValueType picks by the type of the value.
 
 bool parseScalar(std::string_view text, bool& value) {
-    if (text == "true" || text == "1") {
-        value = true;
-        return true;
-    }
-    if (text == "false" || text == "0") {
-        value = false;
-        return true;
-    }
-    return false;
+    return Kiln::readBool(text, value);
 }
 
 template <class Number>
@@ -63,23 +55,13 @@ bool parseScalar(std::string_view text, T& value) {
 }
 
 void formatScalar(bool value, std::string& text) {
-    text += value ? "true" : "false";
+    text += Kiln::boolText(value);
 }
 
 template <class Number>
     requires std::is_arithmetic_v<Number>
 void formatScalar(Number value, std::string& text) {
-    if constexpr (std::is_floating_point_v<Number>) {
-        // to_chars would tell the sign of a NaN.
-        if (std::isnan(value)) {
-            text += "nan";
-            return;
-        }
-    }
-    // The longest text is that of the double -2.2250738585072014e-308.
-    std::array<char, 32> buffer;
-    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
-    text.append(buffer.data(), end);
+    Kiln::appendNumber(value, text);
 }
 
 void formatScalar(float value, std::string& text) {

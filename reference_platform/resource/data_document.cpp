@@ -1,5 +1,6 @@
 #include <resource/data_document.h>
 
+#include <common/white_space.h>
 #include <core/log.h>
 #include <resource/white_space_scan.h>
 
@@ -27,9 +28,7 @@ constexpr unsigned SAVE_OPTIONS =
 
 constexpr std::string_view DECLARATION = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
 
-constexpr const char* WHITE_SPACE = " \t\r\n";
-
-bool isWhiteSpace(const char* text) {
+bool isAllWhiteSpace(const char* text) {
     return text[std::strspn(text, WHITE_SPACE)] == '\0';
 }
 
@@ -43,12 +42,12 @@ pugi::xml_node elementChild(pugi::xml_node node) {
 
 void removeWhiteSpaceTexts(pugi::xml_node parent) {
     // text() refers to the embedded value only if there is one, otherwise to the first text child.
-    if (*parent.value() != '\0' && isWhiteSpace(parent.value())) {
+    if (*parent.value() != '\0' && isAllWhiteSpace(parent.value())) {
         parent.text().set("");
     }
     for (pugi::xml_node child = parent.first_child(); child;) {
         const pugi::xml_node next = child.next_sibling();
-        if (child.type() == pugi::node_pcdata && isWhiteSpace(child.value())) {
+        if (child.type() == pugi::node_pcdata && isAllWhiteSpace(child.value())) {
             parent.remove_child(child);
         }
         child = next;
@@ -126,7 +125,7 @@ bool DataDocument::checkTopLevel() const {
                 return false;
             }
             hasRoot = true;
-        } else if (node.type() == pugi::node_cdata || !isWhiteSpace(node.value())) {
+        } else if (node.type() == pugi::node_cdata || !isAllWhiteSpace(node.value())) {
             reportError(offset + std::strspn(node.value(), WHITE_SPACE), "Text outside the root element");
             return false;
         }

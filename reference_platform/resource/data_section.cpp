@@ -1,14 +1,12 @@
 #include <resource/data_section.h>
 
+#include <common/bool_text.h>
 #include <common/number_text.h>
 #include <common/white_space.h>
 #include <core/log.h>
 #include <resource/data_document.h>
 #include <resource/file_content.h>
 
-#include <array>
-#include <charconv>
-#include <cmath>
 #include <optional>
 #include <utility>
 
@@ -39,13 +37,8 @@ std::optional<Number> parseNumber(std::string_view text) {
 }
 
 std::optional<bool> parseBool(std::string_view text) {
-    if (text == "true" || text == "1") {
-        return true;
-    }
-    if (text == "false" || text == "0") {
-        return false;
-    }
-    return std::nullopt;
+    bool value = false;
+    return readBool(text, value) ? std::optional(value) : std::nullopt;
 }
 
 /// Parses a child's trimmed text with `parse`; the default value if the child is absent or its text does not parse.
@@ -59,21 +52,19 @@ Value readValue(DataNode parent, std::string_view name, const Value& defaultValu
     return parse(trimWhiteSpace(child.text(scratch))).value_or(defaultValue);
 }
 
-/// The shortest text that reads back to the same number.
-template <class Number>
-std::string formatNumber(Number number) {
-    // The longest text is that of the double -2.2250738585072014e-308.
-    std::array<char, 32> buffer;
-    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
-    return std::string(buffer.data(), end);
-}
-
 void writeText(DataNode parent, std::string_view name, std::string_view text) {
     DataNode child = parent.child(name);
     if (!child) {
         child = parent.append(name);
     }
     child.setText(text);
+}
+
+template <class Number>
+void writeNumber(DataNode parent, std::string_view name, Number value) {
+    std::string text;
+    appendNumber(value, text);
+    writeText(parent, name, text);
 }
 
 } // namespace
@@ -163,20 +154,19 @@ void DataSection::writeString(std::string_view name, std::string_view value) con
 }
 
 void DataSection::writeBool(std::string_view name, bool value) const {
-    writeText(m_node, name, value ? "true" : "false");
+    writeText(m_node, name, boolText(value));
 }
 
 void DataSection::writeInt64(std::string_view name, std::int64_t value) const {
-    writeText(m_node, name, formatNumber(value));
+    writeNumber(m_node, name, value);
 }
 
 void DataSection::writeUInt64(std::string_view name, std::uint64_t value) const {
-    writeText(m_node, name, formatNumber(value));
+    writeNumber(m_node, name, value);
 }
 
 void DataSection::writeDouble(std::string_view name, double value) const {
-    // to_chars tells the sign of a NaN, which nobody wants to read.
-    writeText(m_node, name, std::isnan(value) ? "nan" : formatNumber(value));
+    writeNumber(m_node, name, value);
 }
 
 void DataSection::writeUuid(std::string_view name, const Uuid& value) const {

@@ -1,5 +1,7 @@
 #include <resource/white_space_scan.h>
 
+#include <common/white_space.h>
+
 #include <algorithm>
 #include <cstddef>
 
@@ -7,7 +9,6 @@ namespace Kiln {
 
 namespace {
 
-constexpr std::string_view WHITE_SPACE = " \t\r\n";
 constexpr std::size_t NONE = std::string_view::npos;
 
 /// Finds the positions of "<!" and "<?", in order.

@@ -1,5 +1,7 @@
 #include "diagnostics.h"
 
+#include "line_text.h"
+
 #include <core/log.h>
 
 #include <ostream>
@@ -45,21 +47,6 @@ constexpr std::string_view BACKGROUND_DEPTH_MESSAGE =
 
 } // namespace
 
-std::string printable(std::string_view text) {
-    constexpr std::string_view DIGITS = "0123456789abcdef";
-    std::string result;
-    result.reserve(text.size());
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte >= 0x20 && byte != 0x7f) {
-            result += character;
-        } else {
-            result += {'\\', 'x', DIGITS[byte >> 4U], DIGITS[byte & 0xFU]};
-        }
-    }
-    return result;
-}
-
 void Diagnostics::reportInstance(const InstanceRecord& record) {
     std::vector<std::string> reasons;
     std::size_t walkDepthCount = 0;
@@ -75,8 +62,7 @@ void Diagnostics::reportInstance(const InstanceRecord& record) {
         }
     }
     if (walkDepthCount > 0 && m_isVerbose) {
-        m_stream << "note: the depth limit of the caching walk was reached " << walkDepthCount
-                 << (walkDepthCount == 1 ? " time\n" : " times\n");
+        m_stream << "note: the depth limit of the caching walk was reached " << counted(walkDepthCount, "time") << '\n';
     }
     if (!record.problem.empty()) {
         reasons.push_back(record.problem);
@@ -104,13 +90,12 @@ void Diagnostics::reportLog(const std::string& subject, const LogRecord& log) {
 
 void Diagnostics::reportSkippedComponents(const std::map<std::string, std::size_t>& countsByType) {
     for (const auto& [type, count] : countsByType) {
-        m_stream << "note: skipped " << count << (count == 1 ? " component" : " components") << " of unknown type '"
-                 << printable(type) << "'\n";
+        m_stream << "note: skipped " << counted(count, "component") << " of unknown type '" << printable(type) << "'\n";
     }
 }
 
 void Diagnostics::reportFailure(const std::string& subject, const std::string& reason) {
-    m_stream << "kiln-prefab: " << printable(subject) << ": " << reason << '\n';
+    m_stream << PROGRAM_PREFIX << printable(subject) << ": " << reason << '\n';
     m_hasFailures = true;
 }
 

@@ -7,12 +7,8 @@
 #include <iosfwd>
 #include <map>
 #include <string>
-#include <string_view>
 
 namespace Kiln::PrefabTool {
-
-/// A text fit for one line of a terminal: control characters become \xNN.
-[[nodiscard]] std::string printable(std::string_view text);
 
 /// Writes problems as lines of text and remembers whether there were any.
 class Diagnostics {

@@ -1,3 +1,4 @@
+#include "line_text.h"
 #include "options.h"
 #include "spawn.h"
 
@@ -22,9 +23,9 @@ using namespace Kiln::PrefabTool;
     try {
         return run(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << "kiln-prefab: " << error.what() << '\n';
+        std::cerr << PROGRAM_PREFIX << error.what() << '\n';
     } catch (...) {
-        std::cerr << "kiln-prefab: unknown exception\n";
+        std::cerr << PROGRAM_PREFIX << "unknown exception\n";
     }
     return {ExitStatus::FINDINGS};
 }
@@ -37,7 +38,7 @@ int main(int argc, char** argv) {
     SpawnResult result = runGuarded(argc, argv);
     std::cout.flush();
     if (!std::cout) {
-        std::cerr << "kiln-prefab: writing to standard output failed\n";
+        std::cerr << PROGRAM_PREFIX << "writing to standard output failed\n";
         if (result.exitStatus == ExitStatus::SUCCESS) {
             result.exitStatus = ExitStatus::FINDINGS;
         }

@@ -1,5 +1,7 @@
 #include "options.h"
 
+#include "line_text.h"
+
 #include <cmath>
 #include <cstdint>
 #include <iostream>
@@ -86,7 +88,7 @@ void describeSpawn(CLI::App& command, RawOptions& raw) {
 }
 
 [[nodiscard]] CommandLine usageError(const std::string& problem) {
-    std::cerr << "kiln-prefab: " << problem << "\nRun kiln-prefab with --help for usage.\n";
+    std::cerr << PROGRAM_PREFIX << problem << "\nRun kiln-prefab with --help for usage.\n";
     return {std::nullopt, ExitStatus::USAGE};
 }
 

@@ -1,6 +1,6 @@
 #include "text_output.h"
 
-#include "diagnostics.h"
+#include "line_text.h"
 
 #include <cstdio>
 #include <ostream>
@@ -9,10 +9,6 @@
 namespace Kiln::PrefabTool {
 
 namespace {
-
-[[nodiscard]] std::string counted(std::size_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
 
 [[nodiscard]] std::string summary(std::size_t objects, std::size_t files, std::size_t frames,
                                   std::chrono::steady_clock::duration duration) {
