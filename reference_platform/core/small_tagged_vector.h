@@ -18,8 +18,8 @@ namespace Kiln {
 /// stored in one block on the heap, the elements contiguously and their tags behind them.
 ///
 /// Meant for objects that exist in large numbers and hold few elements. The last member is a single byte, so a
-/// [[no_unique_address]] member leaves the padding behind it to the next member. A search through the tags does not read
-/// what the elements refer to.
+/// [[no_unique_address]] member leaves the padding behind it to the next member. A search through the tags does not
+/// read what the elements refer to.
 ///
 /// Owns the elements and destroys the last one first; elements are moved, never copied. Adding and removing invalidate
 /// references and spans. Threads: like a standard container. Failure: when memory is exhausted, add() throws
@@ -120,7 +120,7 @@ private:
         const std::size_t count = size();
         const std::size_t capacity = 2 * count;
         // Nothing after the allocation throws.
-        T* const elements = static_cast<T*>(::operator new(capacity * (sizeof(T) + sizeof(Tag))));
+        T* const elements = static_cast<T*>(::operator new(capacity*(sizeof(T) + sizeof(Tag))));
         const Heap grown{elements, static_cast<std::uint32_t>(count), static_cast<std::uint32_t>(capacity)};
         relocate(data(), count, grown.elements);
         std::copy_n(tagData(), count, grown.tags());

@@ -164,6 +164,27 @@ protected:
         return {node, INSTANCE};
     }
 
+    /// The items whose parent is live are the nested roots.
+    class NestedRoots final : public INestedRoots {
+    public:
+        NestedRoots(const std::vector<Item>& items, const std::vector<GameObject>& created) {
+            for (std::size_t i = 0; i < items.size(); ++i) {
+                const GameObjectLink* const parent = items[i].descriptor->parentLink();
+                if (parent && parent->isLiveUuid()) {
+                    m_objects[items[i].instanceUuid] = created[i];
+                }
+            }
+        }
+
+        [[nodiscard]] GameObject findNestedRoot(const Uuid& nestedInstanceUuid) override {
+            const auto found = m_objects.find(nestedInstanceUuid);
+            return found == m_objects.end() ? GameObject::INVALID_GAME_OBJECT : found->second;
+        }
+
+    private:
+        UuidMap m_objects;
+    };
+
     /// Creates the items' objects and returns them.
     std::vector<GameObject> createAll(const std::vector<Item>& items) {
         std::vector<GameObject> created;
@@ -171,8 +192,13 @@ protected:
             created.push_back(item.descriptor->createGameObject(worldId));
             objects[Uuid::combine(item.instanceUuid, item.descriptor->uuid())] = created.back();
         }
+        NestedRoots nestedRoots(items, created);
+        ObjectCreation creation(*Tessel::EntryPoint::instance().findValidWorld(worldId), objects, INSTANCE,
+                                &nestedRoots);
         for (std::size_t i = 0; i < items.size(); ++i) {
-            items[i].descriptor->createComponents(created[i], items[i].instanceUuid, objects, nullptr);
+            creation.enterInstance(items[i].instanceUuid);
+            items[i].descriptor->createComponents(creation, created[i],
+                                                  creation.inInstance(items[i].descriptor->uuid()), nullptr);
         }
         return created;
     }
@@ -219,6 +245,13 @@ TEST_F(LinksToANestedRoot, secondCreation_resolvesItsOwn) {
     const auto created = createAll({nestedRoot(POINT, {0, 0x21}), childOf(POINT)});
     EXPECT_EQ(manager().getParent(created[1]), created[0]);
     EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(LinksToANestedRoot, outsideOfACreation_isUnresolved) {
+    const auto created = createAll({nestedRoot(POINT), childOf(POINT)});
+    descriptor->config().link.setUuid(POINT);
+    EXPECT_TRUE(resolve().link.target().isInvalid());
+    EXPECT_THAT(log.messages(), ElementsAre(unresolved(POINT.toString())));
 }
 
 TEST_F(LinksToANestedRoot, linkToAnObjectInsideTheNestedInstance_isTheOrdinaryRule) {

@@ -11,9 +11,7 @@ public:
     constexpr Deadline() noexcept = default;
     explicit Deadline(std::chrono::steady_clock::time_point moment) noexcept : m_moment(moment) {}
 
-    [[nodiscard]] bool hasPassed() const noexcept {
-        return m_moment && std::chrono::steady_clock::now() >= *m_moment;
-    }
+    [[nodiscard]] bool hasPassed() const noexcept { return m_moment && std::chrono::steady_clock::now() >= *m_moment; }
 
 private:
     std::optional<std::chrono::steady_clock::time_point> m_moment;

@@ -150,8 +150,8 @@ void InstanceCreation::deriveUuids(const Deadline& deadline) {
         const Item& item = m_items[index];
         const GameObjectLink* const parent = item.descriptor->parentLink();
         // The descriptor that stands for a nested prefab's root is the only one whose parent is given as a live UUID.
-        m_itemObjects.push_back({deriveUuid(item), GameObject::INVALID_GAME_OBJECT, nullptr, !parent,
-                                 parent && parent->isLiveUuid()});
+        m_itemObjects.push_back(
+            {deriveUuid(item), GameObject::INVALID_GAME_OBJECT, nullptr, !parent, parent && parent->isLiveUuid()});
         return true;
     });
     if (isComplete) {
@@ -187,8 +187,8 @@ void InstanceCreation::createObjects(const Deadline& deadline) {
         m_created.push_back(GameObject::INVALID_GAME_OBJECT); // The root's position.
     }
     bool isCreated = true;
-    const bool isComplete = forEachItem(
-        deadline, [this, &isCreated](std::size_t index) { return isCreated = createObject(index); });
+    const bool isComplete =
+        forEachItem(deadline, [this, &isCreated](std::size_t index) { return isCreated = createObject(index); });
     if (isComplete) {
         isCreated = completeObjects();
     }
@@ -236,8 +236,7 @@ inline bool InstanceCreation::enterUuid(std::size_t index, bool isExternal) {
 
 bool InstanceCreation::repairConflict(std::size_t index) {
     m_isRepaired = true;
-    const Uuid newInstanceUuid =
-        m_prefab.generateNewInstanceUuid(m_items, m_usedUuids, m_items[index].instanceUuid);
+    const Uuid newInstanceUuid = m_prefab.generateNewInstanceUuid(m_items, m_usedUuids, m_items[index].instanceUuid);
     for (std::size_t i = 0; i < m_items.size(); ++i) {
         if (m_items[i].instanceUuid == newInstanceUuid) {
             m_itemObjects[i].uuid = deriveUuid(m_items[i]);

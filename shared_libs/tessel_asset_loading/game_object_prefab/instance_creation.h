@@ -134,7 +134,7 @@ private:
 
     InstanceGathering::Items m_items;
     InstanceGathering m_gathering{m_items};
-    std::vector<ItemObject> m_itemObjects; ///< By item.
+    std::vector<ItemObject> m_itemObjects;  ///< By item.
     std::optional<UuidCombiner> m_combiner; ///< Of the instance whose UUIDs are derived.
 
     std::vector<GameObject> m_created; ///< Root first; the invalid object in its position until it is found.

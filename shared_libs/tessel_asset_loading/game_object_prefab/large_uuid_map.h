@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <span>
 
-/// What is done differently for large instances: the map of their UUIDs does not fit into the processor's nearest caches,
-/// so most of the time of a lookup is spent waiting for memory. Their UUIDs are entered in advance and in groups, so that
-/// the waiting times of a group overlap.
+/// What is done differently for large instances: the map of their UUIDs does not fit into the processor's nearest
+/// caches, so most of the time of a lookup is spent waiting for memory. Their UUIDs are entered in advance and in
+/// groups, so that the waiting times of a group overlap.
 namespace Kiln::Tessel::detail::LargeUuidMap {
 
 /// Number of objects from which an instance is large.

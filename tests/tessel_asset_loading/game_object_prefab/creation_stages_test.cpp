@@ -2,15 +2,14 @@
 
 #include <tessel_asset_loading/support/creation_fixture.h>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObject;
-using Kiln::Tessel::GameObjectPrefab;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObject;
+using Tessel::GameObjectPrefab;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-namespace {
 
 using Items = std::vector<GameObjectPrefab::GameObjectCreationItem>;
 using Map = std::unordered_map<Uuid, GameObject>;
@@ -158,3 +157,4 @@ TEST_F(CreationStages, creatingComponents_ofAnObjectThatIsNotInTheMap_throws) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

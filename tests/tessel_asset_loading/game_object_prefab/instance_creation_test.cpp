@@ -7,18 +7,17 @@
 #include <memory>
 #include <stdexcept>
 
-using namespace Kiln;
-using namespace Kiln::TestSupport;
-using Kiln::Tessel::GameObject;
-using Kiln::Tessel::GameObjectPrefab;
-using Kiln::Tessel::detail::Deadline;
-using Kiln::Tessel::detail::InstanceCreation;
+namespace Kiln::TestSupport {
+namespace {
+
+using Tessel::GameObject;
+using Tessel::GameObjectPrefab;
+using Tessel::detail::Deadline;
+using Tessel::detail::InstanceCreation;
 using testing::ElementsAre;
 using testing::Gt;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-namespace {
 
 using Stage = InstanceCreation::Stage;
 
@@ -119,10 +118,9 @@ TEST_F(InstanceCreationTest, pausedAfterEachItem_makesTheSameLargeInstance) {
     ASSERT_THAT(created, SizeIs(COUNT));
     for (std::uint64_t number = 1; number <= COUNT; ++number) {
         ASSERT_EQ(config.uuidMap.at(Uuid::combine(INSTANCE, id(number))), created[number - 1]);
-        ASSERT_EQ(parentNameOf(manager(), created[number - 1]),
-                  number == 1   ? ""
-                  : number <= 3 ? "Root"
-                                : std::to_string(number / 2));
+        ASSERT_EQ(parentNameOf(manager(), created[number - 1]), number == 1   ? ""
+                                                                : number <= 3 ? "Root"
+                                                                              : std::to_string(number / 2));
     }
     EXPECT_THAT(logged(), IsEmpty());
 }
@@ -280,3 +278,4 @@ TEST_F(InstanceCreationTest, twoCreationsInTurns_keepToTheirOwnObjects) {
 }
 
 } // namespace
+} // namespace Kiln::TestSupport

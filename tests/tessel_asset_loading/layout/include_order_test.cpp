@@ -31,7 +31,8 @@ const std::array<Layer, 6> LAYERS{{
       "prefab_component/post_load_manager.cpp", "loading/object_loaded_callback.cpp"}},
     {"document", {"game_object_prefab.h", "game_object_prefab/"}},
     {"service", {"prefab_service.h", "prefab_service_records.h", "prefab_component/service/"}},
-    {"Loading", {"loading.h", "loading/loading.cpp", "loading/loaded_callback_impl.h", "loading/loaded_callback_impl.cpp"}},
+    {"Loading",
+     {"loading.h", "loading/loading.cpp", "loading/loaded_callback_impl.h", "loading/loaded_callback_impl.cpp"}},
     {"start-up", {"prefab_component/start_up.cpp"}},
 }};
 

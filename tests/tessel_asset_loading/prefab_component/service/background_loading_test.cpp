@@ -2,7 +2,7 @@
 
 #include <core/profiler.h>
 #include <object_framework/hierarchy_component.h>
-#include <tessel_asset_loading/prefab_component/prefab_load_task.h>
+#include <tessel_asset_loading/prefab_component/service/prefab_load_task.h>
 
 #include <mutex>
 #include <stdexcept>

@@ -1,6 +1,6 @@
 #include <tessel_asset_loading/support/service_fixture.h>
 
-#include <tessel_asset_loading/detail/prefab_cache.h>
+#include <tessel_asset_loading/prefab_component/service/prefab_cache.h>
 
 #include <algorithm>
 #include <latch>
@@ -11,7 +11,7 @@ namespace {
 
 using Tessel::DescriptorCacheData;
 using Tessel::GameObjectPrefab;
-using Tessel::PathHash;
+using Tessel::detail::PathHash;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
