@@ -19,7 +19,7 @@ public:
 
     explicit BeaconComponent(const Config& config) : pattern(loadBeaconPattern(config.pattern)), range(config.range) {}
 
-    /// Reads the pattern on a worker, so that creating a component does not access the disk.
+    /// Reads the pattern on a worker, so that making a component does not touch the disk.
     static void preload(const Config& config) { static_cast<void>(loadBeaconPattern(config.pattern)); }
 
     std::shared_ptr<const BeaconPattern> pattern;
