@@ -305,12 +305,12 @@ GameObjectManagerInternal::~GameObjectManagerInternal() {
 
 std::shared_ptr<QueryBase> GameObjectManagerInternal::getQuery(const QueryConfig& config, std::type_index queryClass,
                                                                const QueryFactory& factory) {
-    if (std::shared_ptr<QueryBase> query = m_state->queries.find(config, queryClass)) {
-        return query;
+    std::shared_ptr<QueryBase> query = m_state->queries.find(config, queryClass);
+    if (!query) {
+        query = factory();
+        query->m_manager = this;
+        m_state->queries.add(query, queryClass);
     }
-    const std::shared_ptr<QueryBase> query = factory();
-    query->m_manager = this;
-    m_state->queries.add(query, queryClass);
     return query;
 }
 
