@@ -1,0 +1,15 @@
+#pragma once
+
+#include <resource/data_section.h>
+
+#include <string>
+
+/// This platform has no files: a resource is a tree that was entered under its path. Any thread.
+namespace Kiln::FS::Utils {
+
+MINIMAL_API void enterResource(const std::string& path, SmartPointer<DataSection> section);
+
+/// Null when the path has no resource.
+[[nodiscard]] MINIMAL_API SmartPointer<DataSection> openXmlSection(const std::string& path, bool callerReportsMissing);
+
+} // namespace Kiln::FS::Utils
