@@ -86,6 +86,13 @@ TEST_F(Creations, createGameObject_makesAnInactiveObjectWithoutComponents) {
     EXPECT_FALSE(manager().hasComponent(object, NativeComponent<Beacon>::getType()));
 }
 
+TEST_F(Creations, createGameObject_inAWorldThatIsKnown_doesTheSame) {
+    const GameObject object = describe(ROOT)->createGameObject(world());
+    ASSERT_TRUE(isValid(object));
+    EXPECT_EQ(object.getWorldId(), worldId);
+    EXPECT_FALSE(manager().isActive(object));
+}
+
 TEST_F(Creations, createGameObject_inNoWorld_isTheInvalidObject) {
     EXPECT_TRUE(describe(ROOT)->createGameObject(-1).isInvalid());
 }

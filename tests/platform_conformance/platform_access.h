@@ -3,6 +3,7 @@
 #include <common/uuid.h>
 #include <core/smart_pointer.h>
 #include <object_framework/game_object.h>
+#include <object_serialization/game_object_descriptor.h>
 #include <resource/data_section.h>
 
 #include <cstddef>
@@ -10,7 +11,9 @@
 #include <vector>
 
 /// What the tests need of a platform beyond the operations that the product calls. Each platform has an implementation
-/// of its own; the tests use nothing else that docs/porting.md does not list.
+/// of its own. Otherwise the tests call what docs/porting.md lists, make values such as `Uuid(high, low)` and
+/// `ComponentOptions(bits)`, and look at them: `Matrix::values`, `ComponentOptions::bits`, `GameObjectLink::target`,
+/// and the members of `ComponentRecord`.
 namespace Conformance {
 
 struct LoggedMessage {
@@ -68,6 +71,7 @@ void runFrame();
 /// A new object of the world, inactive and enabled, with that name.
 [[nodiscard]] Kiln::Tessel::GameObject createObject(int worldId, const std::string& name = {});
 
+[[nodiscard]] std::string nameOf(const Kiln::GameObjectDescriptor& descriptor);
 [[nodiscard]] Kiln::Uuid uuidOf(Kiln::Tessel::GameObject object);
 [[nodiscard]] Kiln::Tessel::GameObject parentOf(Kiln::Tessel::GameObject object);
 

@@ -89,10 +89,10 @@ TEST_F(Format, gameObjects_areReadInOrder) {
     const SmartPointer<GameObjectDescriptor> first = objects.gameObjectData(0).getDescriptor();
     const SmartPointer<GameObjectDescriptor> second = objects.gameObjectData(1).getDescriptor();
     EXPECT_EQ(first->uuid(), Uuid(0x5b0f1c2e6a0d4f43, 0x9f6e0d9a35b1c001));
-    EXPECT_EQ(first->name(), "Harbour");
+    EXPECT_EQ(nameOf(*first), "Harbour");
     EXPECT_EQ(first->flags().to_ulong(), 3U);
     EXPECT_EQ(second->uuid(), Uuid(0x5b0f1c2e6a0d4f43, 0x9f6e0d9a35b1c002));
-    EXPECT_EQ(second->name(), " Lamp & gate ");
+    EXPECT_EQ(nameOf(*second), " Lamp & gate ");
     EXPECT_EQ(second->flags().to_ulong(), 0U);
 }
 
@@ -193,7 +193,7 @@ TEST_F(Format, whatIsWritten_readsBack) {
     ASSERT_EQ(format.getGameObjects()->gameObjectsCount(), 1U);
     const SmartPointer<GameObjectDescriptor> object = format.getGameObjects()->gameObjectData(0).getDescriptor();
     EXPECT_EQ(object->uuid(), Uuid(1, 2));
-    EXPECT_EQ(object->name(), "Quay & pier");
+    EXPECT_EQ(nameOf(*object), "Quay & pier");
     EXPECT_EQ(object->flags().to_ulong(), 0x21U);
     ComponentPool& pool = format.getComponents()->getComponentPool(0);
     EXPECT_EQ(pool.getComponentVersion(), 4U);

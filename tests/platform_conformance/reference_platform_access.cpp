@@ -127,6 +127,10 @@ GameObject createObject(int worldId, const std::string& name) {
     return object;
 }
 
+std::string nameOf(const GameObjectDescriptor& descriptor) {
+    return std::string(descriptor.name());
+}
+
 Uuid uuidOf(GameObject object) {
     return getGameObjectManager(object)->getGameObjectUuid(object);
 }

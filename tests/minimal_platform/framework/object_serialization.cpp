@@ -251,6 +251,10 @@ Tessel::GameObject GameObjectDescriptor::createGameObject(int worldId) const {
     return manager ? manager->createGameObject() : Tessel::GameObject();
 }
 
+Tessel::GameObject GameObjectDescriptor::createGameObject(Tessel::World& world) const {
+    return world.manager().createGameObject();
+}
+
 void GameObjectDescriptor::createComponents(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap,
                                             const GameObjectOverrideRecords* overrides) const {
     if (Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId())) {

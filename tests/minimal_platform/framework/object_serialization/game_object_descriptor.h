@@ -39,6 +39,7 @@ public:
     [[nodiscard]] const Tessel::GameObjectLink* parentLink() const;
 
     [[nodiscard]] Tessel::GameObject createGameObject(int worldId) const;
+    [[nodiscard]] Tessel::GameObject createGameObject(Tessel::World& world) const;
     void createComponents(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap,
                           const GameObjectOverrideRecords* overrides) const;
     void createComponents(ObjectCreation& creation, Tessel::GameObject object, const Uuid& objectUuid,
