@@ -53,7 +53,7 @@ bool GameObjectPrefab::hasNestedPrefabs(const std::string& path) {
         return false;
     }
     const std::string name = prefabComponentName();
-    for (const SmartPointer<DataSection> pool : *components) {
+    for (const auto& pool : *components) {
         if (pool->readString("type") == name) {
             return true;
         }
