@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <source_location>
 
 /// The names under which the module's operations enter the stack tracker: the qualified name of the operation and the
 /// source path of its part of the module. The trail keeps texts by pointer, so the names are put together at compile
@@ -43,9 +42,9 @@ public:
 template <Literal OPERATION>
 class PrefabServiceScope : StackTrackerScope {
 public:
-    explicit PrefabServiceScope(const std::source_location& location = std::source_location::current())
+    explicit PrefabServiceScope(unsigned line = __builtin_LINE())
         : StackTrackerScope(QUALIFIED_NAME<"Kiln::Tessel::PrefabService", OPERATION>.data(),
-                            "shared_libs\\tessel_asset_loading\\prefab_component", location.line()) {}
+                            "shared_libs\\tessel_asset_loading\\prefab_component", line) {}
 };
 
 } // namespace Kiln::Tessel::detail
