@@ -77,8 +77,7 @@ void OverrideRecords::addObject(const SmartPointer<DataSection>& document, DataN
         if (child.name() != "component") {
             continue;
         }
-        const std::string typeText = child.child("type").text();
-        const std::string_view type = trimWhiteSpace(typeText);
+        const std::string type = child.child("type").text();
         const DataNode properties = child.child("properties");
         if (type.empty()) {
             errorLog().message("Override data, line %zu: a component without type is skipped",

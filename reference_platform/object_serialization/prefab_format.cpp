@@ -181,7 +181,7 @@ std::optional<PropertyItem> ComponentItem::findProperty(std::string_view name) c
 
 ComponentPool::ComponentPool(SmartPointer<DataSection> section)
     : m_section(std::move(section)),
-      m_type(trimWhiteSpace(m_section->node().child(TYPE).text())),
+      m_type(m_section->node().child(TYPE).text()),
       m_items(childrenNamed(m_section->node(), ITEM)) {}
 
 std::uint32_t ComponentPool::getComponentVersion() const {

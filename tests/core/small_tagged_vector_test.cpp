@@ -17,7 +17,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// Counts the special member functions that run, and records the values of destroyed elements.
+/// Counts constructor, assignment and destructor calls, and records the values of destroyed elements.
 class Element {
 public:
     explicit Element(int value) : m_value(value) {}

@@ -125,10 +125,17 @@ TEST_F(Overrides, create_missingUuid_isSkippedWithAnError) {
 }
 
 TEST_F(Overrides, create_componentWithoutType_isSkippedWithAnError) {
-    const auto records = create(objectText(ONE_TEXT, "\n" + componentText(" ", "<text>a</text>") +
+    const auto records = create(objectText(ONE_TEXT, "\n" + componentText("", "<text>a</text>") +
                                                          componentText("TextComponent", "<text>b</text>")));
     EXPECT_EQ(apply(*records).text, "b");
     EXPECT_THAT(log.messages(), ElementsAre(recordError("Override data, line 2: a component without type is skipped")));
+}
+
+TEST_F(Overrides, create_typeWithWhiteSpace_isAnotherType) {
+    const auto records = create(objectText(ONE_TEXT, componentText(" TextComponent", "<text>a</text>")));
+    EXPECT_EQ(records->getComponentRecord(ONE, "TextComponent"), nullptr);
+    EXPECT_NE(records->getComponentRecord(ONE, " TextComponent"), nullptr);
+    EXPECT_THAT(log.messages(), IsEmpty());
 }
 
 TEST_F(Overrides, create_componentWithoutProperties_isNoRecord) {

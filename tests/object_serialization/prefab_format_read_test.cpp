@@ -148,8 +148,9 @@ TEST_F(ReadingPools, everyChildOfComponents_isAPool) {
     EXPECT_EQ(format.getComponents()->getComponentPool(2).getComponentType(), "");
 }
 
-TEST_F(ReadingPools, type_isReadWithoutWhiteSpaceAround) {
-    EXPECT_EQ(open("<pool><type>\n\tA </type></pool>").getComponents()->getComponentPool(0).getComponentType(), "A");
+TEST_F(ReadingPools, type_isKeptByteForByte) {
+    EXPECT_EQ(open("<pool><type>\n\tA </type></pool>").getComponents()->getComponentPool(0).getComponentType(),
+              "\n\tA ");
 }
 
 TEST_F(ReadingPools, findComponentPool_findsTheFirstOfAName) {
