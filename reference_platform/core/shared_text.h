@@ -37,7 +37,7 @@ public:
 
     /// A null character, which is not counted, follows the text. Valid as long as any copy exists.
     [[nodiscard]] std::string_view view() const noexcept {
-        return m_shared ? std::string_view(m_shared->text(), m_shared->size) : std::string_view("", 0);
+        return m_shared ? std::string_view(m_shared->text(), m_shared->size) : std::string_view("");
     }
 
 private:

@@ -119,7 +119,8 @@ private:
     void grow() {
         const std::size_t count = size();
         const std::size_t capacity = 2 * count;
-        // Nothing after the allocation throws.
+        // Nothing after the allocation throws. The elements may be pointers.
+        // NOLINTNEXTLINE(bugprone-sizeof-expression)
         T* const elements = static_cast<T*>(::operator new(capacity*(sizeof(T) + sizeof(Tag))));
         const Heap grown{elements, static_cast<std::uint32_t>(count), static_cast<std::uint32_t>(capacity)};
         relocate(data(), count, grown.elements);

@@ -75,7 +75,7 @@ public:
             return false;
         }
         m_components.add(component.get(), kinds.of(type, component.get_deleter()));
-        component.release();
+        static_cast<void>(component.release());
         return true;
     }
 

@@ -20,7 +20,7 @@ inline constexpr ObjectIndex NO_OBJECT = 0xFFFFFFFF;
 /// What the manager stores for one game object. A world has many objects, so the record is kept small.
 struct GameObjectRecord {
     /// User-provided, because value-initialization with a defaulted constructor first fills the record with zeros.
-    GameObjectRecord() noexcept {}
+    GameObjectRecord() noexcept {} // NOLINT(modernize-use-equals-default)
 
     /// Number of the object among all that the table has created, from 1; 0 while the record is free.
     std::uint64_t serial = 0;

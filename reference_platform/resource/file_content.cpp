@@ -21,7 +21,7 @@ namespace Kiln {
 namespace {
 
 // Size of the first buffer for a file that does not report its size (a pipe, for instance).
-constexpr std::size_t UNKNOWN_SIZE_BUFFER = 64 * 1024;
+constexpr std::size_t UNKNOWN_SIZE_BUFFER = std::size_t{64} * 1024;
 
 class FileDescriptor : NonCopyable {
 public:

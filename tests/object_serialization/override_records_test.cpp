@@ -85,7 +85,7 @@ TEST_F(Overrides, create_rootAlone_isEmpty) {
 TEST_F(Overrides, create_records_areFoundByUuidAndComponentName) {
     const auto records =
         create(objectText("\n " + std::string(ONE_TEXT) + " ",
-                          componentText(" TextComponent ", "<text>a</text>") + componentText("Other", "<x>1</x>")));
+                          componentText("TextComponent", "<text>a</text>") + componentText("Other", "<x>1</x>")));
     EXPECT_FALSE(records->empty());
     ASSERT_NE(records->getRecord(ONE), nullptr);
     EXPECT_EQ(records->getRecord(TWO), nullptr);

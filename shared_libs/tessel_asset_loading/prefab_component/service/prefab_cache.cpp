@@ -13,7 +13,8 @@ PrefabCache::Entry PrefabCache::find(const std::string& path) const {
     return found == m_entries.end() ? nullptr : found->second;
 }
 
-std::pair<PrefabCache::Entry, bool> PrefabCache::insert(const std::string& path, Entry entry) {
+std::pair<PrefabCache::Entry, bool> PrefabCache::insert(const std::string& path,
+                                                        SmartPointer<DescriptorCacheData> entry) {
     const std::scoped_lock lock(m_mutex);
     const auto [position, isNew] = m_entries.try_emplace(path, std::move(entry));
     return {position->second, isNew};

@@ -45,7 +45,7 @@ public:
     [[nodiscard]] Entry find(const std::string& path) const;
 
     /// Adds the entry unless the path has one. Returns the path's entry and whether it is the new one.
-    std::pair<Entry, bool> insert(const std::string& path, Entry entry);
+    std::pair<Entry, bool> insert(const std::string& path, SmartPointer<DescriptorCacheData> entry);
 
     void erase(const std::string& path);
     void clear();
