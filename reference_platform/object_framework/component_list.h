@@ -46,7 +46,7 @@ private:
 /// The components of one game object, in the order in which they were added; at most one of each type. They are few, so
 /// they are searched linearly.
 ///
-/// Owns the components, but a component's deleter is known only to the kinds: the holder removes all of them before it
+/// Owns the components, but the deleters are stored in ComponentKinds: the holder removes all components before it
 /// destroys the list.
 class ComponentList {
 public:
@@ -69,7 +69,7 @@ public:
         return NONE;
     }
 
-    /// Takes the component over and returns true, unless there is one of that type. On failure the caller keeps it.
+    /// Takes ownership of the component and returns true, unless there is one of that type; then the caller keeps it.
     [[nodiscard]] bool add(ComponentPointer&& component, ComponentKinds& kinds, ComponentTypeId type) {
         if (find(type, kinds) != NONE) {
             return false;

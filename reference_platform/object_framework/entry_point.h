@@ -32,8 +32,8 @@ class KILN_OBJECT_FRAMEWORK_EXPORT EntryPoint : NonCopyable {
 public:
     static EntryPoint& instance();
 
-    /// Takes ownership of a service and initialises it. When the type has a service already, the new one is destroyed
-    /// at once.
+    /// Takes ownership of a service and initialises it. If the type already has a service, the new one is destroyed
+    /// immediately.
     void registerService(std::type_index type, std::unique_ptr<IService> service);
 
     /// Null when no service is registered under that type.
@@ -46,7 +46,7 @@ public:
     /// Creates a world with its reactive managers and returns its id. Ids start at 1 and are never reused.
     int createWorld();
 
-    /// Makes the world invalid at once and notifies the services. During a frame, its objects live until the frame
+    /// Makes the world invalid immediately and notifies the services. During a frame, its objects live until the frame
     /// ends, so that code that is working on them can finish. Ignores ids that are not valid.
     void destroyWorld(int worldId);
 

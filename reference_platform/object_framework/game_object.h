@@ -19,10 +19,10 @@ public:
         : m_serial(serial),
           m_worldAndIndex(static_cast<std::uint64_t>(static_cast<std::uint32_t>(worldId)) << 32U | index) {}
 
-    /// Whether this is the null handle; a handle to an object that no longer exists is not.
+    /// Whether this is INVALID_GAME_OBJECT; a handle to an object that no longer exists is not.
     [[nodiscard]] constexpr bool isInvalid() const noexcept { return *this == GameObject(); }
 
-    /// -1 for the null handle.
+    /// -1 for the invalid object.
     [[nodiscard]] constexpr int getWorldId() const noexcept {
         return static_cast<std::int32_t>(m_worldAndIndex >> 32U);
     }
@@ -30,7 +30,8 @@ public:
     /// Index in the world's table of objects.
     [[nodiscard]] constexpr std::uint32_t index() const noexcept { return static_cast<std::uint32_t>(m_worldAndIndex); }
 
-    /// Serial of the object in its world, from 1: tells it from other objects that have used the same index.
+    /// Serial number of the object in its world, from 1; distinguishes it from other objects that have used the same
+    /// index.
     [[nodiscard]] constexpr std::uint64_t serial() const noexcept { return m_serial; }
 
     friend constexpr bool operator==(const GameObject&, const GameObject&) noexcept = default;
@@ -47,7 +48,8 @@ class GameObjectManager;
 /// The manager of a world; null when the world is not valid. Main thread.
 [[nodiscard]] KILN_OBJECT_FRAMEWORK_EXPORT GameObjectManager* getGameObjectManager(int worldId);
 
-/// The manager of the object's world; null when the world is not valid or the handle is null. Main thread.
+/// The manager of the object's world; null when the world is not valid or the object is the invalid object. Main
+/// thread.
 [[nodiscard]] KILN_OBJECT_FRAMEWORK_EXPORT GameObjectManager* getGameObjectManager(GameObject object);
 
 /// Whether the object is alive. Main thread.

@@ -36,7 +36,7 @@ inline constexpr std::bitset<6> LOCKED{0x20};
 ///
 /// Activating an object enables it and, unless its parent is inactive, makes it and its enabled descendants active.
 /// Deactivating an object disables it and makes it and all its descendants inactive. A new object is enabled but
-/// inactive. Flags and parents do not activate an object, only its own activation or that of an ancestor does.
+/// inactive. Flags and parents do not activate an object; only its own activation or that of an ancestor does.
 /// Components are active with their object.
 ///
 /// Owner: its World. Threads: the main thread. Failure: with a handle to an object that is not alive in this world,
@@ -60,7 +60,7 @@ public:
     [[nodiscard]] Uuid getGameObjectUuid(GameObject object) const;
     void setGameObjectUuid(GameObject object, const Uuid& uuid);
 
-    /// The object with that UUID, or the invalid object; the object created first when several have it. The first call
+    /// The object with that UUID, or the invalid object; if several have it, the one created first. The first call
     /// builds an index in time linear in the number of objects; later changes keep the index up to date.
     [[nodiscard]] GameObject findGameObject(const Uuid& uuid);
 
@@ -147,8 +147,8 @@ public:
     GameObjectRecord* describeGameObject(GameObject object, const Uuid& uuid, const SharedText& name);
 
     using GameObjectManager::addComponent;
-    /// As above, with the object's record from describeGameObject(), which saves a lookup; the object may have been
-    /// removed since. When the component is refused, the caller keeps it.
+    /// Like above, but with the object's record from describeGameObject(), which saves a lookup; the object may have
+    /// been removed since. When the component is refused, the caller keeps it.
     IComponent* addComponent(GameObjectRecord& record, GameObject object, ComponentPointer&& component,
                              ComponentTypeId type);
 

@@ -22,7 +22,7 @@ struct GameObjectRecord {
     /// User-provided, because value-initialization with a defaulted constructor first fills the record with zeros.
     GameObjectRecord() noexcept {} // NOLINT(modernize-use-equals-default)
 
-    /// Number of the object among all that the table has created, from 1; 0 while the record is free.
+    /// Serial number of the object: counts all objects of the table, from 1; 0 while the record is free.
     std::uint64_t serial = 0;
     Uuid uuid;
     SharedText name;
@@ -75,7 +75,7 @@ public:
 
     GameObject create();
 
-    /// Frees the record. The caller has removed the components.
+    /// Frees the record. The caller must have removed the components.
     void free(ObjectIndex index);
 
     [[nodiscard]] GameObjectRecord& operator[](ObjectIndex index) noexcept {

@@ -19,7 +19,7 @@ public:
     [[nodiscard]] virtual const Uuid& uuid() const = 0;
     virtual void setUuid(const Uuid& uuid) = 0;
 
-    /// Whether the UUID is that of the live object already and must not be combined with an instance UUID.
+    /// Whether the UUID is already that of the live object and must not be combined with an instance UUID.
     [[nodiscard]] virtual bool isLiveUuid() const = 0;
 
     /// The live object during a creation; the invalid object when the link could not be resolved. Only the thread that
@@ -72,7 +72,7 @@ private:
 /// The reflected type of links. The text of a link is its UUID.
 class KILN_OBJECT_FRAMEWORK_EXPORT LinkValueType : public mirra::ValueType {
 public:
-    /// The value, seen through the interface of links.
+    /// The value as an ILinkConfig.
     [[nodiscard]] virtual ILinkConfig& link(void* value) const = 0;
     [[nodiscard]] const ILinkConfig& link(const void* value) const { return link(const_cast<void*>(value)); }
 

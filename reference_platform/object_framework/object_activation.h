@@ -7,7 +7,7 @@
 namespace Kiln::Tessel {
 
 /// Activation and deactivation of objects with their components and their membership in queries. Components may remove
-/// and move objects meanwhile. Refers to the tree and the queries. Main thread.
+/// and move objects during these operations. Refers to the tree and the queries. Main thread.
 class ObjectActivation {
 public:
     ObjectActivation(ObjectTree& tree, const QueryIndex& queries) noexcept : m_tree(tree), m_queries(queries) {}

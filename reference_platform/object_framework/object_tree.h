@@ -93,7 +93,7 @@ public:
         ObjectIndex nextSibling;
     };
 
-    /// The object after a position that its object has left; NO_OBJECT at the end of the walk.
+    /// The next object of a walk whose last object has left its position; NO_OBJECT at the end of the walk.
     [[nodiscard]] ObjectIndex nextAfter(ObjectIndex root, const Position& left) const {
         const ObjectIndex parent = left.parent;
         if (parent == NO_OBJECT || !m_table[parent].isAlive() || !isSelfOrDescendant(root, parent)) {

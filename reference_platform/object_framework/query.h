@@ -30,7 +30,8 @@ struct QueryConfig {
     friend auto operator<=>(const QueryConfig&, const QueryConfig&) = default;
 };
 
-/// Register of the query classes in use. Two classes with one configuration are an error: they do the same work twice.
+/// Registry of the query classes in use. Two classes with the same configuration are an error: they do the same work
+/// twice.
 class KILN_OBJECT_FRAMEWORK_EXPORT QueryIsUniqueAsserter {
 public:
     /// The query class that first used each configuration. Main thread.

@@ -6,7 +6,7 @@
 
 namespace Kiln::Tessel {
 
-/// Logs an error of this library. `source` is "object_framework/" and the stem of the file that reports.
+/// Logs an error of this library. `source` is "object_framework/" followed by the stem of the reporting file.
 inline void logError(const char* source, const std::string& text) {
     DebugMessageHelper(0, LogSeverity::ERROR, "", source).message("%s", text.c_str());
 }

@@ -27,7 +27,7 @@ public:
         }
     }
 
-    /// The object with that UUID, or the invalid object; the object created first when several have it.
+    /// The object with that UUID, or the invalid object; if several have it, the one created first.
     [[nodiscard]] GameObject find(const Uuid& uuid);
 
 private:

@@ -66,7 +66,7 @@ int World::addTriggerReaction(std::string group, std::string name, QueryBase& qu
     const int listenerId = query.addAddedListener([added](GameObject object) { added->push_back(object); });
     const int id = m_reactions.add(ReactionKind::TRIGGER, std::move(group), std::move(name),
                                    [added, &query, reaction = std::move(reaction)] {
-                                       std::unordered_set<GameObject> done; // One may have left and come back.
+                                       std::unordered_set<GameObject> done; // An object may have left and re-entered.
                                        for (const GameObject object : std::exchange(*added, {})) {
                                            if (query.contains(object) && done.insert(object).second) {
                                                reaction(object);

@@ -31,7 +31,7 @@ public:
         return type < m_storages.size() ? m_storages[type].get() : nullptr;
     }
 
-    /// Adds the storage of a type. When the type has one already, keeps that and destroys `storage`.
+    /// Adds the storage of a type. If the type already has one, that one is kept and `storage` is destroyed.
     void addStorage(ComponentTypeId type, std::unique_ptr<GenericComponentStorage> storage);
 
     /// The storage of component type T, created on first use.
@@ -73,8 +73,8 @@ public:
     /// Runs the reaction phase of a frame.
     void runReactions();
 
-    /// Calls fini() of the reactive managers and destroys them, then removes every object. May be called again; the
-    /// world must not be used otherwise afterwards.
+    /// Calls fini() of the reactive managers and destroys them, then removes every object. May be called repeatedly;
+    /// afterwards the world must not be used for anything else.
     void fini();
 
 private:

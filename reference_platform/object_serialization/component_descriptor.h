@@ -55,20 +55,20 @@ public:
     /// gone or the manager refuses the component.
     virtual Tessel::IComponent* createOnObject(Tessel::GameObject object) = 0;
 
-    /// Resolves the links anew, removes the object's component of this type and adds a new one. Null when the object's
+    /// Resolves the links again, removes the object's component of this type and adds a new one. Null when the object's
     /// world is gone or the object is not alive.
     virtual Tessel::IComponent* reapplyOnObject(Tessel::GameObject object, const Uuid& instanceUuid,
                                                 const UuidMap& uuidMap) = 0;
 
     [[nodiscard]] virtual Tessel::ComponentTypeId type() const = 0;
 
-    /// The configuration, to be changed; not valid when its type is not described.
+    /// The configuration, for changing it; not valid when its type has no description.
     [[nodiscard]] virtual mirra::ReflectedObject configuration() = 0;
 
     /// The current configuration, for reading; the targets of its links may be set.
     [[nodiscard]] virtual mirra::ReflectedObject viewConfiguration() = 0;
 
-    /// Takes the configuration as the prefab's own values.
+    /// Stores the current configuration as the prefab's own values.
     virtual void storePrefabProperties() = 0;
 
     /// Restores the configuration to the prefab's own values, then applies the overrides; null for none.
@@ -86,8 +86,8 @@ public:
 
     /// Gives every link of the configuration its target: the object that `uuidMap` has under combine(instance UUID,
     /// link UUID), or under the link UUID itself when that is live. A link that resolves to nothing gets the invalid
-    /// object and a warning in the log that names `object`, the component and the UUID; the zero UUID is no link. Links
-    /// to the point where a prefab is nested resolve only during the creation of that instance.
+    /// object and a warning in the log that names `object`, the component and the UUID; the zero UUID means no link.
+    /// Links to the point where a prefab is nested resolve only during the creation of that instance.
     void resolveLinks(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap);
 
     [[nodiscard]] Tessel::ComponentOptions getInstanceOptions() const noexcept { return m_instanceOptions; }

@@ -80,7 +80,7 @@ public:
     /// Adds a type. A second record of a type id or name is refused with an error in the log.
     void append(ComponentRecord record);
 
-    /// Ids are below this number.
+    /// Upper bound of the ids, not the number of records: every id is below it, and some may have no record.
     [[nodiscard]] std::size_t componentsCount() const;
 
     /// Registered name; empty for an id without record.

@@ -13,8 +13,8 @@ namespace Kiln {
 /// Live objects by their UUIDs.
 using UuidMap = std::unordered_map<Uuid, Tessel::GameObject>;
 
-/// The roots of nested prefabs among the objects of a creation. Whoever creates the objects knows them; links to the
-/// point where a prefab is nested are resolved through them. Main thread.
+/// The roots of nested prefabs among the objects of a creation. The code that creates the objects implements this;
+/// links to integration points are resolved through it. Main thread.
 class INestedRoots {
 public:
     /// The object that stands for the root of the prefab nested with that instance UUID; the invalid object when the
@@ -46,9 +46,9 @@ private:
     std::optional<Tessel::GameObject> m_object;
 };
 
-/// What a creation of game objects tells the descriptors that it works through: the world, what links are resolved
-/// through, and the UUID of the current instance. It refers to the world, to the map and to the nested roots; the map
-/// must not change between the first and the last component. Main thread.
+/// The context of a creation, which it passes to each descriptor: the world, the data for resolving links, and the UUID
+/// of the current instance. It refers to the world, to the map and to the nested roots; the map must not change between
+/// the first and the last component. Main thread.
 class ObjectCreation {
 public:
     /// `nestedRoots` is null when the caller knows none; links to integration points then resolve to nothing.
@@ -59,7 +59,7 @@ public:
     [[nodiscard]] const UuidMap& uuidMap() const noexcept { return m_uuidMap; }
     [[nodiscard]] const Uuid& instanceUuid() const noexcept { return m_instanceUuid; }
 
-    /// INestedRoots::findNestedRoot().
+    /// See INestedRoots::findNestedRoot().
     [[nodiscard]] Tessel::GameObject findNestedRoot(const Uuid& nestedInstanceUuid) const {
         return m_nestedRoots ? m_nestedRoots->findNestedRoot(nestedInstanceUuid)
                              : Tessel::GameObject::INVALID_GAME_OBJECT;

@@ -47,7 +47,7 @@ private:
     std::vector<ComponentOverrideRecords> m_components; ///< Searched linearly, since they are few.
 };
 
-/// Per-instance override records, keyed by the UUID of a game object in the prefab that it stands in and by the
+/// Per-instance override records, keyed by the UUID of a game object in the prefab that contains it and by the
 /// component's registered name. The zero UUID addresses the root.
 ///
 /// Ownership: shared; immutable once shared. Threads: one at a time while it is built, any afterwards.

@@ -52,14 +52,14 @@ public:
         }
         const DataNode found = m_parent.child(name);
         if (found) {
-            m_next = {}; // The next child that is requested may stand before `found`.
+            m_next = {}; // The next child that is requested may come before `found`.
         }
         return found;
     }
 
 private:
     DataNode m_parent;
-    DataNode m_next; ///< The first child that was not found yet, as long as the order is kept; then null.
+    DataNode m_next; ///< The next expected child while requests follow the document order; then null.
 };
 
 /// A number from a node's text: `absent` for a null node; `unreadable`, with an error in the log, when the text is not

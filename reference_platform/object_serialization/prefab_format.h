@@ -77,7 +77,8 @@ public:
     [[nodiscard]] ComponentOptions getInstanceOptions() const;
     void setInstanceOptions(ComponentOptions options);
 
-    /// Reads the stored properties into a configuration. Problems go to the handler when there is one, else to the log.
+    /// Reads the stored properties into a configuration. Problems go to the handler when there is one, otherwise to the
+    /// log.
     void constructConfig(const mirra::ReflectedObject& configuration, const DeseriralizeErrorHandler* handler) const;
 
     /// Stores a configuration's properties.

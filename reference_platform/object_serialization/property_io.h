@@ -14,7 +14,7 @@ class ComponentOverrideRecords;
 /// Reads the children of `properties` into the properties of the same names. A property without a child keeps its
 /// value. A child that the type does not know is reported as a warning; a text that can't be parsed leaves the value
 /// unchanged and is reported as an error. Both messages name the component, the property, the text and the line. They
-/// go to the handler when there is one, else to the log. `document` is any section of the document.
+/// go to the handler when there is one, otherwise to the log. `document` is any section of the document.
 KILN_OBJECT_SERIALIZATION_EXPORT void readProperties(const DataSection& document, DataNode properties,
                                                      const mirra::ReflectedObject& object,
                                                      const std::string& componentName,

@@ -6,6 +6,7 @@
 #include <object_serialization/component_texts.h>
 #include <object_serialization/property_io.h>
 
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -54,26 +55,16 @@ public:
 
     Tessel::IComponent* createOnObject(Tessel::GameObject object) override {
         Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId());
-        return world ? world->manager().addComponent(object, make(*world), type()) : nullptr;
+        return world ? world->manager().addComponent(object, make(*world, std::as_const(*this).config()), type())
+                     : nullptr;
     }
 
     void instantiate(ObjectCreation& creation, const ComponentOverrideRecords* overrides) override {
-        struct Restoring { // Restores also when the component's constructor throws.
-            ComponentDescriptor& descriptor;
-            ~Restoring() {
-                if (descriptor.isOffPrefabProperties()) {
-                    descriptor.setupOverrides(nullptr);
-                }
-            }
-        } const restoring{*this};
-        if (overrides) {
-            setupOverrides(overrides);
+        if (overrides || isOffPrefabProperties()) {
+            instantiateChanged(creation, overrides);
+        } else {
+            add(creation, m_prefabProperties);
         }
-        const mirra::BaseStaticMetaObject* const meta = configMeta();
-        if (meta && meta->containsLinks()) {
-            IComponentDescriptor::resolveLinks(creation, *meta, m_editable ? m_editable : &m_prefabProperties);
-        }
-        creation.addComponent(make(creation.world()), Tessel::NativeComponent<T>::getType());
     }
 
     Tessel::IComponent* reapplyOnObject(Tessel::GameObject object, const Uuid& instanceUuid,
@@ -138,8 +129,28 @@ public:
     }
 
 private:
-    [[nodiscard]] Tessel::ComponentPointer make(Tessel::World& world) const {
-        return world.getStorage<T>().create(config());
+    /// Not inlined, so that the storage's operations are inlined here.
+    [[nodiscard, gnu::noinline]] static Tessel::ComponentPointer make(Tessel::World& world, const Config& config) {
+        return world.getStorage<T>().create(config);
+    }
+
+    /// instantiate() with a configuration that differs from the prefab's own values. It is taken out of the descriptor,
+    /// which has these values again: the component's constructor may create further instances, and it may throw.
+    [[gnu::noinline]] void instantiateChanged(ObjectCreation& creation, const ComponentOverrideRecords* overrides) {
+        if (overrides) {
+            setupOverrides(overrides);
+        }
+        const std::unique_ptr<Config> changed(isOffPrefabProperties() ? std::exchange(m_editable, nullptr) : nullptr);
+        add(creation, changed ? *changed : m_prefabProperties);
+    }
+
+    /// Resolves the links of a configuration and adds a component that is made from it.
+    void add(ObjectCreation& creation, Config& config) {
+        const mirra::BaseStaticMetaObject* const meta = configMeta();
+        if (meta && meta->containsLinks()) {
+            IComponentDescriptor::resolveLinks(creation, *meta, &config);
+        }
+        creation.addComponent(make(creation.world(), config), Tessel::NativeComponent<T>::getType());
     }
 
     [[nodiscard]] static const mirra::BaseStaticMetaObject* configMeta() {
@@ -156,7 +167,7 @@ private:
         return object;
     }
 
-    /// Drops the changed copy. Before the first store there is none, but both become separate.
+    /// Drops the changed copy. Before the first store there is none; then this only makes later changes go to a copy.
     void dropChanges() {
         if (isOffPrefabProperties()) {
             delete m_editable;

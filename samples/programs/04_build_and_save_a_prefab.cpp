@@ -38,13 +38,7 @@ typename T::Config& addComponent(GameObjectDescriptor& object) {
     return static_cast<ComponentDescriptor<T>&>(*component).config();
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    const Samples::Environment environment(argc, argv);
-    const std::string file =
-        argc > 2 ? argv[2] : (std::filesystem::temp_directory_path() / "kiln_sample_jetty.prefab").string();
-
+GameObjectPrefab buildJetty() {
     GameObjectPrefab jetty;
     const SmartPointer<GameObjectDescriptor> root = addObject(jetty, "Jetty"); // No parent: this is the root.
     addComponent<TransformComponent>(*root);
@@ -58,7 +52,17 @@ int main(int argc, char** argv) {
     addComponent<HierarchyComponent>(*lamp).parent.setUuid(root->uuid());
     addComponent<TransformComponent>(*lamp).local = Matrix::translation(12, 0, 0);
     addComponent<PrefabComponent>(*lamp).resource = "harbour/props/lamp.prefab";
+    return jetty;
+}
 
+} // namespace
+
+int main(int argc, char** argv) {
+    const Samples::Environment environment(argc, argv);
+    const std::string file =
+        argc > 2 ? argv[2] : (std::filesystem::temp_directory_path() / "kiln_sample_jetty.prefab").string();
+
+    const GameObjectPrefab jetty = buildJetty();
     const SmartPointer<DataSection> document = DataSection::create("prefab");
     jetty.serialize(document);
     if (!document->saveFile(file)) {

@@ -26,7 +26,8 @@ class InstanceGathering;
 
 /// A prefab document: the ordered list of the game-object descriptors that a prefab file describes. Each descriptor is
 /// one node; its id is its index in the list. The hierarchy is not stored but follows from the descriptors: a node
-/// without HierarchyComponent is a root, any other names its parent by UUID. A valid prefab has exactly one root.
+/// without HierarchyComponent is a root; every other node names its parent by UUID. A valid prefab has exactly one
+/// root.
 ///
 /// Not for: finding and keeping prefabs by path (PrefabService), or waiting for them (Loading).
 /// Ownership: the list shares its descriptors; copies of a prefab share them too, so that a change of a descriptor
@@ -38,7 +39,7 @@ class InstanceGathering;
 ///     std::unique_ptr<GameObjectPrefab> prefab = GameObjectPrefab::loadHierarchy("props/lamp.prefab", nullptr);
 class KILN_TESSEL_ASSET_LOADING_EXPORT GameObjectPrefab {
 public:
-    /// Not the id of any node: the parent of a root, for instance.
+    /// An id that no node has; for example, the parent of a root.
     static constexpr std::size_t INVALID_NODE_ID = std::numeric_limits<std::size_t>::max();
 
     /// Nested prefabs are loaded and created to this depth below the top prefab.
@@ -48,9 +49,9 @@ public:
     struct CreateConfig {
         int worldId = -1;
         Uuid instanceUuid;                       ///< A top-level object's UUID is combine(this, descriptor's UUID).
-        SmartPointer<OverrideRecords> overrides; ///< Of the instance; may be null.
+        SmartPointer<OverrideRecords> overrides; ///< Overrides of the instance; may be null.
 
-        /// In: existing objects to be reused for their UUIDs. Out: every UUID and object of the instance as well.
+        /// In: existing objects to reuse for their UUIDs. Out: also every UUID and object of the instance.
         std::unordered_map<Uuid, GameObject> uuidMap;
     };
 
@@ -58,7 +59,7 @@ public:
     struct GameObjectCreationItem {
         SmartPointer<GameObjectDescriptor> descriptor;
         Uuid instanceUuid;                       ///< Of the prefab instance that the object belongs to.
-        SmartPointer<OverrideRecords> overrides; ///< In force for that instance; may be null.
+        SmartPointer<OverrideRecords> overrides; ///< Overrides that apply to that instance; may be null.
     };
 
     GameObjectPrefab();
@@ -73,7 +74,7 @@ public:
     /// Appends a node. Null is refused; duplicates are not.
     void addGameObject(SmartPointer<GameObjectDescriptor> descriptor);
 
-    /// Removes the first node that holds this very descriptor; later nodes move up.
+    /// Removes the first node that holds this exact descriptor; later nodes move up.
     void removeGameObject(SmartPointer<GameObjectDescriptor> descriptor);
 
     /// Null for an id out of range.
@@ -118,7 +119,7 @@ public:
 
     // Nested prefabs; one level deep.
 
-    /// `resource` of every node's PrefabComponent in node order, empty ones and repetitions included. A prefab that was
+    /// `resource` of every node's PrefabComponent in node order, including empty and repeated ones. A prefab that was
     /// loaded by path lists its own path too, since its root names it.
     [[nodiscard]] std::vector<std::string> getNestedPrefabs() const;
 
@@ -128,8 +129,8 @@ public:
     /// Whether a file has a pool of prefab components; false when it can't be opened.
     [[nodiscard]] static bool hasNestedPrefabs(const std::string& path);
 
-    /// Lets the component descriptors of every node preload their data, and after each node that nests a prefab those
-    /// of the nested prefab. `depth` is 0 for the top prefab. Worker threads.
+    /// Lets the component descriptors of every node preload their data; after a node that nests a prefab, does the same
+    /// for the nested prefab. `depth` is 0 for the top prefab. Worker threads.
     void backgroundLoad(int depth) const;
 
     // Live objects.
@@ -151,7 +152,8 @@ private:
     /// The first root; null when there is none.
     [[nodiscard]] const SmartPointer<GameObjectDescriptor>* findRoot() const;
 
-    // The stages of createGameObjects(), each in one go. A creation works through them step by step instead.
+    // The stages of createGameObjects(), each run to completion, and parts of them. InstanceCreation runs the stages in
+    // steps.
     [[nodiscard]] bool gatherGameObjectsRecursively(std::vector<GameObjectCreationItem>& items,
                                                     const Uuid& instanceUuid, SmartPointer<OverrideRecords> overrides,
                                                     bool skipRoots, int depth) const;

@@ -32,24 +32,24 @@ using LoadedFunction = std::function<bool(GameObject root, GameObjectManager& ma
 /// The same for a root that was attached to `parent`.
 using HierarchyLoadedFunction = std::function<bool(GameObject root, GameObjectManager& manager, GameObject parent)>;
 
-/// Loads a prefab into a world. The root is placed by `transform`, when given, and activated unless the prefab says
+/// Loads a prefab into a world. If `transform` is given, the root gets it. The root is activated unless the prefab says
 /// otherwise; then, at the end of the frame's tick, `callback` is called if it is not empty. `uuid` is the instance
-/// UUID; a new one is generated when it is not given. An empty path and an invalid world do nothing.
+/// UUID; a new one is generated when it is not given. Does nothing for an empty path or an invalid world.
 KILN_TESSEL_ASSET_LOADING_EXPORT void loadGameObject(const std::string& path, int worldId,
                                                      const std::optional<Matrix>& transform, LoadedFunction callback,
                                                      const std::optional<Uuid>& uuid = std::nullopt);
 
-/// As loadGameObject, into the world of `parent`: the root is attached to `parent` before it is activated, and it stays
-/// inactive while the parent is inactive. When the parent is gone by then, the new objects are removed.
-/// `hierarchyCallback` is called after `callback`, in the same frame.
+/// Like loadGameObject, but into the world of `parent`: the root is attached to `parent` before it is activated, and it
+/// stays inactive while the parent is inactive. If the parent no longer exists at that time, the new objects are
+/// removed. `hierarchyCallback` is called after `callback`, in the same frame.
 KILN_TESSEL_ASSET_LOADING_EXPORT void loadGameObjectIntoHierarchy(const std::string& path, GameObject parent,
                                                                   const std::optional<Matrix>& transform,
                                                                   LoadedFunction callback,
                                                                   const std::optional<Uuid>& uuid = std::nullopt,
                                                                   HierarchyLoadedFunction hierarchyCallback = {});
 
-/// As loadGameObject, from a document in memory and with overrides, which may be null. Nobody may change the document
-/// until it is loaded. It is not cached. A null section does nothing.
+/// Like loadGameObject, but from a document in memory and with overrides, which may be null. Nobody may change the
+/// document until it is loaded. It is not cached. Does nothing for a null section.
 KILN_TESSEL_ASSET_LOADING_EXPORT void loadGameObjectSection(const SmartPointer<DataSection>& section, int worldId,
                                                             const std::optional<Matrix>& transform,
                                                             SmartPointer<OverrideRecords> overrides,
@@ -66,11 +66,12 @@ loadDescriptorAsync(const std::string& path, const std::function<void(GameObject
 [[nodiscard]] KILN_TESSEL_ASSET_LOADING_EXPORT GameObjectPrefab* loadDescriptorSync(const std::string& path);
 
 /// The documents of a path and of everything nested in it, at any depth; owned by the cache. Documents that can't be
-/// loaded are left out. Empty documents are left out and reported in the log; that of `path` itself only on request.
+/// loaded are left out. Empty documents are left out and reported in the log; that of `path` itself only if
+/// `reportFailures` is set.
 [[nodiscard]] KILN_TESSEL_ASSET_LOADING_EXPORT std::unordered_map<std::string, GameObjectPrefab*>
 loadDescriptorsRecursively(const std::string& path, bool reportFailures);
 
-/// Loads paths and their nested prefabs into the cache, now; components preload their data unless
+/// Loads paths and their nested prefabs into the cache synchronously; components preload their data unless
 /// `withoutBackgroundLoad` is set.
 KILN_TESSEL_ASSET_LOADING_EXPORT void cacheGameObjects(const std::vector<std::string>& paths,
                                                        bool withoutBackgroundLoad);

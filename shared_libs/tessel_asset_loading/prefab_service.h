@@ -38,7 +38,7 @@ public:
     void fini() override;
 
     /// Creates the objects of every loader whose prefab has been parsed, answers descriptor requests, and calls
-    /// onObjectLoaded of the callbacks. There is no budget: everything that is ready is done in this frame.
+    /// onObjectLoaded of the callbacks. There is no time budget: everything that is ready is done in this frame.
     void tick() override;
 
     /// Calls onObjectLoadedIntoHierarchy of the callbacks and releases them.
@@ -51,23 +51,24 @@ public:
     /// tries again. It belongs to the cache. Any thread; one parse at a time.
     GameObjectPrefab* loadPrefabData(const std::string& path);
 
-    /// As loadPrefabData, for callers that use the document while others may clear the cache: returns the cache entry,
-    /// which is never null and keeps its document alive.
+    /// Like loadPrefabData, but for callers that use the document while others may clear the cache: returns the cache
+    /// entry, which is never null and keeps its document alive.
     SmartPointer<DescriptorCacheData> loadSharedPrefab(const std::string& path);
 
-    /// Puts a document into the cache; when the path has an entry already, that stays and the document is destroyed.
+    /// Puts a document into the cache; if the path already has an entry, the entry is kept and the document is
+    /// destroyed.
     void cachePrefabData(const std::string& path, std::unique_ptr<GameObjectPrefab> prefab);
 
-    /// Loads a path and its nested prefabs into the cache; on request also runs GameObjectPrefab::backgroundLoad on
-    /// each. Any thread.
+    /// Loads a path and its nested prefabs into the cache; if `backgroundLoad` is set, also runs
+    /// GameObjectPrefab::backgroundLoad on each. Any thread.
     void cachePrefabData(const std::string& path, bool backgroundLoad);
 
     void clearCache();
     void clearCached(const std::string& path);
     void clearCached(const std::vector<std::string>& paths);
 
-    /// Queues a request for a document, answered by tick. A path that is not in the cache starts a background load;
-    /// that fills the cache entry and not the request, which therefore stays queued.
+    /// Queues a request for a document, answered by tick. If the path is not in the cache, a background load is
+    /// started; it fills the cache entry but not the request, which therefore stays queued.
     void loadDescriptor(const std::string& path, const std::function<void(GameObjectPrefab*)>& callback,
                         bool backgroundLoad);
 
@@ -76,7 +77,7 @@ public:
     void loadGameObject(const SmartPointer<DataSection>& section, int worldId, const Uuid& uuid,
                         const SmartPointer<IObjectLoadedCallback>& callback, SmartPointer<OverrideRecords> overrides);
 
-    /// Queues the creation of a prefab's objects in a world; a path without cache entry is parsed in the background.
+    /// Queues the creation of a prefab's objects in a world; a path without a cache entry is parsed in the background.
     /// Ignores an invalid world.
     void loadGameObject(const std::string& path, int worldId, const Uuid& uuid,
                         const SmartPointer<IObjectLoadedCallback>& callback, SmartPointer<OverrideRecords> overrides);

@@ -30,7 +30,7 @@ public:
     GameObjectPrefab* operator->() const noexcept { return get(); }
     explicit operator bool() const noexcept { return get() != nullptr; }
 
-    /// Takes a document over (null for none) and destroys the previous one.
+    /// Takes ownership of a document (null for none) and destroys the previous one.
     void publish(std::unique_ptr<GameObjectPrefab> prefab) noexcept {
         delete m_prefab.exchange(prefab.release(), std::memory_order_acq_rel);
     }

@@ -19,14 +19,14 @@ using ComponentTypeId = std::uint16_t;
 /// through a ComponentPointer. Threads: the main thread.
 class KILN_TESSEL_FOUNDATION_EXPORT IComponent : NonCopyable {
 public:
-    /// What the types library keeps about each component type.
+    /// What the registry stores about each component type.
     struct TypeMeta {};
 
     static constexpr ComponentTypeId MAX_TYPES = 1024;
     using TypesLibrary = DynamicTypesLibrary<TypeMeta, ComponentTypeId, MAX_TYPES>;
 
-    /// The process-wide register of component types. The ids that it assigns are below MAX_TYPES; MAX_TYPES itself
-    /// means that the register is full.
+    /// The process-wide registry of component types. The ids that it assigns are below MAX_TYPES; MAX_TYPES itself
+    /// means that the registry is full.
     static TypesLibrary& types();
 
     [[nodiscard]] virtual ComponentTypeId type() const = 0;
@@ -40,7 +40,7 @@ protected:
 
 KILN_TESSEL_FOUNDATION_EXPORT void reportTooManyComponentTypes();
 
-/// Logs a critical message if `id` means that the register of component types was full.
+/// Logs a critical message if `id` means that the registry of component types was full.
 inline void checkComponentTypeId(ComponentTypeId id) {
     if (id == IComponent::MAX_TYPES) [[unlikely]] {
         reportTooManyComponentTypes();

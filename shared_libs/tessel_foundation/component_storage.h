@@ -69,7 +69,7 @@ public:
     }
 
     /// Creates an inactive component. The pointer may be destroyed with the component active or not. Exceptions of the
-    /// constructor are passed on.
+    /// constructor are propagated.
     template <class... Args>
     [[nodiscard]] Pointer create(Args&&... args) {
         return Pointer(m_pool.createData(std::forward<Args>(args)...), IComponentDeleter{&deallocate});
@@ -85,8 +85,8 @@ public:
         return m_pool.owns(*element) ? element : nullptr;
     }
 
-    /// Calls `function(T&)` for the active components, block after block and in the order of activation within each;
-    /// see BlockPool::forEachActive for what it may do.
+    /// Calls `function(T&)` for the active components, block by block, and in the order of activation within each
+    /// block; see BlockPool::forEachActive for what it may do.
     template <class Function>
     void forEachActive(Function&& function) {
         m_pool.forEachActive(std::forward<Function>(function));

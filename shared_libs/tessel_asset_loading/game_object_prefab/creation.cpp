@@ -12,7 +12,7 @@ std::vector<GameObject> GameObjectPrefab::createGameObjects(CreateConfig& config
     return creation.takeObjects();
 }
 
-// The single stages, each in one go, for callers that hold the items themselves.
+// The individual stages, each run to completion. Only tests call them.
 
 bool GameObjectPrefab::gatherGameObjectsRecursively(std::vector<GameObjectCreationItem>& items,
                                                     const Uuid& instanceUuid, SmartPointer<OverrideRecords> overrides,
@@ -28,14 +28,23 @@ bool GameObjectPrefab::createGoInstances(std::vector<GameObjectCreationItem>& it
     const bool isCreated = creation.createAllObjects();
     items = std::move(creation.m_items);
     created = std::exchange(creation.m_created, {});
+    creation.m_itemObjects.clear(); // The objects are the caller's now.
     return isCreated;
 }
 
 void GameObjectPrefab::createComponentsAndUpdateFlags(const std::vector<GameObjectCreationItem>& items,
                                                       const UuidMap& uuidMap) const {
+    detail::NestedRootIndex nestedRoots;
+    for (const GameObjectCreationItem& item : items) {
+        const GameObjectLink* const parent = item.descriptor->parentLink();
+        const auto entry = uuidMap.find(Uuid::combine(item.instanceUuid, item.descriptor->uuid()));
+        if (parent && parent->isLiveUuid() && entry != uuidMap.end()) {
+            nestedRoots.add(item.instanceUuid, entry->second);
+        }
+    }
     for (std::size_t i = 0; i < items.size(); ++i) {
-        const GameObject object = uuidMap.at(Uuid::combine(items[i].instanceUuid, items[i].descriptor->uuid()));
-        detail::InstanceCreation::completeObject(items[i], object, uuidMap,
+        const Uuid uuid = Uuid::combine(items[i].instanceUuid, items[i].descriptor->uuid());
+        detail::InstanceCreation::completeObject(items[i], uuid, uuidMap.at(uuid), uuidMap, nestedRoots,
                                                  detail::InstanceCreation::findOverrides(items[i], i == 0));
     }
 }

@@ -33,12 +33,8 @@ InstanceCreation::InstanceCreation(const GameObjectPrefab& prefab, int worldId, 
       m_items(std::move(items)) {}
 
 InstanceCreation::~InstanceCreation() {
-    if (isFinished()) {
-        return;
-    }
-    try {
+    if (!isFinished()) {
         rollBack();
-    } catch (...) { // NOLINT(bugprone-empty-catch): nothing is left to be done about a component that throws now.
     }
 }
 
@@ -47,11 +43,19 @@ InstanceCreation::Stage InstanceCreation::step(const Deadline& deadline) {
     if (!isFinished() && !m_created.empty() && !m_world) {
         fail();
     }
-    while (!isFinished()) {
-        work(deadline);
-        if (deadline.hasPassed()) {
-            break;
+    if (m_stage == Stage::CREATING_COMPONENTS) {
+        m_gathering.setOverrideFlags();
+    }
+    try {
+        while (!isFinished()) {
+            work(deadline);
+            if (deadline.hasPassed()) {
+                break;
+            }
         }
+    } catch (...) {
+        rollBack();
+        throw;
     }
     return m_stage;
 }
@@ -67,7 +71,7 @@ void InstanceCreation::work(const Deadline& deadline) {
     case Stage::CREATING_OBJECTS:
         createObjects(deadline);
         if (m_stage == Stage::FAILED) {
-            fail();
+            failInstancing();
         }
         return;
     case Stage::CREATING_COMPONENTS:
@@ -79,8 +83,11 @@ void InstanceCreation::work(const Deadline& deadline) {
 }
 
 std::vector<GameObject> InstanceCreation::takeObjects() {
-    return m_stage == Stage::SUCCEEDED ? std::move(m_created)
-                                       : std::vector<GameObject>{GameObject::INVALID_GAME_OBJECT};
+    if (m_stage != Stage::SUCCEEDED || m_itemObjects.empty()) {
+        return {GameObject::INVALID_GAME_OBJECT};
+    }
+    m_itemObjects.clear(); // They are no longer this creation's to be rolled back.
+    return std::move(m_created);
 }
 
 bool InstanceCreation::createAllObjects() {
@@ -93,19 +100,43 @@ bool InstanceCreation::createAllObjects() {
     return m_stage == Stage::CREATING_COMPONENTS;
 }
 
-void InstanceCreation::rollBack() {
+void InstanceCreation::rollBack() noexcept {
     m_stage = Stage::FAILED;
-    const std::vector<GameObject> created = std::exchange(m_created, {});
-    if (GameObjectManager* const manager = getGameObjectManager(m_worldId)) {
-        for (const GameObject object : created) {
-            manager->removeGameObject(object);
+    m_created.clear();
+    GameObjectManager* const manager = getGameObjectManager(m_worldId);
+    for (ItemObject& itemObject : m_itemObjects) {
+        if (itemObject.isExternal || itemObject.object.isInvalid()) {
+            continue;
+        }
+        if (const auto entry = m_uuidMap.find(itemObject.uuid);
+            entry != m_uuidMap.end() && entry->second == itemObject.object) {
+            m_uuidMap.erase(entry);
+        }
+        try {
+            if (manager) {
+                manager->removeGameObject(itemObject.object);
+            }
+        } catch (...) { // NOLINT(bugprone-empty-catch): the other objects are removed all the same.
         }
     }
+    m_itemObjects.clear();
 }
 
 void InstanceCreation::fail() {
     Report::error("Failed to create prefab instance.\n");
     rollBack();
+}
+
+/// All objects that instancing has listed are removed, also those of the caller's map that it has taken.
+void InstanceCreation::failInstancing() {
+    Report::error("Failed to create prefab instance.\n");
+    const std::vector<GameObject> created = std::exchange(m_created, {});
+    m_itemObjects.clear();
+    if (GameObjectManager* const manager = getGameObjectManager(m_worldId)) {
+        for (const GameObject object : created) {
+            manager->removeGameObject(object);
+        }
+    }
 }
 
 void InstanceCreation::enterStage(Stage stage) noexcept {
@@ -165,7 +196,8 @@ void InstanceCreation::enterUuids(const Deadline& deadline) {
     while (m_nextItem < m_itemObjects.size()) {
         const std::size_t count = std::min(LargeUuidMap::GROUP_SIZE, m_itemObjects.size() - m_nextItem);
         if (!LargeUuidMap::enterGroup(m_usedUuids, std::span(m_itemObjects).subspan(m_nextItem, count))) {
-            // Start over without: entering the UUIDs one by one finds the conflict where it has to be reported.
+            // Start over without groups: adding the UUIDs one by one finds the conflict at the item that must report
+            // it.
             m_usedUuids = UuidMap(8);
             m_areUuidsEntered = false;
             break;
@@ -203,6 +235,7 @@ inline bool InstanceCreation::createObject(std::size_t index) {
     ItemObject& itemObject = m_itemObjects[index];
     const auto external = m_uuidMap.empty() ? m_uuidMap.end() : m_uuidMap.find(itemObject.uuid);
     const bool isExternal = external != m_uuidMap.end();
+    itemObject.isExternal = isExternal;
     if (isExternal) {
         itemObject.object = external->second;
     } else if (m_world) {
@@ -268,7 +301,7 @@ bool InstanceCreation::completeObjects() {
         Report::error("Game Objects hierarchy doesn't have root.");
         return false;
     }
-    // The entries change hands; a UUID that the caller's map has already keeps its object.
+    // Move the entries to the caller's map. A UUID that is already there keeps its object.
     if (m_uuidMap.empty()) {
         m_uuidMap.swap(m_usedUuids);
     } else {
@@ -282,28 +315,14 @@ bool InstanceCreation::completeObjects() {
     return true;
 }
 
-void InstanceCreation::createComponents(const Deadline& deadline) {
-    if (m_nextItem == 0 && m_world) {
-        INestedRoots* const nestedRoots = this;
-        m_objectCreation.emplace(*m_world, m_uuidMap, m_items.front().instanceUuid, nestedRoots);
-    }
-    const bool isComplete = forEachItem(deadline, [this](std::size_t index) {
-        createComponents(index);
-        return true;
-    });
-    if (isComplete) {
-        m_stage = Stage::SUCCEEDED;
-    }
-}
-
 inline void InstanceCreation::createComponents(std::size_t index) {
     const Item& item = m_items[index];
     const ItemObject& itemObject = m_itemObjects[index];
     const GameObject object = itemObject.object;
     const GameObjectOverrideRecords* const overrides = findOverrides(item, index == 0);
-    // A component may destroy the world; an object of the caller's map may be of another one.
+    // A component may destroy the world; an object of the caller's map may be in another world.
     if (!m_objectCreation || object.getWorldId() != m_worldId || !m_entryPoint.isWorldValid(m_worldId)) {
-        completeObject(item, object, m_uuidMap, overrides);
+        completeObject(item, itemObject.uuid, object, m_uuidMap, m_nestedRoots, overrides);
         return;
     }
     if (index == 0 || m_objectCreation->instanceUuid() != item.instanceUuid) {
@@ -315,31 +334,38 @@ inline void InstanceCreation::createComponents(std::size_t index) {
     item.descriptor->updateStateFlags(*m_world, object);
 }
 
-void InstanceCreation::completeObject(const Item& item, GameObject object, const UuidMap& uuidMap,
-                                      const GameObjectOverrideRecords* overrides) {
-    item.descriptor->createComponents(object, item.instanceUuid, uuidMap, overrides);
-    item.descriptor->updateStateFlags(object);
-}
-
-const GameObjectOverrideRecords* InstanceCreation::findOverrides(const Item& item, bool isFirstItem) {
-    if (!item.overrides) {
-        return nullptr;
+void InstanceCreation::createComponents(const Deadline& deadline) {
+    if (m_nextItem == 0 && m_world) {
+        m_objectCreation.emplace(*m_world, m_uuidMap, m_items.front().instanceUuid, &m_nestedRoots);
     }
-    const GameObjectOverrideRecords* const record = item.overrides->getRecord(item.descriptor->uuid());
-    return !record && isFirstItem ? item.overrides->getRecord(Uuid::ZERO) : record;
+    const bool isComplete = forEachItem(deadline, [this](std::size_t index) {
+        createComponents(index);
+        return true;
+    });
+    if (isComplete) {
+        m_stage = Stage::SUCCEEDED;
+    }
 }
 
-GameObject InstanceCreation::findNestedRoot(const Uuid& nestedInstanceUuid) {
-    if (!m_nestedRoots) {
-        m_nestedRoots.emplace();
-        for (std::size_t i = 0; i < m_items.size(); ++i) {
-            if (m_itemObjects[i].isNestedRoot) {
-                m_nestedRoots->try_emplace(m_items[i].instanceUuid, m_itemObjects[i].object);
+void InstanceCreation::completeObject(const Item& item, const Uuid& uuid, GameObject object, const UuidMap& uuidMap,
+                                      INestedRoots& nestedRoots, const GameObjectOverrideRecords* overrides) {
+    if (World* const world = EntryPoint::instance().findValidWorld(object.getWorldId())) {
+        ObjectCreation creation(*world, uuidMap, item.instanceUuid, &nestedRoots);
+        item.descriptor->createComponents(creation, object, uuid, overrides);
+        item.descriptor->updateStateFlags(object);
+    }
+}
+
+GameObject InstanceCreation::NestedRoots::findNestedRoot(const Uuid& nestedInstanceUuid) {
+    if (!m_index) {
+        m_index.emplace();
+        for (std::size_t i = 0; i < m_creation.m_items.size(); ++i) {
+            if (m_creation.m_itemObjects[i].isNestedRoot) {
+                m_index->add(m_creation.m_items[i].instanceUuid, m_creation.m_itemObjects[i].object);
             }
         }
     }
-    const auto found = m_nestedRoots->find(nestedInstanceUuid);
-    return found == m_nestedRoots->end() ? GameObject::INVALID_GAME_OBJECT : found->second;
+    return m_index->findNestedRoot(nestedInstanceUuid);
 }
 
 } // namespace Kiln::Tessel::detail

@@ -17,7 +17,7 @@ using HierarchyDescriptor = ComponentDescriptor<HierarchyComponent>;
     return static_cast<HierarchyDescriptor*>(node.findComponent(NativeComponent<HierarchyComponent>::getType()));
 }
 
-/// What an integration point nests, with the overrides applied that the enclosing instance has for the point's own
+/// What an integration point nests, after applying the enclosing instance's overrides of the point's own
 /// PrefabComponent (null for none). They are applied as long as this lives, so that they reach this instance alone.
 class NestedReference : NonCopyable {
 public:
@@ -47,13 +47,13 @@ private:
         ~Restoring() { component.setupOverrides(nullptr); }
     };
 
-    Restoring m_restoring; ///< The first member, so that it restores when the constructor throws, too.
+    Restoring m_restoring; ///< The first member, so that it also restores when the constructor throws.
     SmartPointer<OverrideRecords> m_records;
 };
 
 /// The merged node's records: those for the nested instance, and the outer overrides of the integration point's own
-/// PrefabComponent, filed where the merged node's records are looked up: under its UUID or, for the first item without
-/// records of its own, the zero UUID.
+/// PrefabComponent, stored under the key by which the merged node's records are looked up: its UUID or, for the first
+/// item without records of its own, the zero UUID.
 [[nodiscard]] SmartPointer<OverrideRecords> mergedNodeRecords(const SmartPointer<OverrideRecords>& records,
                                                               const Uuid& mergedUuid, bool isFirstItem,
                                                               const ComponentOverrideRecords* outer) {
@@ -84,6 +84,22 @@ bool InstanceGathering::enter(const GameObjectPrefab& prefab, const Uuid& instan
     return true;
 }
 
+inline bool InstanceGathering::visitNode(Level& level, const SmartPointer<GameObjectDescriptor>& node) {
+    const bool isRoot = !findHierarchy(*node);
+    if (level.skipRoots && isRoot) {
+        return true;
+    }
+    PrefabDescriptor* const component = findPrefabDescriptor(*node);
+    if (component) {
+        setOverrideFlag(level, *component);
+        if (!isRoot) {
+            return visitIntegrationPoint(level, node, *component);
+        }
+    }
+    m_items.push_back({node, level.instanceUuid, level.overrides});
+    return true;
+}
+
 bool InstanceGathering::visitNodes(const Deadline& deadline) {
     while (!m_levels.empty()) {
         Level& level = m_levels.back();
@@ -101,20 +117,16 @@ bool InstanceGathering::visitNodes(const Deadline& deadline) {
     return true;
 }
 
-inline bool InstanceGathering::visitNode(Level& level, const SmartPointer<GameObjectDescriptor>& node) {
-    const bool isRoot = !findHierarchy(*node);
-    if (level.skipRoots && isRoot) {
-        return true;
+void InstanceGathering::setOverrideFlag(const Level& level, PrefabDescriptor& component) {
+    m_overrideFlags.push_back(
+        {SmartPointer<PrefabDescriptor>::share(&component), level.overrides && !level.overrides->empty()});
+    m_overrideFlags.back().set();
+}
+
+void InstanceGathering::setOverrideFlags() const {
+    for (const OverrideFlag& flag : m_overrideFlags) {
+        flag.set();
     }
-    PrefabDescriptor* const component = findPrefabDescriptor(*node);
-    if (component) {
-        component->setState(&PrefabComponent::Config::hasOverrides, level.overrides && !level.overrides->empty());
-    }
-    if (component && !isRoot) {
-        return visitIntegrationPoint(level, node, *component);
-    }
-    m_items.push_back({node, level.instanceUuid, level.overrides});
-    return true;
 }
 
 /// Appends the item of the merged node and goes down into the nested prefab. A point whose prefab can't be loaded or
@@ -137,8 +149,8 @@ bool InstanceGathering::visitIntegrationPoint(Level& level, const SmartPointer<G
         Report::error("Failed to instantiate prefab '%s'\n", reference->resource().c_str());
         return true;
     }
-    // The parent lives in the enclosing instance, so its UUID is made that of the live object: the merged node itself
-    // belongs to the nested instance.
+    // The parent belongs to the enclosing instance, but the merged node belongs to the nested one. Therefore set the
+    // UUID of the live parent.
     if (HierarchyDescriptor* const hierarchy = findHierarchy(*merged)) {
         GameObjectLink& parent = hierarchy->config().parent;
         parent.setUuid(level.nesting->liveParent(parent.uuid()));

@@ -17,10 +17,12 @@
 namespace Kiln::Tessel::detail {
 
 /// Lists the creation items of a prefab and of everything nested in it, in a depth-first walk that can pause after any
-/// node: the item of an integration point stands where the point stands, followed by the items of the nested prefab.
+/// node: the item of an integration point takes the point's position and is followed by the items of the nested prefab.
 /// Override records are combined on the way down, from the outer prefab to the inner one.
 ///
-/// Refers to the list of items and to the prefabs that enter() is given. Main thread: it writes to shared descriptors.
+/// Owner: the creation that gathers. It refers to the list of items and to the prefabs that enter() is given. Threads:
+/// the main thread; it writes to shared descriptors. Failure: reported in the log; the gathering is then of no further
+/// use.
 class InstanceGathering : NonCopyable {
 public:
     using Items = std::vector<GameObjectPrefab::GameObjectCreationItem>;
@@ -28,21 +30,25 @@ public:
     /// Items are appended to `items`.
     explicit InstanceGathering(Items& items);
 
-    /// Goes down into a prefab, whose nodes are visited next. `depth` is its level below the top prefab. False, with an
+    /// Descends into a prefab; its nodes are visited next. `depth` is its level below the top prefab. False, with an
     /// error in the log, beyond the depth limit.
     [[nodiscard]] bool enter(const GameObjectPrefab& prefab, const Uuid& instanceUuid,
                              SmartPointer<OverrideRecords> overrides, bool skipRoots, int depth);
 
     [[nodiscard]] bool isFinished() const noexcept { return m_levels.empty(); }
 
-    /// Visits nodes until there are none left or the deadline has passed; one node at least. False when the instance
-    /// can't be gathered: a nested prefab lies beyond the depth limit.
+    /// Visits nodes until there are none left or the deadline has passed, but visits at least one node. False when the
+    /// instance can't be gathered: a nested prefab lies beyond the depth limit.
     [[nodiscard]] bool visitNodes(const Deadline& deadline);
+
+    /// Sets PrefabComponent::Config::hasOverrides of the shared descriptors once more, as the nodes that were visited
+    /// set it: other creations may have set it since.
+    void setOverrideFlags() const;
 
 private:
     using PrefabDescriptor = ComponentDescriptor<PrefabComponent>;
 
-    /// What the integration points of one prefab share; made for the first of them.
+    /// State shared by the integration points of one prefab; created for the first of them.
     struct Nesting {
         explicit Nesting(const Uuid& instanceUuid) : enclosingInstance(instanceUuid) {}
 
@@ -59,7 +65,7 @@ private:
         NestedPrefab lastNested;
     };
 
-    /// A prefab that the walk is in.
+    /// A prefab that the walk has entered and not finished.
     struct Level {
         const GameObjectPrefab* prefab;
         std::size_t nextNode;
@@ -70,12 +76,22 @@ private:
         std::optional<Nesting> nesting;
     };
 
+    /// The value that a node has set in a shared descriptor.
+    struct OverrideFlag {
+        SmartPointer<PrefabDescriptor> component;
+        bool hasOverrides;
+
+        void set() const { component->setState(&PrefabComponent::Config::hasOverrides, hasOverrides); }
+    };
+
+    void setOverrideFlag(const Level& level, PrefabDescriptor& component);
     [[nodiscard]] bool visitNode(Level& level, const SmartPointer<GameObjectDescriptor>& node);
     [[nodiscard]] bool visitIntegrationPoint(Level& level, const SmartPointer<GameObjectDescriptor>& node,
                                              PrefabDescriptor& component);
 
     Items& m_items;
     std::vector<Level> m_levels; ///< From the top prefab to the one whose nodes are visited.
+    std::vector<OverrideFlag> m_overrideFlags;
 };
 
 } // namespace Kiln::Tessel::detail

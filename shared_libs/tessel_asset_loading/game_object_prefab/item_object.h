@@ -12,6 +12,7 @@ struct ItemObject {
     GameObject* entry = nullptr; ///< The value of `uuid` in the map of UUIDs; set for large instances only.
     bool isRoot = false;         ///< Its descriptor has no parent.
     bool isNestedRoot = false;   ///< It stands for the root of a nested prefab.
+    bool isExternal = false;     ///< It was taken from the caller's map.
 };
 
 } // namespace Kiln::Tessel::detail

@@ -6,19 +6,19 @@
 #include <cstddef>
 #include <span>
 
-/// What is done differently for large instances: the map of their UUIDs does not fit into the processor's nearest
+/// Special handling of large instances: the map of their UUIDs does not fit into the processor's nearest
 /// caches, so most of the time of a lookup is spent waiting for memory. Their UUIDs are entered in advance and in
 /// groups, so that the waiting times of a group overlap.
 namespace Kiln::Tessel::detail::LargeUuidMap {
 
-/// Number of objects from which an instance is large.
+/// An instance is large if it has at least this number of objects.
 inline constexpr std::size_t MIN_OBJECTS = 4096;
 
-/// Number of UUIDs to be entered together: more than the requests to memory that a processor has under way.
+/// Number of UUIDs added together: more than the number of memory requests that a processor has in flight.
 inline constexpr std::size_t GROUP_SIZE = 32;
 
-/// Enters the UUIDs of at most GROUP_SIZE objects in a map and notes the entries. False when a UUID is in the map
-/// already.
+/// Adds the UUIDs of at most GROUP_SIZE objects to a map and stores pointers to the new entries. False when a UUID is
+/// already in the map.
 [[nodiscard]] bool enterGroup(UuidMap& map, std::span<ItemObject> group);
 
 } // namespace Kiln::Tessel::detail::LargeUuidMap

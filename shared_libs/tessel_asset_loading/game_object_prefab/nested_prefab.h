@@ -12,7 +12,7 @@ class GameObjectPrefab;
 
 namespace Kiln::Tessel::detail {
 
-/// A prefab that another one nests. It keeps the document alive, also when the cache drops it.
+/// A prefab nested in another one. Keeps the document alive even if the cache drops it.
 class NestedPrefab {
 public:
     NestedPrefab() = default;
@@ -27,8 +27,8 @@ private:
     SmartPointer<SafeReferenceCount> m_owner;
 };
 
-/// The prefab of a resource path, from the prefab service: parsed now unless it is cached. Any thread. Documents reach
-/// the service through this function alone; the service's folder defines it.
+/// The prefab of a resource path, from the prefab service: parsed now unless it is cached. Any thread. This is the only
+/// call from the document to the service; it is defined in prefab_component/service/.
 [[nodiscard]] NestedPrefab loadNestedPrefab(const std::string& resource);
 
 } // namespace Kiln::Tessel::detail

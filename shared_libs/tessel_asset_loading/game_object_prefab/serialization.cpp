@@ -35,7 +35,8 @@ template <class Fetch>
     }
 }
 
-/// Reports a problem to the handler, after its context, or without a handler to the log, after `logPrefix`.
+/// Reports a problem to the handler, prefixed with its context, or to the log, prefixed with `logPrefix`, if there is
+/// none.
 void report(const DeseriralizeErrorHandler* handler, const char* logPrefix, const std::string& text) {
     if (handler) {
         handler->callback(formatText("%s. %s", handler->context.c_str(), text.c_str()));

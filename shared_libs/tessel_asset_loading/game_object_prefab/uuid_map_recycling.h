@@ -10,14 +10,14 @@
 
 namespace Kiln::Tessel::detail {
 
-/// Keeps the nodes of UUID maps that are no longer needed for the maps of later creations, so that most nodes are
-/// neither allocated nor freed. Main thread.
+/// Keeps the nodes of discarded UUID maps and reuses them in later creations, so that most nodes are neither allocated
+/// nor freed. Main thread.
 class SpareNodes : NonCopyable {
 public:
     /// Never destroyed: components may create objects as late as in the destructors of the last world.
     [[nodiscard]] static SpareNodes& instance();
 
-    /// UuidMap::try_emplace.
+    /// Like UuidMap::try_emplace.
     std::pair<UuidMap::iterator, bool> emplace(UuidMap& map, const Uuid& uuid, GameObject object);
 
     /// Takes nodes out of a map until MAX_COUNT are kept, and empties the map.

@@ -37,7 +37,7 @@ Uuid GameObjectPrefab::generateNewInstanceUuid(std::vector<GameObjectCreationIte
         }
         const Uuid oldKey = Uuid::combine(oldInstanceUuid, item.descriptor->uuid());
         const Uuid newKey = Uuid::combine(newInstanceUuid, item.descriptor->uuid());
-        // Without an entry the item has no object yet, or its entry has been moved already: only its instance changes.
+        // If there is no entry, the item has no object yet or its entry was already moved; only its instance changes.
         if (auto entry = objects.extract(oldKey)) {
             entry.key() = newKey;
             objects.insert(std::move(entry));

@@ -9,10 +9,10 @@
 
 namespace Kiln::Tessel::Loading {
 
-/// Carries a caller's plain functions, parent and placement to the service.
+/// Passes a caller's functions, parent and transform to the service.
 class KILN_TESSEL_ASSET_LOADING_EXPORT LoadedCallbackImpl final : public IObjectLoadedCallback {
 public:
-    /// Functions may be empty, `parent` invalid.
+    /// The functions may be empty, and `parent` may be invalid.
     LoadedCallbackImpl(LoadedFunction callback, HierarchyLoadedFunction hierarchyCallback, GameObject parent,
                        const std::optional<Matrix>& transform);
     ~LoadedCallbackImpl() override;

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <string>
 
-/// The module's way to the engine log, and the messages that several sources share. A message that one source alone
-/// reports stands there.
+/// Writes the module's messages to the engine log, and defines the messages that several sources report. A message that
+/// only one source reports is written in that source.
 namespace Kiln::Tessel::detail::Report {
 
 /// Logs at error or warning severity by the rules of printf, with an empty category.

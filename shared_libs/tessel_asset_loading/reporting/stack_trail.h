@@ -7,7 +7,7 @@
 #include <cstddef>
 
 /// The names under which the module's operations enter the stack tracker: the qualified name of the operation and the
-/// source path of its part of the module. The trail keeps texts by pointer, so the names are put together at compile
+/// source path of its part of the module. The trail keeps texts by pointer, so the names are concatenated at compile
 /// time.
 namespace Kiln::Tessel::detail {
 
@@ -29,7 +29,8 @@ inline constexpr auto QUALIFIED_NAME = [] {
     return name;
 }();
 
-/// Brackets the rest of a scope as an operation of GameObjectPrefab. The line is given, since it is part of the name.
+/// Brackets the rest of a scope as an operation of GameObjectPrefab. The caller passes the line, because the recorded
+/// name has a fixed line.
 template <Literal OPERATION>
 class GameObjectPrefabScope : StackTrackerScope {
 public:

@@ -29,8 +29,8 @@ namespace Kiln::Tessel {
 template <class T>
 class BlockPool : NonCopyable {
 public:
-    /// A count of 0 is treated as 1; more than ElemStates::MAX_SIZE throw std::length_error. With an owner, the block
-    /// has the index `blockIndex` in it.
+    /// A count of 0 is treated as 1; a count above ElemStates::MAX_SIZE throws std::length_error. If there is an owner,
+    /// `blockIndex` is the block's index in it.
     explicit BlockPool(std::size_t elementsCount, PoolDirectory* owner = nullptr, std::size_t blockIndex = 0)
         : m_buffer(std::make_unique<Slot[]>(std::max<std::size_t>(elementsCount, 1))),
           m_elementStates(std::max<std::size_t>(elementsCount, 1)),
@@ -69,7 +69,7 @@ public:
     }
 
     /// Destroys an object, INACTIVE or ACTIVE, and makes its element the next to be allocated. An ACTIVE one is
-    /// deactivated first, at once even in the deferred mode. Freeing an element that is free reports an assertion.
+    /// deactivated first, immediately even in the deferred mode. Freeing an element that is free reports an assertion.
     void deallocate(T* element) {
         if (!checkElement(element)) {
             return;
@@ -123,7 +123,7 @@ public:
         deactivateNow(linkTo(element));
     }
 
-    /// Starts the deferred mode: elements stay ACTIVE, and the allocated chain keeps them, until the mode ends. Does
+    /// Starts the deferred mode: elements stay ACTIVE and in the allocated chain until the mode ends. Does
     /// not nest: within the mode it has no effect.
     void beginDeferredDeactivation() {
         m_deferred.prepare(m_elementStates.size());
@@ -141,7 +141,7 @@ public:
     /// True when every element is FREE.
     [[nodiscard]] bool empty() const noexcept { return m_allocatedCount == 0; }
 
-    /// True when `element` is the address of an element of this block, in whatever state.
+    /// True when `element` is the address of an element of this block, in any state.
     [[nodiscard]] bool isBufferPtr(const T* element) const noexcept {
         // The offset of an address before the buffer wraps round to a value far beyond its size.
         const std::uintptr_t offset = offsetOf(element);
@@ -175,7 +175,7 @@ public:
 
     /// Calls `function(T&)` for the ACTIVE elements in chain order. It may deactivate and free the element that it is
     /// called for, but must not free others, and may deactivate others only in the deferred mode. Elements that are
-    /// activated meanwhile may be left out.
+    /// activated during the iteration may be skipped.
     template <class Function>
     void forEachActive(Function&& function) {
         for (std::int64_t index = m_firstAllocated; index != ElemState::NO_ELEMENT;) {

@@ -4,7 +4,7 @@
 
 namespace Kiln::Tessel {
 
-/// Is notified when elements of a pool are activated and deactivated.
+/// Notified when elements of a pool are activated and deactivated.
 ///
 /// Owner: the caller of setListener(); the listener must outlive the pool or be removed first. It is called on the
 /// thread that uses the pool, must not throw, and may use the pool: create, activate, deactivate and free elements.

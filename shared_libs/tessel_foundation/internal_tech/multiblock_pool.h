@@ -35,7 +35,7 @@ public:
         : m_elementsPerBlock(std::max<std::size_t>(elementsPerBlock, 1)) {}
 
     /// Creates an INACTIVE object in the first block, in list order, that has room, or in a new block if none has.
-    /// Exceptions of the constructor are passed on; the pool is then unchanged except for a block that may have been
+    /// Exceptions of the constructor are propagated; the pool is then unchanged except for a block that may have been
     /// added.
     template <class... Args>
     T* createData(Args&&... args) {

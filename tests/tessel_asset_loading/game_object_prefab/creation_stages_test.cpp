@@ -43,7 +43,7 @@ protected:
         inner.root(id(11), "Inner root").child(id(12), "Inner child", id(11));
         cachePrefab("inner.prefab", inner);
         PrefabBuilder outer;
-        outer.root(id(1), "Root").nested(id(2), "Point", id(1), "inner.prefab").child(id(3), "Last", id(1));
+        outer.root(id(1), "Root").nested(id(2), "Point", id(1), "inner.prefab").child(id(3), "Last", id(2));
         prefab = outer.build();
     }
 
@@ -147,7 +147,7 @@ TEST_F(CreationStages, creatingComponents_completesTheObjects) {
     EXPECT_THAT(namesOf(manager(), created), ElementsAre("Root", "Point", "Inner child", "Last"));
     EXPECT_EQ(parentOf("Point"), "Root");
     EXPECT_EQ(parentOf("Inner child"), "Point");
-    EXPECT_EQ(parentOf("Last"), "Root");
+    EXPECT_EQ(parentOf("Last"), "Point"); // It names the integration point.
     EXPECT_THAT(logged(), IsEmpty());
 }
 

@@ -199,6 +199,42 @@ TEST_F(InstanceCreationTest, rollBack_afterSuccess_removesTheInstance) {
     EXPECT_EQ(manager().gameObjectsCount(), 0U);
 }
 
+TEST_F(InstanceCreationTest, rollBack_removesTheEntriesFromTheMap) {
+    const GameObjectPrefab prefab = house().build();
+    const Uuid own(9, 9);
+    config.uuidMap[own] = manager().createGameObject();
+    InstanceCreation creation(prefab, config);
+    while (creation.stage() != Stage::CREATING_COMPONENTS) {
+        creation.step(passed());
+    }
+    EXPECT_THAT(config.uuidMap, SizeIs(6));
+    creation.rollBack();
+    EXPECT_THAT(config.uuidMap, SizeIs(1));
+    EXPECT_TRUE(config.uuidMap.contains(own));
+}
+
+TEST_F(InstanceCreationTest, rollBack_keepsObjectsOfTheCaller) {
+    const GameObjectPrefab prefab = house().build();
+    const GameObject own = manager().createGameObject();
+    config.uuidMap[Uuid::combine(INSTANCE, id(2))] = own;
+    InstanceCreation creation(prefab, config);
+    while (creation.stage() != Stage::CREATING_COMPONENTS) {
+        creation.step(passed());
+    }
+    creation.rollBack();
+    EXPECT_TRUE(manager().isGameObjectValid(own));
+    EXPECT_EQ(manager().gameObjectsCount(), 1U);
+    EXPECT_EQ(config.uuidMap.at(Uuid::combine(INSTANCE, id(2))), own);
+}
+
+TEST_F(InstanceCreationTest, takeObjects_twice_yieldsNoObjects) {
+    const GameObjectPrefab prefab = house().build();
+    InstanceCreation creation(prefab, config);
+    creation.step(Deadline());
+    EXPECT_THAT(creation.takeObjects(), SizeIs(5));
+    EXPECT_THAT(creation.takeObjects(), IsFailure());
+}
+
 TEST_F(InstanceCreationTest, takenObjects_areNotRolledBack) {
     const GameObjectPrefab prefab = house().build();
     {
@@ -249,6 +285,42 @@ TEST_F(InstanceCreationTest, componentThatThrows_leavesNoObject) {
     HookComponent::onConstruct = [](const HookComponent::Config&) { throw std::runtime_error("faulty"); };
     EXPECT_THROW(create(prefab), std::runtime_error);
     EXPECT_EQ(manager().gameObjectsCount(), 0U);
+    EXPECT_THAT(config.uuidMap, IsEmpty());
+}
+
+TEST_F(InstanceCreationTest, componentThatThrowsOnce_canBeCreatedWithTheSameMapAfterwards) {
+    const GameObjectPrefab prefab = house().child(id(5), "Faulty", id(1)).with<HookComponent>({"faulty"}).build();
+    HookComponent::onConstruct = [](const HookComponent::Config&) { throw std::runtime_error("faulty"); };
+    EXPECT_THROW(create(prefab), std::runtime_error);
+    HookComponent::clearHooks();
+    EXPECT_THAT(namesOf(manager(), create(prefab)), ElementsAre("House", "Door", "Room", "Lamp", "Chair", "Faulty"));
+}
+
+TEST_F(InstanceCreationTest, stepAfterAnException_staysFailed) {
+    const GameObjectPrefab prefab = house().child(id(5), "Faulty", id(1)).with<HookComponent>({"faulty"}).build();
+    HookComponent::onConstruct = [](const HookComponent::Config&) { throw std::runtime_error("faulty"); };
+    InstanceCreation creation(prefab, config);
+    EXPECT_THROW(creation.step(Deadline()), std::runtime_error);
+    EXPECT_EQ(creation.step(Deadline()), Stage::FAILED);
+    EXPECT_EQ(manager().gameObjectsCount(), 0U);
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(InstanceCreationTest, componentThatCreatesAnotherInstance_keepsItsOverrides) {
+    const GameObjectPrefab prefab = PrefabBuilder().root(id(1), "Root").with<HookComponent>({"stored"}).build();
+    setOverrides(OverridesText().record(id(1), "HookComponent", element("tag", "overridden")));
+    std::vector<std::string> tags;
+    bool isNested = false;
+    HookComponent::onConstruct = [&](const HookComponent::Config& hook) {
+        if (!isNested) {
+            isNested = true;
+            GameObjectPrefab::CreateConfig inner = makeConfig({7, 7});
+            EXPECT_THAT(prefab.createGameObjects(inner), SizeIs(1));
+        }
+        tags.push_back(hook.tag);
+    };
+    create(prefab);
+    EXPECT_THAT(tags, ElementsAre("stored", "overridden"));
 }
 
 TEST_F(InstanceCreationTest, linkToAnIntegrationPoint_isResolvedInASteppedCreation) {
@@ -256,6 +328,24 @@ TEST_F(InstanceCreationTest, linkToAnIntegrationPoint_isResolvedInASteppedCreati
     InstanceCreation creation(prefab, config);
     runInSteps(creation);
     EXPECT_EQ(parentOf("Chair"), "Room");
+}
+
+TEST_F(InstanceCreationTest, creationThatPauses_keepsItsOverrideFlags) {
+    const GameObjectPrefab prefab = house().build();
+    setOverrides(OverridesText().record(id(2), "TagComponent", element("tag", "overridden")));
+    GameObjectPrefab::CreateConfig plain = makeConfig({7, 7});
+    InstanceCreation withOverrides(prefab, config);
+    while (withOverrides.stage() != Stage::CREATING_COMPONENTS) {
+        withOverrides.step(passed());
+    }
+    InstanceCreation withoutOverrides(prefab, plain);
+    withoutOverrides.step(Deadline());
+    withOverrides.step(Deadline());
+    const auto hasOverrides = [this](InstanceCreation& creation) {
+        return find<Tessel::PrefabComponent>(creation.takeObjects()[2])->hasOverrides();
+    };
+    EXPECT_TRUE(hasOverrides(withOverrides));
+    EXPECT_FALSE(hasOverrides(withoutOverrides));
 }
 
 TEST_F(InstanceCreationTest, twoCreationsInTurns_keepToTheirOwnObjects) {

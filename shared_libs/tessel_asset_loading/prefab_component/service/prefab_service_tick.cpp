@@ -17,7 +17,7 @@ namespace Kiln::Tessel {
 
 namespace {
 
-/// Marks the run of a tick or postTick, also when an exception ends it.
+/// Sets the flag while tick or postTick runs; also clears it when an exception is thrown.
 class TickingScope : NonCopyable {
 public:
     explicit TickingScope(bool& isTicking) : m_isTicking(isTicking) { m_isTicking = true; }
@@ -36,9 +36,10 @@ void removeBySwap(std::vector<Element>& elements, std::size_t index) {
     elements.pop_back();
 }
 
-/// Lets the listener, if there is one that wants to, process the new instance.
-[[nodiscard]] bool isAcceptedBy(ICreationListener* listener, const GameObjectPrefab& prefab,
-                                GameObjectPrefab::CreateConfig& config) {
+/// Passes the new instance to the listener if it accepts the prefab. Returns false if the listener refuses the
+/// instance.
+[[nodiscard]] bool offerTo(ICreationListener* listener, const GameObjectPrefab& prefab,
+                           GameObjectPrefab::CreateConfig& config) {
     return !listener || !listener->acceptsPrefab(prefab) ||
            listener->processInstance(config.worldId, {config.instanceUuid, std::move(config.uuidMap)});
 }
@@ -51,8 +52,26 @@ void stampRoot(GameObjectManager& manager, GameObject root, const Uuid& instance
     }
 }
 
-/// Creates the instance of a loader and offers it to the creation listener. The root; the invalid object when the
-/// creation failed or the listener refused the instance.
+/// Removes a new root at the end of its scope unless it is released: the loader of an instance that is refused, or for
+/// which a callback throws, stays queued and makes another one.
+class RootGuard : NonCopyable {
+public:
+    explicit RootGuard(GameObject root) : m_root(root) {}
+    ~RootGuard() {
+        try {
+            removeGameObject(m_root);
+        } catch (...) { // NOLINT(bugprone-empty-catch): nothing is left to be done about a component that throws now.
+        }
+    }
+
+    void release() { m_root = GameObject::INVALID_GAME_OBJECT; }
+
+private:
+    GameObject m_root;
+};
+
+/// Creates the instance of a loader and offers it to the creation listener. Returns the root, or the invalid object
+/// when the creation failed or the listener refused the instance.
 [[nodiscard]] GameObject createInstance(const GameObjectPrefab& prefab, const GameObjectLoader& loader) {
     // Read the listener first: components may replace it during the creation.
     ICreationListener* const listener = EntryPoint::instance().getService<ComponentLibrary>()->creationListener();
@@ -60,10 +79,11 @@ void stampRoot(GameObjectManager& manager, GameObject root, const Uuid& instance
                                           std::unordered_map<Uuid, GameObject>(8)};
     const detail::UuidMapDisposal disposal(config.uuidMap);
     const GameObject root = prefab.createGameObjects(config).front();
-    if (!root.isInvalid() && !isAcceptedBy(listener, prefab, config)) {
-        removeGameObject(root);
+    RootGuard guard(root);
+    if (root.isInvalid() || !offerTo(listener, prefab, config)) {
         return GameObject::INVALID_GAME_OBJECT;
     }
+    guard.release();
     return root;
 }
 
@@ -72,16 +92,10 @@ void stampRoot(GameObjectManager& manager, GameObject root, const Uuid& instance
     return loader.descriptor->prefab && EntryPoint::instance().isWorldValid(loader.worldId);
 }
 
-/// Activates the root when the callback agrees. The callback may do anything, even destroy the root's world. When it
-/// throws, the root is removed, since the loader stays queued and makes another one.
+/// Activates the root when the callback agrees. The callback may do anything, even destroy the root's world.
 void offerActivation(IObjectLoadedCallback& callback, GameObject root, GameObjectManager& manager) {
-    try {
-        if (!callback.onPreactivate(root, manager)) {
-            return;
-        }
-    } catch (...) {
-        removeGameObject(root);
-        throw;
+    if (!callback.onPreactivate(root, manager)) {
+        return;
     }
     if (GameObjectManager* const remaining = getGameObjectManager(root)) {
         remaining->activateGameObject(root);
@@ -103,7 +117,8 @@ void PrefabService::tick() {
 }
 
 void PrefabService::createLoadedObjects() {
-    // Backwards: the loader that moves to a free index has been visited already, or a callback has queued it just now.
+    // Backwards: the loader that is moved to the freed index has already been visited, or a callback has just queued
+    // it.
     for (std::size_t index = m_loadingQueue.size(); index-- > 0;) {
         if (!isReady(m_loadingQueue[index])) {
             continue;
@@ -146,15 +161,16 @@ GameObject PrefabService::createFromLoader(const GameObjectLoader& loader) {
     if (!manager) { // Nothing was created, or the listener destroyed the world.
         return GameObject::INVALID_GAME_OBJECT;
     }
+    RootGuard guard(root);
     stampRoot(*manager, root, loader.uuid);
     const SmartPointer<GameObjectDescriptor> firstNode = prefab.getGameObject(0);
     if (!firstNode) {
-        removeGameObject(root);
         return GameObject::INVALID_GAME_OBJECT;
     }
     if (loader.callback && manager->isGameObjectValid(root) && !firstNode->isInactiveByDefault()) {
         offerActivation(*loader.callback, root, *manager);
     }
+    guard.release();
     return root;
 }
 

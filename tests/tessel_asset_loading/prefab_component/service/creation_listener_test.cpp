@@ -1,5 +1,6 @@
 #include <tessel_asset_loading/support/service_fixture.h>
 
+#include <stdexcept>
 #include <unordered_map>
 
 namespace Kiln::TestSupport {
@@ -51,6 +52,17 @@ protected:
 
     TestListener listener;
 };
+
+TEST_F(CreationListener, throwingOnce_leavesNoInstanceAndTheLoadIsRepeated) {
+    load("lamp.prefab", id(100), makeCallback("lamp"));
+    listener.atProcess = [] { throw std::runtime_error("refused"); };
+    EXPECT_THROW(tick(), std::runtime_error);
+    EXPECT_EQ(manager().gameObjectsCount(), 0U);
+
+    listener.atProcess = nullptr;
+    tick();
+    EXPECT_EQ(manager().gameObjectsCount(), 2U);
+}
 
 TEST_F(CreationListener, notAccepting_isNotGivenTheInstance) {
     listener.isAccepting = false;
