@@ -2,7 +2,7 @@
 
 #include <object_framework/entry_point.h>
 #include <object_framework/world.h>
-#include <tessel_asset_loading/game_object_prefab/large_uuid_map.h>
+#include <tessel_asset_loading/game_object_prefab/large_instance.h>
 #include <tessel_asset_loading/game_object_prefab/uuid_map_recycling.h>
 #include <tessel_asset_loading/reporting/messages.h>
 #include <tessel_asset_loading/reporting/stack_trail.h>
@@ -44,14 +44,14 @@ InstanceCreation::Stage InstanceCreation::step(const Deadline& deadline) {
         fail();
     }
     if (m_stage == Stage::CREATING_COMPONENTS) {
-        m_gathering.setOverrideFlags();
+        restoreOverrideFlags();
     }
     try {
-        while (!isFinished()) {
+        do {
             work(deadline);
-            if (deadline.hasPassed()) {
-                break;
-            }
+        } while (!isFinished() && !deadline.hasPassed());
+        if (!isFinished()) {
+            saveOverrideFlags();
         }
     } catch (...) {
         rollBack();
@@ -158,6 +158,20 @@ bool InstanceCreation::forEachItem(const Deadline& deadline, const Unit& unit) {
     return m_nextItem == m_items.size();
 }
 
+void InstanceCreation::saveOverrideFlags() {
+    for (; m_savedItemsCount < m_items.size(); ++m_savedItemsCount) {
+        if (auto* const component = findPrefabDescriptor(*m_items[m_savedItemsCount].descriptor)) {
+            m_overrideFlags.push_back({component, component->prefabProperties().hasOverrides});
+        }
+    }
+}
+
+void InstanceCreation::restoreOverrideFlags() const {
+    for (const OverrideFlag& flag : m_overrideFlags) {
+        flag.component->setState(&PrefabComponent::Config::hasOverrides, flag.hasOverrides);
+    }
+}
+
 void InstanceCreation::gather(const Deadline& deadline) {
     if (!m_gathering.visitNodes(deadline)) {
         fail();
@@ -186,7 +200,7 @@ void InstanceCreation::deriveUuids(const Deadline& deadline) {
         return true;
     });
     if (isComplete) {
-        const bool isLarge = m_items.size() >= LargeUuidMap::MIN_OBJECTS && m_uuidMap.empty();
+        const bool isLarge = m_items.size() >= LargeInstance::MIN_OBJECTS && m_uuidMap.empty();
         enterStage(isLarge ? Stage::ENTERING_UUIDS : Stage::CREATING_OBJECTS);
     }
 }
@@ -194,8 +208,8 @@ void InstanceCreation::deriveUuids(const Deadline& deadline) {
 void InstanceCreation::enterUuids(const Deadline& deadline) {
     m_areUuidsEntered = true;
     while (m_nextItem < m_itemObjects.size()) {
-        const std::size_t count = std::min(LargeUuidMap::GROUP_SIZE, m_itemObjects.size() - m_nextItem);
-        if (!LargeUuidMap::enterGroup(m_usedUuids, std::span(m_itemObjects).subspan(m_nextItem, count))) {
+        const std::size_t count = std::min(LargeInstance::GROUP_SIZE, m_itemObjects.size() - m_nextItem);
+        if (!LargeInstance::enterGroup(m_usedUuids, std::span(m_itemObjects).subspan(m_nextItem, count))) {
             // Start over without groups: adding the UUIDs one by one finds the conflict at the item that must report
             // it.
             m_usedUuids = UuidMap(8);
@@ -329,6 +343,12 @@ inline void InstanceCreation::createComponents(std::size_t index) {
         m_objectCreation->enterInstance(item.instanceUuid);
         // The first object of an instance is usually the parent of the next one.
         m_objectCreation->documentTarget().note(item.descriptor->uuid(), object);
+    }
+    if (m_items.size() >= LargeInstance::MIN_OBJECTS) {
+        const std::size_t parent = m_parentGuess.find(m_items, index);
+        if (parent != LargeInstance::ParentGuess::NONE) {
+            m_objectCreation->documentTarget().note(m_items[parent].descriptor->uuid(), m_itemObjects[parent].object);
+        }
     }
     item.descriptor->createComponents(*m_objectCreation, object, itemObject.uuid, overrides);
     item.descriptor->updateStateFlags(*m_world, object);

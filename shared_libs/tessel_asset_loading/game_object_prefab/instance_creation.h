@@ -9,6 +9,7 @@
 #include <tessel_asset_loading/game_object_prefab/deadline.h>
 #include <tessel_asset_loading/game_object_prefab/instance_gathering.h>
 #include <tessel_asset_loading/game_object_prefab/item_object.h>
+#include <tessel_asset_loading/game_object_prefab/large_instance.h>
 #include <tessel_asset_loading/game_object_prefab/nested_root_index.h>
 
 #include <cstddef>
@@ -97,6 +98,12 @@ private:
     void createObjects(const Deadline& deadline);
     void createComponents(const Deadline& deadline);
     void enterStage(Stage stage) noexcept;
+
+    // Gathering sets PrefabComponent::Config::hasOverrides in shared descriptors. While this creation pauses, others
+    // may set it, too: the values are saved before a pause and set again before components are created.
+    void saveOverrideFlags();
+    void restoreOverrideFlags() const;
+
     void fail();
     void failInstancing();
 
@@ -163,6 +170,15 @@ private:
 
     std::optional<ObjectCreation> m_objectCreation; ///< Empty while components are not created, and without a world.
     NestedRoots m_nestedRoots{*this};
+
+    struct OverrideFlag {
+        ComponentDescriptor<PrefabComponent>* component; ///< Of an item.
+        bool hasOverrides;
+    };
+    std::vector<OverrideFlag> m_overrideFlags; ///< In the order of the items.
+    std::size_t m_savedItemsCount = 0;         ///< Number of items whose flags are saved.
+
+    LargeInstance::ParentGuess m_parentGuess;
 };
 
 } // namespace Kiln::Tessel::detail

@@ -68,10 +68,6 @@ private:
 
 } // namespace
 
-InstanceGathering::InstanceGathering(Items& items) : m_items(items) {
-    m_levels.reserve(GameObjectPrefab::MAX_NESTING_DEPTH + 1);
-}
-
 bool InstanceGathering::enter(const GameObjectPrefab& prefab, const Uuid& instanceUuid,
                               SmartPointer<OverrideRecords> overrides, bool skipRoots, int depth) {
     if (depth > GameObjectPrefab::MAX_NESTING_DEPTH) {
@@ -79,7 +75,7 @@ bool InstanceGathering::enter(const GameObjectPrefab& prefab, const Uuid& instan
         return false;
     }
     if (!prefab.isEmpty()) {
-        m_levels.push_back({&prefab, 0, instanceUuid, std::move(overrides), skipRoots, depth, std::nullopt});
+        m_levels.push_back({&prefab, 0, instanceUuid, std::move(overrides), skipRoots, depth, nullptr});
     }
     return true;
 }
@@ -91,7 +87,7 @@ inline bool InstanceGathering::visitNode(Level& level, const SmartPointer<GameOb
     }
     PrefabDescriptor* const component = findPrefabDescriptor(*node);
     if (component) {
-        setOverrideFlag(level, *component);
+        component->setState(&PrefabComponent::Config::hasOverrides, level.overrides && !level.overrides->empty());
         if (!isRoot) {
             return visitIntegrationPoint(level, node, *component);
         }
@@ -117,18 +113,6 @@ bool InstanceGathering::visitNodes(const Deadline& deadline) {
     return true;
 }
 
-void InstanceGathering::setOverrideFlag(const Level& level, PrefabDescriptor& component) {
-    m_overrideFlags.push_back(
-        {SmartPointer<PrefabDescriptor>::share(&component), level.overrides && !level.overrides->empty()});
-    m_overrideFlags.back().set();
-}
-
-void InstanceGathering::setOverrideFlags() const {
-    for (const OverrideFlag& flag : m_overrideFlags) {
-        flag.set();
-    }
-}
-
 /// Appends the item of the merged node and goes down into the nested prefab. A point whose prefab can't be loaded or
 /// has no root is left out.
 bool InstanceGathering::visitIntegrationPoint(Level& level, const SmartPointer<GameObjectDescriptor>& node,
@@ -137,7 +121,7 @@ bool InstanceGathering::visitIntegrationPoint(Level& level, const SmartPointer<G
         level.overrides ? level.overrides->getComponentRecord(node->uuid(), component.name()) : nullptr;
     std::optional<NestedReference> reference(std::in_place, component, outer);
     if (!level.nesting) {
-        level.nesting.emplace(level.instanceUuid);
+        level.nesting = std::make_unique<Nesting>(level.instanceUuid);
     }
     const Uuid nestedInstanceUuid = level.nesting->enclosingInstance(node->uuid());
     const GameObjectPrefab* const nested = level.nesting->load(reference->resource());

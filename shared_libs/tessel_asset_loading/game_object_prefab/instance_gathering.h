@@ -10,6 +10,7 @@
 #include <tessel_asset_loading/prefab_component.h>
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,7 +29,7 @@ public:
     using Items = std::vector<GameObjectPrefab::GameObjectCreationItem>;
 
     /// Items are appended to `items`.
-    explicit InstanceGathering(Items& items);
+    explicit InstanceGathering(Items& items) noexcept : m_items(items) {}
 
     /// Descends into a prefab; its nodes are visited next. `depth` is its level below the top prefab. False, with an
     /// error in the log, beyond the depth limit.
@@ -40,10 +41,6 @@ public:
     /// Visits nodes until there are none left or the deadline has passed, but visits at least one node. False when the
     /// instance can't be gathered: a nested prefab lies beyond the depth limit.
     [[nodiscard]] bool visitNodes(const Deadline& deadline);
-
-    /// Sets PrefabComponent::Config::hasOverrides of the shared descriptors once more, as the nodes that were visited
-    /// set it: other creations may have set it since.
-    void setOverrideFlags() const;
 
 private:
     using PrefabDescriptor = ComponentDescriptor<PrefabComponent>;
@@ -73,25 +70,15 @@ private:
         SmartPointer<OverrideRecords> overrides; ///< In force for the instance; may be null.
         bool skipRoots;
         int depth;
-        std::optional<Nesting> nesting;
+        std::unique_ptr<Nesting> nesting; ///< Null before the first integration point.
     };
 
-    /// The value that a node has set in a shared descriptor.
-    struct OverrideFlag {
-        SmartPointer<PrefabDescriptor> component;
-        bool hasOverrides;
-
-        void set() const { component->setState(&PrefabComponent::Config::hasOverrides, hasOverrides); }
-    };
-
-    void setOverrideFlag(const Level& level, PrefabDescriptor& component);
     [[nodiscard]] bool visitNode(Level& level, const SmartPointer<GameObjectDescriptor>& node);
     [[nodiscard]] bool visitIntegrationPoint(Level& level, const SmartPointer<GameObjectDescriptor>& node,
                                              PrefabDescriptor& component);
 
     Items& m_items;
     std::vector<Level> m_levels; ///< From the top prefab to the one whose nodes are visited.
-    std::vector<OverrideFlag> m_overrideFlags;
 };
 
 } // namespace Kiln::Tessel::detail

@@ -1,8 +1,8 @@
-#include <tessel_asset_loading/game_object_prefab/large_uuid_map.h>
+#include <tessel_asset_loading/game_object_prefab/large_instance.h>
 
 #include <array>
 
-namespace Kiln::Tessel::detail::LargeUuidMap {
+namespace Kiln::Tessel::detail::LargeInstance {
 
 bool enterGroup(UuidMap& map, std::span<ItemObject> group) {
     // Each loop takes one step of the lookup for the whole group, so that the processor waits for all of them at once.
@@ -27,4 +27,4 @@ bool enterGroup(UuidMap& map, std::span<ItemObject> group) {
     return true;
 }
 
-} // namespace Kiln::Tessel::detail::LargeUuidMap
+} // namespace Kiln::Tessel::detail::LargeInstance
