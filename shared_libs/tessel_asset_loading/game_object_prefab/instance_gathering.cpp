@@ -24,9 +24,9 @@ public:
     NestedReference(PrefabDescriptor& component, const ComponentOverrideRecords* outer)
         : m_restoring{component}, m_records(OverrideRecords::create(component.prefabProperties().overridesData)) {
         component.setupOverrides(outer);
-        const SmartPointer<OverrideRecords> after = OverrideRecords::create(config().overridesData);
+        SmartPointer<OverrideRecords> after = OverrideRecords::create(config().overridesData);
         if (!m_records) {
-            m_records = after;
+            m_records = std::move(after);
         } else if (after) {
             m_records->merge(*after);
         }
@@ -117,21 +117,26 @@ bool InstanceGathering::visitNodes(const Deadline& deadline) {
 /// has no root is left out.
 bool InstanceGathering::visitIntegrationPoint(Level& level, const SmartPointer<GameObjectDescriptor>& node,
                                               PrefabDescriptor& component) {
-    const ComponentOverrideRecords* const outer =
-        level.overrides ? level.overrides->getComponentRecord(node->uuid(), component.name()) : nullptr;
-    std::optional<NestedReference> reference(std::in_place, component, outer);
     if (!level.nesting) {
         level.nesting = std::make_unique<Nesting>(level.instanceUuid);
     }
-    const Uuid nestedInstanceUuid = level.nesting->enclosingInstance(node->uuid());
-    const GameObjectPrefab* const nested = level.nesting->load(reference->resource());
-    if (!nested) {
-        return true;
-    }
-    SmartPointer<GameObjectDescriptor> merged = level.prefab->mergePrefabIntoIntegrationPoint(nested, node);
-    if (!merged) {
-        Report::error("Failed to instantiate prefab '%s'\n", reference->resource().c_str());
-        return true;
+    const ComponentOverrideRecords* const outer =
+        level.overrides ? level.overrides->getComponentRecord(node->uuid(), component.name()) : nullptr;
+    const GameObjectPrefab* nested = nullptr;
+    SmartPointer<GameObjectDescriptor> merged;
+    SmartPointer<OverrideRecords> records;
+    {
+        const NestedReference reference(component, outer);
+        nested = level.nesting->load(reference.resource());
+        if (!nested) {
+            return true;
+        }
+        merged = level.prefab->mergePrefabIntoIntegrationPoint(nested, node);
+        if (!merged) {
+            Report::error("Failed to instantiate prefab '%s'\n", reference.resource().c_str());
+            return true;
+        }
+        records = reference.records();
     }
     // The parent belongs to the enclosing instance, but the merged node belongs to the nested one. Therefore set the
     // UUID of the live parent.
@@ -140,8 +145,7 @@ bool InstanceGathering::visitIntegrationPoint(Level& level, const SmartPointer<G
         parent.setUuid(level.nesting->liveParent(parent.uuid()));
         parent.setLiveUuid(true);
     }
-    SmartPointer<OverrideRecords> records = reference->records();
-    reference.reset();
+    const Uuid nestedInstanceUuid = level.nesting->enclosingInstance(node->uuid());
     SmartPointer<OverrideRecords> mergedRecords = mergedNodeRecords(records, merged->uuid(), m_items.empty(), outer);
     m_items.push_back({std::move(merged), nestedInstanceUuid, std::move(mergedRecords)});
     return enter(*nested, nestedInstanceUuid, std::move(records), true, level.depth + 1);
