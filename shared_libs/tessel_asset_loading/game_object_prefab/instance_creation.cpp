@@ -13,6 +13,14 @@
 
 namespace Kiln::Tessel::detail {
 
+namespace {
+
+void reportFailure() {
+    Report::error("Failed to create prefab instance.\n");
+}
+
+} // namespace
+
 InstanceCreation::InstanceCreation(const GameObjectPrefab& prefab, GameObjectPrefab::CreateConfig& config)
     : InstanceCreation(prefab, config.worldId, config.uuidMap, {}) {
     m_stage = Stage::GATHERING;
@@ -123,13 +131,13 @@ void InstanceCreation::rollBack() noexcept {
 }
 
 void InstanceCreation::fail() {
-    Report::error("Failed to create prefab instance.\n");
+    reportFailure();
     rollBack();
 }
 
 /// All objects that instancing has listed are removed, also those of the caller's map that it has taken.
 void InstanceCreation::failInstancing() {
-    Report::error("Failed to create prefab instance.\n");
+    reportFailure();
     const std::vector<GameObject> created = std::exchange(m_created, {});
     m_itemObjects.clear();
     if (GameObjectManager* const manager = getGameObjectManager(m_worldId)) {
