@@ -35,16 +35,30 @@ public:
     [[nodiscard]] constexpr std::uint64_t high() const noexcept { return m_high; }
     [[nodiscard]] constexpr std::uint64_t low() const noexcept { return m_low; }
 
-    [[nodiscard]] constexpr std::size_t hash() const noexcept {
-        // Both halves are well mixed in random and combined UUIDs; the multiplier (2^64 / golden ratio) spreads
-        // hand-written ones.
-        return static_cast<std::size_t>((m_high ^ m_low) * 0x9e3779b97f4a7c15ULL + m_low);
+    /// A hash for tables in memory. It differs from process to process: files contain UUIDs that their authors have
+    /// chosen, and without knowing the key nobody can choose many with the same hash.
+    [[nodiscard]] std::size_t hash() const noexcept {
+        // The folded multiplication of wyhash (Wang Yi) and of Abseil's hash tables.
+        __extension__ using Product = unsigned __int128;
+        const Product product = static_cast<Product>(m_high ^ s_hashKey.high) * (m_low ^ s_hashKey.low);
+        return static_cast<std::size_t>(static_cast<std::uint64_t>(product) ^
+                                        static_cast<std::uint64_t>(product >> 64));
     }
 
     friend constexpr bool operator==(const Uuid&, const Uuid&) noexcept = default;
     friend constexpr auto operator<=>(const Uuid&, const Uuid&) noexcept = default;
 
 private:
+    struct HashKey {
+        std::uint64_t high;
+        std::uint64_t low;
+    };
+
+    [[nodiscard]] static HashKey makeHashKey() noexcept;
+
+    /// Random. Set before any other static object is initialized, and constant from then on.
+    KILN_COMMON_EXPORT static const HashKey s_hashKey;
+
     std::uint64_t m_high = 0;
     std::uint64_t m_low = 0;
 };

@@ -1,4 +1,5 @@
 #include <common/uuid.h>
+#include <common/uuid_division.h>
 
 namespace Kiln {
 
@@ -58,6 +59,24 @@ Uuid UuidCombiner::operator()(const Uuid& second) const noexcept {
     const Halves b = scatter({second.high(), second.low()});
     const Halves combined = gather({m_high + b.high + 2 * m_high * b.high, m_low + (2 * m_high + 1) * b.low});
     return {combined.high, combined.low};
+}
+
+UuidDivider::UuidDivider(const Uuid& first) noexcept {
+    const Halves scattered = scatter({first.high(), first.low()});
+    m_high = scattered.high;
+    m_low = scattered.low;
+    // Newton's iteration doubles the number of correct bits of the inverse; an odd number is its own inverse modulo 8.
+    const std::uint64_t factor = 2 * m_high + 1;
+    m_inverse = factor;
+    for (int correctBits = 3; correctBits < 64; correctBits *= 2) {
+        m_inverse *= 2 - factor * m_inverse;
+    }
+}
+
+Uuid UuidDivider::operator()(const Uuid& combined) const noexcept {
+    const Halves c = scatter({combined.high(), combined.low()});
+    const Halves second = gather({(c.high - m_high) * m_inverse, (c.low - m_low) * m_inverse});
+    return {second.high, second.low};
 }
 
 } // namespace Kiln

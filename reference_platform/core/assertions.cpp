@@ -36,7 +36,7 @@ void logFailure(const AssertionFailure& failure) {
         }
         text.append(")");
     }
-    Log::instance().write({LogSeverity::CRITICAL, {}, failure.file, text});
+    Log::instance().write({LogSeverity::CRITICAL, {}, failure.file, text, failure.line});
 }
 
 } // namespace

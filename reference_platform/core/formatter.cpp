@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdio>
+#include <tuple>
 
 namespace Kiln {
 
@@ -29,7 +30,7 @@ std::string formatTextList(const char* format, std::va_list arguments) {
     } else {
         text.resize(size);
         // vsnprintf writes its terminating NUL over the string's own.
-        std::vsnprintf(text.data(), size + 1, format, secondPass);
+        std::ignore = std::vsnprintf(text.data(), size + 1, format, secondPass);
     }
     va_end(secondPass);
     return text;

@@ -33,6 +33,7 @@ public:
 protected:
     SafeReferenceCount() noexcept = default;
     SafeReferenceCount(const SafeReferenceCount&) noexcept {}
+    // Leaves the count alone, so self-assignment is no special case. NOLINTNEXTLINE(cert-oop54-cpp)
     SafeReferenceCount& operator=(const SafeReferenceCount&) noexcept { return *this; }
     virtual ~SafeReferenceCount();
 

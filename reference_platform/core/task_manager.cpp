@@ -2,8 +2,10 @@
 #include <core/task_manager.h>
 
 #include <algorithm>
+#include <array>
 #include <condition_variable>
 #include <cstdint>
+#include <cstdio>
 #include <exception>
 #include <mutex>
 #include <thread>
@@ -29,35 +31,55 @@ bool runsAfter(const QueuedTask& a, const QueuedTask& b) {
     return a.priority != b.priority ? a.priority < b.priority : a.sequence > b.sequence;
 }
 
-/// Calls a task's code and logs its exceptions, which must neither end a worker nor lose the tasks queued behind it.
-template <class Call>
-void callGuarded(const BackgroundTask& task, Call call) {
-    const auto report = [&task](const char* reason) {
+/// Logs an exception of a task. Must not throw: on a worker that would end the process. The reason may be a failed
+/// allocation, so a sink may fail as well; the message is then lost.
+void reportFailure(const BackgroundTask& task, const char* reason) noexcept {
+    try {
         DebugMessageHelper(0, LogSeverity::ERROR, "", "core/task_manager")
             .message("Background task '%s' failed: %s", task.name(), reason);
-    };
-    try {
-        call();
-    } catch (const std::exception& exception) {
-        report(exception.what());
-    } catch (...) {
-        report("unknown exception");
+    } catch (...) { // There is nowhere else to report it.
     }
 }
 
-void nameThisThread(const std::string& managerName, std::size_t index) {
+/// Calls a task's code and logs its exceptions, which must neither end a worker nor lose the tasks queued behind it.
+template <class Call>
+void callGuarded(const BackgroundTask& task, Call call) {
+    try {
+        call();
+    } catch (const std::exception& exception) {
+        reportFailure(task, exception.what());
+    } catch (...) {
+        reportFailure(task, "unknown exception");
+    }
+}
+
+/// Runs on the new thread, where a failed allocation would end the process, so it allocates nothing.
+void nameThisThread(const std::string& managerName, std::size_t index) noexcept {
     constexpr std::size_t MAX_LENGTH = 15;
-    const std::string number = std::to_string(index);
-    std::string name = managerName.substr(0, MAX_LENGTH - std::min(MAX_LENGTH, number.size() + 1));
-    name.append("-").append(number);
-    pthread_setname_np(pthread_self(), name.c_str()); // for diagnostics only, so a failure is ignored
+    std::array<char, MAX_LENGTH + 1> name{};
+    std::array<char, 24> suffix{};
+    const int written = std::snprintf(suffix.data(), suffix.size(), "-%zu", index);
+    const std::size_t length = std::min(static_cast<std::size_t>(std::max(written, 0)), MAX_LENGTH);
+    const std::size_t prefixLength = std::min(managerName.size(), MAX_LENGTH - length);
+    std::copy_n(managerName.data(), prefixLength, name.data());
+    std::copy_n(suffix.data(), length, name.data() + prefixLength);
+    pthread_setname_np(pthread_self(), name.data()); // for diagnostics only, so a failure is ignored
+}
+
+/// Makes `count` calls of push_back possible without an allocation. Grows like push_back, not by the exact amount.
+template <class T>
+void reserveRoom(std::vector<T>& vector, std::size_t count) {
+    const std::size_t needed = vector.size() + count;
+    if (needed > vector.capacity()) {
+        vector.reserve(std::max(needed, 2 * vector.capacity()));
+    }
 }
 
 } // namespace
 
 struct TaskManager::State {
     struct Worker {
-        explicit Worker(std::size_t index) : self(index) {}
+        Worker(std::size_t index, const std::atomic<bool>& isStopping) : self(index, &isStopping) {}
 
         BackgroundTaskThread self;
         bool isSurplus = false;
@@ -74,6 +96,7 @@ struct TaskManager::State {
     void joinAll(Workers& leaving);
     [[nodiscard]] SmartPointer<BackgroundTask> takeFirst();
     [[nodiscard]] bool isIdle() const { return queue.empty() && takenTasks == 0; }
+    [[nodiscard]] std::size_t unfinishedTasks() const { return queue.size() + takenTasks; }
 
     TaskManager& manager;
     const std::string name;
@@ -89,16 +112,17 @@ struct TaskManager::State {
     std::vector<QueuedTask> queue; // heap by runsAfter
     std::uint64_t lastSequence = 0;
     std::size_t takenTasks = 0; // removed from the queue, and running or being cancelled
+    // Has room for every unfinished task, so that a worker's push_back does not allocate.
     std::vector<SmartPointer<BackgroundTask>> awaitingMainThread;
     Workers workers;
     std::size_t threadCount;
-    bool isShutDown = false;
+    std::atomic<bool> isShutDown = false; // written under `mutex`; tasks read it without
 };
 
 /// The caller holds `mutex`.
 void TaskManager::State::startMissingWorkers() {
     while (workers.size() < threadCount) {
-        workers.push_back(std::make_unique<Worker>(workers.size()));
+        workers.push_back(std::make_unique<Worker>(workers.size(), isShutDown));
         Worker& worker = *workers.back();
         try {
             worker.thread = std::thread([this, &worker] { runWorker(worker); });
@@ -179,6 +203,7 @@ void TaskManager::addBackgroundTask(SmartPointer<BackgroundTask> task, int prior
         const std::lock_guard lock(m_state->mutex);
         if (!m_state->isShutDown) {
             m_state->startMissingWorkers();
+            reserveRoom(m_state->awaitingMainThread, m_state->unfinishedTasks() + 1);
             m_state->queue.push_back({std::move(task), priority, ++m_state->lastSequence});
             std::push_heap(m_state->queue.begin(), m_state->queue.end(), runsAfter);
             m_state->workAvailable.notify_one();
@@ -193,6 +218,7 @@ void TaskManager::setThreadCount(std::size_t count) {
     State::Workers surplus;
     {
         const std::lock_guard lock(m_state->mutex);
+        surplus.reserve(m_state->workers.size());
         m_state->threadCount = std::max<std::size_t>(count, 1);
         if (m_state->workers.empty()) {
             return;
@@ -217,6 +243,10 @@ std::size_t TaskManager::tickMainThread() {
     std::vector<SmartPointer<BackgroundTask>> tasks;
     {
         const std::lock_guard lock(m_state->mutex);
+        if (m_state->awaitingMainThread.empty()) {
+            return 0;
+        }
+        tasks.reserve(m_state->unfinishedTasks());
         tasks.swap(m_state->awaitingMainThread);
     }
     for (SmartPointer<BackgroundTask>& task : tasks) {
@@ -235,7 +265,7 @@ bool TaskManager::waitForIdle(std::chrono::milliseconds timeout) {
 
 std::size_t TaskManager::unfinishedTasks() const {
     const std::lock_guard lock(m_state->mutex);
-    return m_state->queue.size() + m_state->takenTasks;
+    return m_state->unfinishedTasks();
 }
 
 void TaskManager::shutdown() {

@@ -5,6 +5,7 @@
 #include <core/non_copyable.h>
 #include <core/smart_pointer.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <memory>
@@ -15,7 +16,8 @@ namespace Kiln {
 /// Runs background tasks on worker threads, highest priority first, and in the order of submission within a priority.
 ///
 /// The first task starts the threads. shutdown(), which the destructor calls too, cancels queued tasks, lets running
-/// tasks finish and joins the workers; tasks added afterwards are cancelled at once, on the adding thread.
+/// tasks finish and joins the workers; tasks added afterwards are cancelled at once, on the adding thread. A long task
+/// ends early by checking BackgroundTaskThread::isStopping().
 ///
 /// Failure: an exception that a task throws is logged at error severity ("Background task '%s' failed: %s") and ends
 /// that task only.
@@ -58,16 +60,24 @@ private:
 /// One worker of a TaskManager, as a running task sees it.
 class KILN_CORE_EXPORT BackgroundTaskThread : NonCopyable {
 public:
-    explicit BackgroundTaskThread(std::size_t index) noexcept : m_index(index) {}
+    /// `isStopping` is set when the manager shuts down, and outlives this; null stands for a manager that never does.
+    explicit BackgroundTaskThread(std::size_t index, const std::atomic<bool>* isStopping = nullptr) noexcept
+        : m_index(index), m_isStopping(isStopping) {}
 
     /// Index among the manager's workers, from 0.
     [[nodiscard]] std::size_t index() const noexcept { return m_index; }
+
+    /// Whether the manager is shutting down, so that a task should end as soon as possible. Any thread.
+    [[nodiscard]] bool isStopping() const noexcept {
+        return m_isStopping && m_isStopping->load(std::memory_order_relaxed);
+    }
 
     /// The worker, of any task manager, that runs on the current thread; null if the thread is not a worker.
     [[nodiscard]] static const BackgroundTaskThread* current() noexcept;
 
 private:
     std::size_t m_index;
+    const std::atomic<bool>* m_isStopping;
 };
 
 /// The process's task manager for file input and output.

@@ -1,5 +1,6 @@
 #include <object_framework/entry_point.h>
 
+#include <core/log.h>
 #include <core/task_manager.h>
 #include <object_framework/world.h>
 #include <reflection/meta_object.h>
@@ -145,6 +146,7 @@ void EntryPoint::tick() {
             world->runReactions();
         }
     }
+    Log::instance().flushDue();
 }
 
 GameObjectManager* getGameObjectManager(int worldId) {

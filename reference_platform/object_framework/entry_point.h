@@ -66,7 +66,7 @@ public:
     [[nodiscard]] ReactiveManagerRecord* findReactiveManagerRecord(int managerId);
 
     /// Runs one frame: the main-thread parts of finished file-I/O tasks, tick() of every service, postTick() of every
-    /// service, then the reactions of every world.
+    /// service, then the reactions of every world, then Log::flushDue().
     void tick();
 
 private:

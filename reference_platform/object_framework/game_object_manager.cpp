@@ -67,9 +67,9 @@ struct GameObjectManager::State {
             queries.enter(index, *record, type);
         }
         if (type == NativeComponent<HierarchyComponent>::getType()) {
-            auto& hierarchy = static_cast<HierarchyComponent&>(*added);
-            if (!attachToParent(index, hierarchy.parent())) {
-                hierarchy.m_parent = GameObject::INVALID_GAME_OBJECT;
+            auto* const hierarchy = castComponent<HierarchyComponent>(added);
+            if (hierarchy && !attachToParent(index, hierarchy->parent())) {
+                hierarchy->m_parent = GameObject::INVALID_GAME_OBJECT;
             }
         }
         return added;
@@ -180,6 +180,16 @@ void GameObjectManager::setGameObjectFlags(GameObject object, std::bitset<6> fla
 
 IComponent* GameObjectManager::addComponent(GameObject object, ComponentPointer component, ComponentTypeId type) {
     return m_state->addComponent(m_state->table.find(object), object.index(), std::move(component), type);
+}
+
+bool GameObjectManager::canAddComponent(GameObject object, ComponentTypeId type) const {
+    const GameObjectRecord* const record = m_state->table.find(object);
+    const IComponent* const present = findComponent(object, type);
+    if (record && !present) {
+        return true;
+    }
+    State::reportRefused(record, present);
+    return false;
 }
 
 void GameObjectManager::removeComponent(GameObject object, ComponentTypeId type) {

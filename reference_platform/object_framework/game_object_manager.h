@@ -77,6 +77,10 @@ public:
     /// descendants, an error is logged: the component stays, but its parent becomes the invalid object.
     IComponent* addComponent(GameObject object, ComponentPointer component, ComponentTypeId type);
 
+    /// Whether addComponent() accepts a component of that type; otherwise logs the same error. Lets a caller check
+    /// before it creates the component.
+    [[nodiscard]] bool canAddComponent(GameObject object, ComponentTypeId type) const;
+
     /// Removes and destroys the component of that type, if there is one. Removing the HierarchyComponent detaches the
     /// object from its parent and does not change whether it is active.
     void removeComponent(GameObject object, ComponentTypeId type);
@@ -87,7 +91,7 @@ public:
     /// The object's component of type T, or null.
     template <class T>
     [[nodiscard]] T* findComponent(GameObject object) const {
-        return static_cast<T*>(findComponent(object, NativeComponent<T>::getType()));
+        return castComponent<T>(findComponent(object, NativeComponent<T>::getType()));
     }
 
     /// Type ids in the order in which the components were added.

@@ -12,6 +12,7 @@ GameObjectLink::GameObjectLink(const GameObjectLink& other)
     setTarget(other.target());
 }
 
+// Each member keeps its value when it is assigned to itself. NOLINTNEXTLINE(cert-oop54-cpp)
 GameObjectLink& GameObjectLink::operator=(const GameObjectLink& other) {
     m_uuid = other.m_uuid;
     m_isLiveUuid = other.m_isLiveUuid;
@@ -30,6 +31,11 @@ bool LinkValueType::parse(std::string_view text, void* value) const {
         return false;
     }
     link(value).setUuid(*uuid);
+    return true;
+}
+
+bool LinkValueType::setUuid(const Uuid& uuid, void* value) const {
+    link(value).setUuid(uuid);
     return true;
 }
 

@@ -77,6 +77,7 @@ public:
     [[nodiscard]] const ILinkConfig& link(const void* value) const { return link(const_cast<void*>(value)); }
 
     bool parse(std::string_view text, void* value) const override;
+    bool setUuid(const Uuid& uuid, void* value) const override;
     void format(const void* value, std::string& text) const override;
     [[nodiscard]] bool isEqual(const void* a, const void* b) const override;
 

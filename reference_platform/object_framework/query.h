@@ -138,9 +138,22 @@ private:
         }
     }
 
+    /// Whether the object's component is of that class; it may be another one that shares the id, see castComponent().
+    template <class Type>
+    [[nodiscard]] bool hasPart(GameObject object) const {
+        if constexpr (std::is_same_v<Type, GameObject>) {
+            return true;
+        } else {
+            const ComponentTypeId type = NativeComponent<Type>::getType();
+            return type != IComponent::MAX_TYPES || castComponent<Type>(component(object, type)) != nullptr;
+        }
+    }
+
     template <class Function>
     void call(Function& function, GameObject object) const {
-        function(part<Types>(object)...);
+        if ((hasPart<Types>(object) && ...)) {
+            function(part<Types>(object)...);
+        }
     }
 };
 

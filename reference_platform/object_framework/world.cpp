@@ -1,8 +1,10 @@
 #include <object_framework/world.h>
 
 #include <object_framework/entry_point.h>
+#include <object_framework/query.h>
 
 #include <algorithm>
+#include <stdexcept>
 #include <unordered_set>
 
 namespace Kiln::Tessel {
@@ -20,6 +22,12 @@ void World::addStorage(ComponentTypeId type, std::unique_ptr<GenericComponentSto
     if (!m_storages[type]) {
         m_storages[type] = std::move(storage);
     }
+}
+
+void World::refuseStorage(const std::type_info& component) {
+    throw std::length_error("Components of type '" + readableTypeName(component) +
+                            "' can't be stored: the registry of component types is full, and another type that does "
+                            "not fit into it is stored already");
 }
 
 std::vector<GenericComponentStorage*> World::storages() const {

@@ -11,6 +11,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -35,6 +36,9 @@ public:
     void addStorage(ComponentTypeId type, std::unique_ptr<GenericComponentStorage> storage);
 
     /// The storage of component type T, created on first use.
+    ///
+    /// The types that do not fit into the registry share one id, so only the first of them that a world stores has a
+    /// storage. For the others std::length_error is thrown, with a text that names T.
     template <class T>
     [[nodiscard]] ComponentStorage<T>& getStorage() {
         const ComponentTypeId type = NativeComponent<T>::getType();
@@ -42,6 +46,9 @@ public:
         if (!storage) {
             addStorage(type, std::make_unique<ComponentStorage<T>>());
             storage = findStorage(type);
+        }
+        if (type == IComponent::MAX_TYPES && !dynamic_cast<ComponentStorage<T>*>(storage)) [[unlikely]] {
+            refuseStorage(typeid(T));
         }
         return static_cast<ComponentStorage<T>&>(*storage);
     }
@@ -78,6 +85,8 @@ public:
     void fini();
 
 private:
+    [[noreturn]] static void refuseStorage(const std::type_info& component);
+
     struct Trigger {
         QueryBase* query;
         int listenerId;

@@ -61,6 +61,10 @@ private:
     std::vector<std::unique_ptr<const ComponentRecord>> m_records;
 };
 
+[[nodiscard]] DebugMessageHelper errorLog() {
+    return {0, LogSeverity::ERROR, "", "object_serialization/component_library"};
+}
+
 } // namespace
 
 struct ComponentLibrary::State {
@@ -87,9 +91,15 @@ ComponentLibrary::~ComponentLibrary() = default;
 void ComponentLibrary::append(ComponentRecord record) {
     const std::unique_lock lock(m_state->mutex);
     const std::size_t id = record.typeId;
-    if (m_state->records.find(id) || m_state->idsByName.contains(record.name)) {
-        DebugMessageHelper(0, LogSeverity::ERROR, "", "object_serialization/component_library")
-            .message("Component '%s' is registered twice; the first registration stays", record.name.c_str());
+    const ComponentRecord* const sameId = m_state->records.find(id);
+    if (sameId && id == Tessel::IComponent::MAX_TYPES && sameId->type != record.type) {
+        errorLog().message("Component '%s' is refused: the registry of component types is full, and component '%s', "
+                           "which does not fit into it either, is registered",
+                           record.name.c_str(), sameId->name.c_str());
+        return;
+    }
+    if (sameId || m_state->idsByName.contains(record.name)) {
+        errorLog().message("Component '%s' is registered twice; the first registration stays", record.name.c_str());
         return;
     }
     m_state->idsByName.emplace(record.name, id);

@@ -6,9 +6,12 @@
 #include <object_serialization/export.h>
 #include <resource/data_section.h>
 
+#include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace Kiln {
@@ -35,22 +38,40 @@ private:
 /// The overrides of one game object, by component name.
 class KILN_OBJECT_SERIALIZATION_EXPORT GameObjectOverrideRecords {
 public:
-    /// Null when the component has none.
-    [[nodiscard]] const ComponentOverrideRecords* find(std::string_view componentName) const noexcept;
+    GameObjectOverrideRecords() = default;
 
-    /// The records of a component, created when it has none.
+    /// The merged records of `parts`, which are applied one after the other and must outlive this object. The records
+    /// of a component are merged when they are first looked up.
+    explicit GameObjectOverrideRecords(std::vector<const GameObjectOverrideRecords*> parts)
+        : m_parts(std::move(parts)) {}
+
+    /// Null when the component has none.
+    [[nodiscard]] const ComponentOverrideRecords* find(std::string_view componentName) const;
+
+    /// The records of a component, created when it has none. Not for merged records.
     ComponentOverrideRecords& get(std::string_view componentName);
 
+    /// Adds records of an object that is not merged.
     void merge(const GameObjectOverrideRecords& after);
 
 private:
-    std::vector<ComponentOverrideRecords> m_components; ///< Searched linearly, since they are few.
+    [[nodiscard]] const ComponentOverrideRecords* findInParts(std::string_view componentName) const;
+
+    std::vector<const GameObjectOverrideRecords*> m_parts; ///< None if this object is not merged.
+
+    /// Of a merged object: the components that have been looked up and that several parts have. A file chooses the
+    /// names and their number, so they are kept in order rather than searched linearly or hashed.
+    mutable std::map<std::string, ComponentOverrideRecords, std::less<>> m_components;
 };
 
 /// Per-instance override records, keyed by the UUID of a game object in the prefab that contains it and by the
 /// component's registered name. The zero UUID addresses the root.
 ///
-/// Ownership: shared; immutable once shared. Threads: one at a time while it is built, any afterwards.
+/// The records are a list of layers, which are applied one after the other. Copies and merged records share layers, so
+/// that large records which many instances use exist only once. The records of one object are merged when they are
+/// first looked up.
+///
+/// Ownership: shared; not to be changed once shared. Threads: one at a time, also for lookups.
 class KILN_OBJECT_SERIALIZATION_EXPORT OverrideRecords final : public SafeReferenceCount {
 public:
     OverrideRecords();
@@ -61,28 +82,57 @@ public:
     /// error.
     [[nodiscard]] static SmartPointer<OverrideRecords> create(const std::string& text);
 
-    /// A copy that can be changed.
+    /// A copy that can be changed. Takes constant time.
     [[nodiscard]] SmartPointer<OverrideRecords> clone() const;
 
-    [[nodiscard]] bool empty() const noexcept { return m_objects.empty(); }
+    [[nodiscard]] bool empty() const noexcept;
 
-    /// Adds every record of `after`; a property that both set takes the value of `after`.
+    /// Adds every record of `after`; a property that both set takes the value of `after`. Takes constant time.
     void merge(const OverrideRecords& after);
 
     /// Inserts records of one component before the existing ones, which therefore win.
     void addBefore(const Uuid& objectUuid, const ComponentOverrideRecords& before);
 
-    /// The records of a game object, or null.
+    /// The records of a game object, or null. Valid until these records are changed.
     [[nodiscard]] const GameObjectOverrideRecords* getRecord(const Uuid& objectUuid) const;
 
-    /// The records of one component, or null.
+    /// The records of one component, or null. Valid until these records are changed.
     [[nodiscard]] const ComponentOverrideRecords* getComponentRecord(const Uuid& objectUuid,
                                                                      std::string_view componentName) const;
 
 private:
-    void addObject(const SmartPointer<DataSection>& document, DataNode gameObject);
+    friend class OverrideText;
 
-    std::unordered_map<Uuid, GameObjectOverrideRecords> m_objects;
+    /// The records of one text, or those of one call of addBefore(). Immutable.
+    struct Layer;
+
+    std::vector<SmartPointer<Layer>> m_layers;
+
+    /// The records of objects that several layers have, as far as they have been looked up.
+    mutable std::unordered_map<Uuid, GameObjectOverrideRecords> m_merged;
+};
+
+/// Override data that several instances use: a text is parsed only once, although its problems are reported every time
+/// that it is used.
+///
+/// Owner: the creation of the instances. Threads: one at a time.
+class KILN_OBJECT_SERIALIZATION_EXPORT OverrideText {
+public:
+    /// Parses the text as OverrideRecords::create() does, but logs nothing.
+    explicit OverrideText(const std::string& text);
+
+    /// The result of OverrideRecords::create(). Everybody shares the records, so they must not be changed.
+    [[nodiscard]] const SmartPointer<OverrideRecords>& records() const noexcept { return m_records; }
+
+    /// Logs the messages of OverrideRecords::create().
+    void reportProblems() const;
+
+private:
+    void parse(const SmartPointer<DataSection>& document);
+    void addObject(OverrideRecords::Layer& layer, const SmartPointer<DataSection>& document, DataNode gameObject);
+
+    SmartPointer<OverrideRecords> m_records;
+    std::vector<std::string> m_problems; ///< In the order of the text.
 };
 
 } // namespace Kiln

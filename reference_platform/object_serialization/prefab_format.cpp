@@ -3,6 +3,7 @@
 #include <common/number_text.h>
 #include <common/white_space.h>
 #include <core/log.h>
+#include <core/printable_text.h>
 #include <object_serialization/property_io.h>
 
 #include <array>
@@ -36,8 +37,8 @@ constexpr std::uint32_t FLAGS_LIMIT = 1U << 6U;
 
 void reportUnreadable(const DataSection& document, DataNode node, const std::string& text) {
     DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
-        .message("'%s' can't be read from '%s' (%s, line %zu)", std::string(node.name()).c_str(), text.c_str(),
-                 document.source().c_str(), document.positionOf(node).line);
+        .message("'%s' can't be read from '%s' (%s, line %zu)", std::string(node.name()).c_str(),
+                 shortenedText(text).c_str(), document.source().c_str(), document.positionOf(node).line);
 }
 
 /// Finds the children of a node by name, fast when they are requested in the order of the document, each once.
@@ -69,6 +70,9 @@ template <class Number>
                                 Number limit = std::numeric_limits<Number>::max()) {
     if (!node) {
         return absent;
+    }
+    if (node.valueKind() == DataValueKind::INTEGER && node.integerValue() <= limit) {
+        return node.integerValue();
     }
     std::string scratch;
     const std::string_view text = trimWhiteSpace(node.text(scratch));
@@ -112,18 +116,24 @@ SmartPointer<GameObjectDescriptor> GameObjectData::getDescriptor() const {
     SmartPointer<GameObjectDescriptor> descriptor = makeSmart<GameObjectDescriptor>();
     ChildFinder children(m_node);
     const DataNode uuidNode = children.find(UUID);
+    descriptor->setUuid(uuidNode.valueKind() == DataValueKind::UUID ? uuidNode.uuidValue() : parseUuid(uuidNode));
     std::string scratch;
-    const std::string_view uuidText = trimWhiteSpace(uuidNode.text(scratch));
-    if (const std::optional<Uuid> uuid = Uuid::fromString(uuidText)) {
-        descriptor->setUuid(*uuid);
-    } else {
-        DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
-            .message("A game object's UUID can't be read from '%s' (%s, line %zu)", std::string(uuidText).c_str(),
-                     m_document->source().c_str(), m_document->positionOf(uuidNode ? uuidNode : m_node).line);
-    }
     descriptor->setName(children.find(NAME).text(scratch));
     descriptor->setFlags(readNumber<std::uint32_t>(*m_document, children.find(FLAGS), 0, 0, FLAGS_LIMIT - 1));
     return descriptor;
+}
+
+/// Uuid::ZERO, with an error in the log, if the node is null or its text is no UUID.
+Uuid GameObjectData::parseUuid(DataNode node) const {
+    std::string scratch;
+    const std::string_view text = trimWhiteSpace(node.text(scratch));
+    const std::optional<Uuid> uuid = Uuid::fromString(text);
+    if (!uuid) {
+        DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
+            .message("A game object's UUID can't be read from '%s' (%s, line %zu)", shortenedText(text).c_str(),
+                     m_document->source().c_str(), m_document->positionOf(node ? node : m_node).line);
+    }
+    return uuid.value_or(Uuid::ZERO);
 }
 
 GameObjectPool::GameObjectPool(SmartPointer<DataSection> section)

@@ -31,6 +31,8 @@ public:
     [[nodiscard]] SmartPointer<GameObjectDescriptor> getDescriptor() const;
 
 private:
+    [[nodiscard]] Uuid parseUuid(DataNode node) const;
+
     const DataSection* m_document;
     DataNode m_node;
 };

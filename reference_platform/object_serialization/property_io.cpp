@@ -3,6 +3,7 @@
 #include <common/white_space.h>
 #include <core/formatter.h>
 #include <core/log.h>
+#include <core/printable_text.h>
 #include <object_serialization/override_records.h>
 
 namespace Kiln {
@@ -59,6 +60,9 @@ private:
         switch (type.kind()) {
         case mirra::ValueKind::SCALAR:
         case mirra::ValueKind::LINK: {
+            if (setBinaryValue(node, type, value)) {
+                break;
+            }
             const std::string_view text = node.text(m_scratch);
             if (!type.parse(type.isWhiteSpaceKept() ? text : trimWhiteSpace(text), value)) {
                 reportUnreadable(node, type, text);
@@ -85,6 +89,23 @@ private:
         }
     }
 
+    /// Sets a value without its text; false if only the text can do it.
+    [[nodiscard]] static bool setBinaryValue(DataNode node, const mirra::ValueType& type, void* value) {
+        switch (node.valueKind()) {
+        case DataValueKind::TEXT:
+            return false;
+        case DataValueKind::INTEGER:
+            return type.setInteger(node.integerValue(), value);
+        case DataValueKind::FLOAT:
+            return type.setFloat(node.floatValue(), value);
+        case DataValueKind::UUID:
+            return type.setUuid(node.uuidValue(), value);
+        case DataValueKind::MATRIX:
+            return type.setMatrix(node.matrixValue(), value);
+        }
+        return false;
+    }
+
     void report(int severity, DataNode node, const char* problem) const {
         const std::string text = formatText("Component '%s': property '%s' %s (%s, line %zu)", m_componentName.c_str(),
                                             std::string(node.name()).c_str(), problem, m_document.source().c_str(),
@@ -98,7 +119,7 @@ private:
 
     void reportUnreadable(DataNode node, const mirra::ValueType& type, std::string_view text) const {
         report(LogSeverity::ERROR, node,
-               ("can't be read as " + type.name() + " from '" + std::string(text) + "'").c_str());
+               ("can't be read as " + type.name() + " from '" + shortenedText(text) + "'").c_str());
     }
 
     const DataSection& m_document;

@@ -55,8 +55,10 @@ public:
 
     Tessel::IComponent* createOnObject(Tessel::GameObject object) override {
         Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId());
-        return world ? world->manager().addComponent(object, make(*world, std::as_const(*this).config()), type())
-                     : nullptr;
+        if (!world || !world->manager().canAddComponent(object, type())) {
+            return nullptr;
+        }
+        return world->manager().addComponent(object, make(*world, std::as_const(*this).config()), type());
     }
 
     void instantiate(ObjectCreation& creation, const ComponentOverrideRecords* overrides) override {

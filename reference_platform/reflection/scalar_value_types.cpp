@@ -102,12 +102,42 @@ public:
 
     bool parse(std::string_view text, void* value) const override { return parseScalar(text, *static_cast<T*>(value)); }
 
+    bool setInteger(std::uint32_t number, void* value) const override {
+        if constexpr (std::is_arithmetic_v<T> && !std::is_same_v<T, bool>) {
+            if constexpr (std::is_integral_v<T>) {
+                if (!std::in_range<T>(number)) {
+                    return false;
+                }
+            }
+            *static_cast<T*>(value) = static_cast<T>(number);
+            return true;
+        } else {
+            return false;
+        }
+    }
+
+    bool setFloat(float number, void* value) const override { return setSame(number, value); }
+    bool setUuid(const Kiln::Uuid& uuid, void* value) const override { return setSame(uuid, value); }
+    bool setMatrix(const Kiln::Matrix& matrix, void* value) const override { return setSame(matrix, value); }
+
     void format(const void* value, std::string& text) const override {
         formatScalar(*static_cast<const T*>(value), text);
     }
 
     bool isEqual(const void* a, const void* b) const override {
         return isScalarEqual(*static_cast<const T*>(a), *static_cast<const T*>(b));
+    }
+
+private:
+    /// Sets the value to an argument of its own type.
+    template <class Argument>
+    static bool setSame(const Argument& argument, void* value) {
+        if constexpr (std::is_same_v<T, Argument>) {
+            *static_cast<T*>(value) = argument;
+            return true;
+        } else {
+            return false;
+        }
     }
 };
 

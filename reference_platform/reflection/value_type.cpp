@@ -13,6 +13,22 @@ bool ValueType::parse(std::string_view, void*) const {
     return false;
 }
 
+bool ValueType::setInteger(std::uint32_t, void*) const {
+    return false;
+}
+
+bool ValueType::setFloat(float, void*) const {
+    return false;
+}
+
+bool ValueType::setUuid(const Kiln::Uuid&, void*) const {
+    return false;
+}
+
+bool ValueType::setMatrix(const Kiln::Matrix&, void*) const {
+    return false;
+}
+
 void ValueType::format(const void*, std::string&) const {}
 
 std::size_t ValueType::elementsCount(const void*) const {

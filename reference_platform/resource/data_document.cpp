@@ -1,7 +1,14 @@
 #include <resource/data_document.h>
 
 #include <common/white_space.h>
+#include <core/formatter.h>
 #include <core/log.h>
+#include <resource/document_writer.h>
+#include <resource/element_depth.h>
+#include <resource/markup_scan.h>
+#include <resource/packed_content.h>
+#include <resource/plain_text.h>
+#include <resource/resource_limits.h>
 #include <resource/white_space_scan.h>
 
 #include <cstddef>
@@ -25,8 +32,6 @@ constexpr unsigned PARSE_OPTIONS =
 // Explicit end tags for empty elements, as in <overridesData></overridesData>.
 constexpr unsigned SAVE_OPTIONS =
     pugi::format_indent | pugi::format_no_declaration | pugi::format_no_empty_element_tags;
-
-constexpr std::string_view DECLARATION = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
 
 bool isAllWhiteSpace(const char* text) {
     return text[std::strspn(text, WHITE_SPACE)] == '\0';
@@ -54,16 +59,6 @@ void removeWhiteSpaceTexts(pugi::xml_node parent) {
     }
 }
 
-/// Passes the text that pugixml writes to a TextSink.
-class Writer final : public pugi::xml_writer {
-public:
-    explicit Writer(TextSink& sink) : m_sink(sink) {}
-    void write(const void* data, std::size_t size) override { m_sink.write({static_cast<const char*>(data), size}); }
-
-private:
-    TextSink& m_sink;
-};
-
 } // namespace
 
 DataDocument::DataDocument(std::string_view rootName) {
@@ -74,12 +69,18 @@ DataDocument::DataDocument(std::string_view rootName) {
 }
 
 DataDocument::DataDocument(FileContent content, std::string source)
-    : m_content(std::move(content)), m_lines(m_content.text()), m_source(std::move(source)) {}
+    : m_content(std::move(content)),
+      m_lines(m_content.packed ? LineTable() : LineTable(m_content.text())),
+      m_source(std::move(source)) {}
 
 DataDocument::~DataDocument() = default;
 
-SmartPointer<DataDocument> DataDocument::parse(FileContent content, std::string source) {
+SmartPointer<DataDocument> DataDocument::parse(FileContent content, std::string source, XmlProblem* problem) {
     auto document = SmartPointer<DataDocument>::adopt(new DataDocument(std::move(content), std::move(source)));
+    if (document->m_content.packed) {
+        return document;
+    }
+    document->m_problem = problem;
     return document->parseContent() ? document : nullptr;
 }
 
@@ -88,6 +89,12 @@ bool DataDocument::parseContent() {
     const std::size_t nul = text.find('\0');
     if (nul != std::string_view::npos) {
         reportError(nul, "NUL byte, not a text file");
+        return false;
+    }
+    // The parser would cut texts at &#0; and write code points that UTF-8 can't represent.
+    const std::size_t reference = findForbiddenReference(text);
+    if (reference != std::string_view::npos) {
+        reportError(reference, "Character reference that XML does not allow");
         return false;
     }
 
@@ -106,7 +113,7 @@ bool DataDocument::parseContent() {
         reportError(static_cast<std::size_t>(result.offset), result.description());
         return false;
     }
-    if (!checkTopLevel()) {
+    if (!checkTopLevel() || !checkDepth()) {
         return false;
     }
     if (isAllSpaceKept) {
@@ -136,6 +143,16 @@ bool DataDocument::checkTopLevel() const {
     return hasRoot;
 }
 
+bool DataDocument::checkDepth() const {
+    const std::size_t limit = resourceLimits().elementDepth;
+    const DataNode element = findElementBelow(root(), m_content.size, limit);
+    if (element) {
+        reportError(static_cast<std::size_t>(element.offset()) - 1,
+                    formatText("Elements are nested deeper than the limit of %zu", limit).c_str());
+    }
+    return !element;
+}
+
 void DataDocument::removeSpaceBetweenElements() {
     removeWhiteSpaceTexts(m_tree);
     // Depth first along the links of the tree, without recursion: documents can be nested deeper than the stack allows.
@@ -160,26 +177,40 @@ void DataDocument::removeSpaceBetweenElements() {
 }
 
 void DataDocument::reportError(std::size_t offset, const char* description) const {
-    const DataPosition position = m_lines.positionAt(offset);
-    DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
-        .message("XML error in '%s' at line %zu, column %zu: %s", m_source.c_str(), position.line, position.column,
-                 description);
+    XmlProblem problem{m_lines.positionAt(offset), description};
+    if (m_problem) {
+        *m_problem = std::move(problem);
+    } else {
+        DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE).message("%s", problem.message(m_source).c_str());
+    }
 }
 
 DataNode DataDocument::root() const {
+    if (m_content.packed) {
+        const PackedTree& tree = m_content.packed->tree;
+        return {tree.root(), &tree};
+    }
     return DataNode(elementChild(m_tree).internal_object());
 }
 
 DataPosition DataDocument::positionOf(DataNode node) const {
+    if (m_content.packed) {
+        return node ? m_content.packed->tree.position(node.packed()) : DataPosition();
+    }
     const std::ptrdiff_t offset = node.offset();
     // The offset is that of the name; the tag begins one byte earlier.
     return offset < 1 ? DataPosition() : m_lines.positionAt(static_cast<std::size_t>(offset) - 1);
 }
 
 void DataDocument::write(TextSink& sink) const {
-    sink.write(DECLARATION);
-    Writer writer(sink);
+    if (m_content.packed) {
+        writePlainText(root(), sink);
+        return;
+    }
+    sink.write(XML_DECLARATION);
+    DocumentWriter writer(sink);
     m_tree.save(writer, "\t", SAVE_OPTIONS, pugi::encoding_utf8);
+    writer.finish();
 }
 
 } // namespace Kiln

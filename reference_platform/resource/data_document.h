@@ -6,6 +6,8 @@
 #include <resource/data_section.h>
 #include <resource/file_content.h>
 #include <resource/line_table.h>
+#include <resource/resource_text.h>
+#include <resource/text_sink.h>
 
 #include <string>
 #include <string_view>
@@ -14,8 +16,9 @@
 
 namespace Kiln {
 
-/// The XML tree that the sections of one document share. It has one root element and no white space between elements:
-/// the text of an element with children is empty or contains more than white space.
+/// The tree that the sections of one document share: that of an XML text, or one in a resource pack. It has one root
+/// element and no white space between elements: the text of an element with children is empty or contains more than
+/// white space.
 ///
 /// Ownership: shared by its sections. Threads: as DataSection.
 class DataDocument final : public SafeReferenceCount {
@@ -23,8 +26,11 @@ public:
     /// A document in memory with only a root element.
     explicit DataDocument(std::string_view rootName);
 
-    /// Parses `content` in place and keeps it. Null, with an error in the log, if it is not well formed.
-    [[nodiscard]] static SmartPointer<DataDocument> parse(FileContent content, std::string source);
+    /// Parses `content` in place and keeps it; keeps a packed document as it is. Null, with an error in the log, if it
+    /// is not well formed or is nested deeper than ResourceLimits::elementDepth. If `problem` is set, it receives the
+    /// error instead of the log.
+    [[nodiscard]] static SmartPointer<DataDocument> parse(FileContent content, std::string source,
+                                                          XmlProblem* problem = nullptr);
 
     [[nodiscard]] DataNode root() const;
     [[nodiscard]] const std::string& source() const noexcept { return m_source; }
@@ -41,12 +47,15 @@ private:
 
     [[nodiscard]] bool parseContent();
     [[nodiscard]] bool checkTopLevel() const;
+    [[nodiscard]] bool checkDepth() const;
     void removeSpaceBetweenElements();
     void reportError(std::size_t offset, const char* description) const;
 
-    FileContent m_content; ///< Names and texts of the tree point into it, so it is destroyed last.
+    FileContent m_content; ///< Names and texts of the tree point into it, so it is destroyed last. If it is packed,
+                           ///< m_tree is empty.
     LineTable m_lines;     ///< Of the content as it was before parsing changed it in place.
     std::string m_source;
+    XmlProblem* m_problem = nullptr; ///< Used by parse() only.
     pugi::xml_document m_tree;
 };
 

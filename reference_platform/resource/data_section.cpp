@@ -5,7 +5,8 @@
 #include <common/white_space.h>
 #include <core/log.h>
 #include <resource/data_document.h>
-#include <resource/file_content.h>
+#include <resource/document_file.h>
+#include <resource/file_replacement.h>
 
 #include <optional>
 #include <utility>
@@ -15,12 +16,6 @@ namespace Kiln {
 namespace {
 
 constexpr const char* SOURCE = "resource/data_section";
-
-struct StringSink final : TextSink {
-    void write(std::string_view piece) override { text.append(piece); }
-
-    std::string text;
-};
 
 SmartPointer<DataSection> makeRootSection(SmartPointer<DataDocument> document) {
     if (!document) {
@@ -73,28 +68,21 @@ SmartPointer<DataSection> DataSection::create(std::string_view rootName) {
     return makeRootSection(makeSmart<DataDocument>(rootName));
 }
 
-SmartPointer<DataSection> DataSection::fromText(std::string_view text, std::string sourceName) {
-    return makeRootSection(DataDocument::parse(FileContent::copyOf(text), std::move(sourceName)));
+SmartPointer<DataSection> DataSection::fromText(std::string_view text, std::string sourceName, std::string* problem) {
+    if (!problem) {
+        return makeRootSection(DataDocument::parse(FileContent::copyOf(text), std::move(sourceName)));
+    }
+    XmlProblem found;
+    SmartPointer<DataSection> section = parseXml(FileContent::copyOf(text), sourceName, found);
+    if (!section) {
+        *problem = found.message(sourceName);
+    }
+    return section;
 }
 
 SmartPointer<DataSection> DataSection::fromFile(const std::string& fileName, std::string sourceName,
                                                 bool reportMissing) {
-    FileContent content;
-    std::string problem;
-    switch (readFile(fileName, content, problem)) {
-    case ReadResult::SUCCESS:
-        return makeRootSection(DataDocument::parse(std::move(content), std::move(sourceName)));
-    case ReadResult::MISSING:
-        if (reportMissing) {
-            DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE).message("File not found: '%s'", sourceName.c_str());
-        }
-        return nullptr;
-    case ReadResult::FAILURE:
-        break;
-    }
-    DebugMessageHelper(0, LogSeverity::ERROR, "", SOURCE)
-        .message("Cannot read '%s': %s", sourceName.c_str(), problem.c_str());
-    return nullptr;
+    return readDocument(openFile(fileName), std::move(sourceName), reportMissing);
 }
 
 DataSection::DataSection(SmartPointer<DataDocument> document, DataNode node)

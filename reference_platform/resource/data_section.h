@@ -36,13 +36,15 @@ public:
     [[nodiscard]] static SmartPointer<DataSection> create(std::string_view rootName);
 
     /// Parses XML text (UTF-8); `sourceName` identifies it in messages and source(). A text that is not well formed,
-    /// does not have exactly one root element, or has text outside it or a NUL byte yields null and the error "XML
-    /// error in '%s' at line %zu, column %zu: %s" in the log.
-    [[nodiscard]] static SmartPointer<DataSection> fromText(std::string_view text, std::string sourceName);
+    /// has not exactly one root element, has text outside it, a NUL or a forbidden character reference, or is nested
+    /// too deep (ResourceLimits) yields null and "XML error in '%s' at line %zu, column %zu: %s" in the log. If
+    /// `problem` is set, it receives the error's text instead of the log.
+    [[nodiscard]] static SmartPointer<DataSection> fromText(std::string_view text, std::string sourceName,
+                                                            std::string* problem = nullptr);
 
-    /// As fromText, for the content of a file. `fileName` is opened; `sourceName` goes into the messages. A file that
-    /// is missing is reported ("File not found: '%s'") only if `reportMissing` is set; one that cannot be read ("Cannot
-    /// read '%s': %s"), always.
+    /// As fromText, for a regular file within ResourceLimits, wherever it is. `sourceName` goes into the messages. A
+    /// missing file is reported ("File not found: '%s'") only if `reportMissing` is set; one that cannot be read
+    /// ("Cannot read '%s': %s"), always.
     [[nodiscard]] static SmartPointer<DataSection> fromFile(const std::string& fileName, std::string sourceName,
                                                             bool reportMissing);
 
@@ -124,8 +126,8 @@ public:
     /// The whole document as XML text, indented with tabs, with a declaration.
     [[nodiscard]] std::string toText() const;
 
-    /// Atomically replaces a file by the whole document: readers see the old or the new content. On failure logs
-    /// "Cannot write '%s': %s" with the file's name, leaves the file unchanged and returns false.
+    /// Atomically replaces a file by the whole document, also if the power fails. On failure logs "Cannot write '%s':
+    /// %s" with the file's name, leaves the file unchanged unless the message says otherwise, and returns false.
     bool saveFile(const std::string& fileName) const;
 
 private:

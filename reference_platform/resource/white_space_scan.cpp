@@ -1,6 +1,7 @@
 #include <resource/white_space_scan.h>
 
 #include <common/white_space.h>
+#include <resource/markup_scan.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -41,21 +42,6 @@ private:
     std::string_view m_xml;
     std::size_t m_next[2];
 };
-
-/// The end of the mark-up that starts at `mark`; NONE if it has no end or is not one of the three kinds.
-std::size_t endOfMark(std::string_view xml, std::size_t mark) {
-    struct Kind {
-        std::string_view start;
-        std::string_view end;
-    };
-    for (const Kind& kind : {Kind{"<!--", "-->"}, Kind{"<![CDATA[", "]]>"}, Kind{"<?", "?>"}}) {
-        if (xml.substr(mark, kind.start.size()) == kind.start) {
-            const std::size_t end = xml.find(kind.end, mark + kind.start.size());
-            return end == NONE ? NONE : end + kind.end.size();
-        }
-    }
-    return NONE;
-}
 
 /// Whether the '>' at `close` ends an end tag, or an empty element's tag.
 bool endsElement(std::string_view xml, std::size_t close) {

@@ -1,9 +1,12 @@
 #include <common/uuid.h>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <set>
 #include <string>
 #include <string_view>
@@ -114,6 +117,42 @@ TEST(Uuid, hash_isEqualForEqualUuidsAndSpreadsHandWrittenOnes) {
         }
     }
     EXPECT_EQ(hashes.size(), 32U * 32U);
+}
+
+TEST(Uuid, hash_uuidsMadeForAKnownHash_haveDifferentHashes) {
+    // All of them have the same value of (high ^ low) * GOLDEN + low.
+    constexpr std::uint64_t GOLDEN = 0x9e3779b97f4a7c15ULL;
+    constexpr std::uint64_t INVERSE = 0xf1de83e19937733dULL;
+    static_assert(GOLDEN * INVERSE == 1);
+    std::set<std::size_t> hashes;
+    for (std::uint64_t low = 1; low <= 1000; ++low) {
+        hashes.insert(Uuid(((12345 - low) * INVERSE) ^ low, low).hash());
+    }
+    EXPECT_EQ(hashes.size(), 1000U);
+}
+
+TEST(Uuid, hash_fillsTheBucketsOfATableEvenly) {
+    std::unordered_set<Uuid> uuids(8);
+    for (std::uint64_t number = 0; number < 10'000; ++number) {
+        uuids.emplace(number << 32, number);
+    }
+    std::size_t most = 0;
+    for (std::size_t bucket = 0; bucket < uuids.bucket_count(); ++bucket) {
+        most = std::max(most, uuids.bucket_size(bucket));
+    }
+    // With at most one entry per bucket on average, more than 15 are expected once in 10^9 runs.
+    EXPECT_LE(most, 15U);
+}
+
+TEST(UuidDeathTest, hash_differsFromProcessToProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // Executes the program again instead of only forking.
+    EXPECT_EXIT(
+        {
+            std::fprintf(stderr, "hash %zu.", SAMPLE.hash());
+            std::_Exit(0);
+        },
+        testing::ExitedWithCode(0),
+        testing::AllOf(testing::StartsWith("hash "), testing::Not("hash " + std::to_string(SAMPLE.hash()) + ".")));
 }
 
 TEST(Uuid, generate_setsVersionFourAndTheVariant) {

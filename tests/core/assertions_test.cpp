@@ -10,6 +10,7 @@
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <vector>
 
 namespace Kiln::Tests {
 namespace {
@@ -60,6 +61,15 @@ TEST(Assertions, defaultHandler_logsOneCriticalMessageAndContinues) {
 
     EXPECT_THAT(log.messages(), ElementsAre(LogCapture::Message{
                                     6, "", "Assertion failed: false Buffer is null (some/file:12)", "some/file"}));
+}
+
+TEST(Assertions, defaultHandler_passesTheLine) {
+    std::vector<unsigned> lines;
+    const ScopedLogSink sink([&](const LogMessage& message) { lines.push_back(message.line); });
+
+    EXPECT_FALSE(KILN_ASSERT(false, "Buffer is null", "some/file", 12));
+
+    EXPECT_THAT(lines, ElementsAre(12U));
 }
 
 TEST(Assertions, defaultHandler_leavesOutWhatIsEmpty) {

@@ -209,6 +209,21 @@ int submitDuringStaticInitialisation() {
     return 0;
 }
 
+void logTwice(const char* text) {
+    for (int i = 0; i < 2; ++i) {
+        Kiln::Log::instance().write({Kiln::LogSeverity::WARNING, "", "", text});
+    }
+}
+
+/// Ends while the log holds back the second of two equal lines, and logs twice from a static destructor afterwards.
+int repeatMessages() {
+    static const struct LateReporter {
+        ~LateReporter() { logTwice("late"); }
+    } reporter;
+    logTwice("again");
+    return 0;
+}
+
 } // namespace
 
 int main() {
@@ -219,6 +234,7 @@ int main() {
         {"without-tasks", leaveWithoutTasks},
         {"submit-from-static-destructor", submitFromStaticDestructor},
         {"exit-from-task", exitFromTask},
+        {"repeated-messages", repeatMessages},
         {STATIC_INITIALISATION, submitDuringStaticInitialisation},
     };
     for (const auto& [name, run] : MODES) {

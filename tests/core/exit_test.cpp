@@ -31,6 +31,14 @@ INSTANTIATE_TEST_SUITE_P(Modes, Exit,
                              return name;
                          });
 
+TEST(ExitProgram, repeatedMessages_areCountedAtExitAndWrittenOneByOneAfterwards) {
+    const TestSupport::ProcessResult end = runExitProgram("repeated-messages");
+
+    EXPECT_EQ(end, (TestSupport::ProcessResult{0, "finished\n",
+                                               "[4] again\n[4] again (repeated 1 time)\n[4] late\n[4] late\n"
+                                               "[3] The log outlives static objects\n"}));
+}
+
 TEST(ExitProgram, unknownMode_fails) {
     const TestSupport::ProcessResult end = runExitProgram("no-such-mode");
 

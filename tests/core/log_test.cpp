@@ -9,6 +9,7 @@
 #include <atomic>
 #include <latch>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,48 +21,35 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using TestSupport::LogCapture;
 
-/// The text that a call writes to stderr.
-template <class Call>
-std::string standardErrorOf(Call call) {
-    testing::internal::CaptureStderr();
-    call();
-    return testing::internal::GetCapturedStderr();
-}
-
-TEST(Log, noSink_writesSeverityAndTextToStandardError) {
-    const std::string output = standardErrorOf([] {
-        Log::instance().write({LogSeverity::ERROR, "category", "source", "It broke"});
-    });
-
-    EXPECT_EQ(output, "[5] It broke\n");
-}
-
-TEST(Log, noSink_addsNoSecondLineEnd) {
-    EXPECT_EQ(standardErrorOf([] { Log::instance().write({LogSeverity::INFO, "", "", "line\n"}); }), "[3] line\n");
-}
-
-TEST(Log, noSink_writesALineForAnEmptyText) {
-    EXPECT_EQ(standardErrorOf([] { Log::instance().write({LogSeverity::WARNING, "", "", ""}); }), "[4] \n");
-}
-
-TEST(Log, sinkInstalled_keepsMessagesOffStandardError) {
-    const LogCapture log;
-
-    EXPECT_EQ(standardErrorOf([] { Log::instance().write({LogSeverity::ERROR, "", "", "text"}); }), "");
-}
-
-TEST(Log, lastSinkRemoved_writesToStandardErrorAgain) {
-    { const LogCapture log; }
-
-    EXPECT_EQ(standardErrorOf([] { Log::instance().write({LogSeverity::CRITICAL, "", "", "text"}); }), "[6] text\n");
-}
-
 TEST(Log, sink_getsEveryFieldUnchanged) {
     const LogCapture log;
 
     Log::instance().write({LogSeverity::WARNING, "category", "some/source", "100% text\n"});
 
     EXPECT_THAT(log.messages(), ElementsAre(LogCapture::Message{4, "category", "100% text\n", "some/source"}));
+}
+
+TEST(Log, sink_getsTheLineOfTheSource) {
+    std::vector<unsigned> lines;
+    const ScopedLogSink sink([&](const LogMessage& message) { lines.push_back(message.line); });
+
+    Log::instance().write({LogSeverity::INFO, "", "", "text", 12});
+    DebugMessageHelper(0, LogSeverity::INFO, "", "source", 174).message("text");
+    DebugMessageHelper(0, LogSeverity::INFO, "", "source").message("text");
+
+    EXPECT_THAT(lines, ElementsAre(12U, 174U, 0U));
+}
+
+TEST(Log, throwingSink_reachesTheWriterAndKeepsTheLogUsable) {
+    const LogCapture log;
+    {
+        const ScopedLogSink sink([](const LogMessage&) { throw std::runtime_error("full"); });
+        EXPECT_THROW(Log::instance().write({LogSeverity::INFO, "", "", "first"}), std::runtime_error);
+    }
+
+    Log::instance().write({LogSeverity::INFO, "", "", "second"});
+
+    EXPECT_THAT(log.texts(), ElementsAre("first", "second"));
 }
 
 TEST(Log, severalSinks_areCalledInOrderOfInstallation) {
@@ -187,6 +175,17 @@ TEST(DebugMessageHelper, longText_isComplete) {
     DebugMessageHelper(0, LogSeverity::WARNING, "", "").message("%s!", text.c_str());
 
     EXPECT_THAT(log.texts(), ElementsAre(text + "!"));
+}
+
+TEST(DebugMessageHelper, textsAroundTheSizeOfTheBuffer_areComplete) {
+    for (const std::size_t size : {1022U, 1023U, 1024U, 1025U}) {
+        const LogCapture log;
+        const std::string text(size, 'x');
+
+        DebugMessageHelper(0, LogSeverity::WARNING, "", "").message("%s", text.c_str());
+
+        EXPECT_THAT(log.texts(), ElementsAre(text));
+    }
 }
 
 TEST(DebugMessageHelper, nullCategoryAndSource_countAsEmpty) {

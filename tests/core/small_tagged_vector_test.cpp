@@ -1,6 +1,5 @@
-#include "failing_allocation.h"
-
 #include <core/small_tagged_vector.h>
+#include <support/failing_allocation.h>
 
 #include <gmock/gmock.h>
 
@@ -16,6 +15,8 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using TestSupport::allocatedBlocks;
+using TestSupport::FailingAllocation;
 
 /// Counts constructor, assignment and destructor calls, and records the values of destroyed elements.
 class Element {

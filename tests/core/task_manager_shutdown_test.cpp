@@ -6,9 +6,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <limits>
 #include <memory>
 #include <stdexcept>
+#include <thread>
 
 namespace Kiln::Tests {
 namespace {
@@ -41,6 +43,25 @@ TEST_F(TaskManagerShutdown, withoutTasks_returns) {
     manager->shutdown();
 
     EXPECT_TRUE(manager->waitForIdle(std::chrono::milliseconds(0)));
+}
+
+TEST_F(TaskManagerShutdown, runningTask_canSeeThatItHasToEnd) {
+    bool wasStopping = true;
+    std::atomic<bool> isRunning = false;
+    manager->addBackgroundTask(makeTask([&](TaskManager&) {
+                                   const BackgroundTaskThread& worker = *BackgroundTaskThread::current();
+                                   wasStopping = worker.isStopping();
+                                   isRunning = true;
+                                   while (!worker.isStopping()) {
+                                       std::this_thread::yield();
+                                   }
+                               }),
+                               0);
+    EXPECT_TRUE(TestSupport::waitFor([&isRunning] { return isRunning.load(); }));
+    manager->shutdown();
+
+    EXPECT_FALSE(wasStopping);
+    EXPECT_EQ(counts.ran, 1);
 }
 
 TEST_F(TaskManagerShutdown, queuedTasks_areCancelledAndDropped) {

@@ -115,11 +115,12 @@ void CorpusFixture::SetUp() {
         GTEST_SKIP() << "There is no corpus; KILN_CORPUS_DIR can name its directory";
     }
     ASSERT_NE(dlopen(KILN_BUILD_LIB_DIR "/libcorpus_components.so", RTLD_NOW | RTLD_LOCAL), nullptr) << dlerror();
-    FS::Utils::addResourceRoot(directory().string());
+    addResources(directory());
 }
 
 void CorpusFixture::TearDown() {
     FS::Utils::clearResourceRoots();
+    FS::Utils::clearResourcePacks();
     Tessel::Loading::fullyClearCache();
 }
 

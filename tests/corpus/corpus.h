@@ -48,6 +48,9 @@ struct ExpectedFile {
 /// Test name of a file.
 [[nodiscard]] std::string testName(const testing::TestParamInfo<std::string>& info);
 
+/// Adds the directory, or a pack of it, to the search path; each test program has one of the two forms.
+void addResources(const std::filesystem::path& corpus);
+
 /// A test that is skipped without a corpus, else run with the corpus as resource root and its component plug-in.
 class CorpusFixture : public testing::Test {
 protected:

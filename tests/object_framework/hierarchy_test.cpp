@@ -2,6 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <iterator>
+#include <random>
+
 namespace Kiln::Tessel::FrameworkTests {
 namespace {
 
@@ -222,6 +226,43 @@ TEST_F(Hierarchy, deepChainBuiltFromItsEnd_isLinearInItsLength) {
     }
     manager().activateGameObject(chain.front());
     EXPECT_TRUE(manager().isActive(chain.back()));
+}
+
+TEST_F(Hierarchy, pairsAttachedToTheEndOfADeepChain_takeTimeInProportionToTheirNumber) {
+    const std::vector<GameObject> chain = createChain();
+    for (int i = 0; i < CHAIN_LENGTH; ++i) { // Without the bound, 10^10 steps.
+        const GameObject pair = create();
+        createChild(pair);
+        attach(pair, chain.back());
+    }
+    EXPECT_EQ(manager().getChildren(chain.back()).size(), static_cast<std::size_t>(CHAIN_LENGTH));
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST_F(Hierarchy, randomAttachments_areRefusedExactlyIfTheyWouldCloseACycle) {
+    constexpr std::size_t COUNT = 40;
+    std::mt19937 random(1);
+    std::uniform_int_distribution<std::size_t> anyObject(0, COUNT - 1);
+    std::size_t refusals = 0;
+    for (int round = 0; round < 200; ++round) {
+        std::vector<GameObject> objects;
+        std::generate_n(std::back_inserter(objects), COUNT, [this] { return create(); });
+        for (const GameObject object : objects) {
+            const GameObject parent = objects[anyObject(random)];
+            GameObject above = parent;
+            while (!above.isInvalid() && above != object) {
+                above = manager().getParent(above);
+            }
+            const bool closesACycle = above == object;
+            refusals += closesACycle ? 1 : 0;
+            ASSERT_EQ(attach(object, parent)->parent().isInvalid(), closesACycle);
+        }
+        for (const GameObject object : objects) {
+            manager().removeGameObject(object);
+        }
+    }
+    EXPECT_EQ(log.errors().size(), refusals);
+    EXPECT_GT(refusals, 200U);
 }
 
 TEST_F(Hierarchy, deepChain_closingItIsRefused) {

@@ -72,6 +72,16 @@ TEST_F(Library, append_sameTypeIdTwice_keepsTheFirstWithAnError) {
     EXPECT_THAT(log.messages(), ElementsAre(refusal("B")));
 }
 
+TEST_F(Library, append_secondTypeThatDoesNotFitIntoTheRegistry_isRefusedWithTheReason) {
+    library.append(record(Tessel::IComponent::MAX_TYPES, "A"));
+    library.append(record(Tessel::IComponent::MAX_TYPES, "B", typeid(SecondType)));
+    EXPECT_EQ(library.componentName(Tessel::IComponent::MAX_TYPES), "A");
+    EXPECT_EQ(library.findComponent("B"), ComponentLibrary::INVALID_ID);
+    EXPECT_THAT(log.texts(),
+                ElementsAre("Component 'B' is refused: the registry of component types is full, and component 'A', "
+                            "which does not fit into it either, is registered"));
+}
+
 TEST_F(Library, append_refused_doesNotCount) {
     library.append(record(3, "A"));
     library.append(record(70, "A", typeid(SecondType)));

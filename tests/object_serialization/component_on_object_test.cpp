@@ -9,6 +9,14 @@ using Tessel::GameObject;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+/// Counts its constructions.
+class CountingComponent final : public KeepingComponent<CountingComponent, UnknownConfig> {
+public:
+    explicit CountingComponent(const Config& configuration) : KeepingComponent(configuration) { ++createdCount; }
+
+    static inline int createdCount = 0;
+};
+
 /// The effects of a descriptor on live objects.
 class OnObject : public LiveFixture {
 protected:
@@ -63,6 +71,18 @@ TEST_F(OnObject, createOnObject_destroyedWorld_isNull) {
 TEST_F(OnObject, createOnObject_deadObject_isNullAndReported) {
     EXPECT_EQ(descriptor->createOnObject(createDead()), nullptr);
     EXPECT_THAT(log.errors(), ElementsAre("A component can't be added: its game object is not alive"));
+}
+
+TEST_F(OnObject, createOnObject_objectThatTakesNone_createsNoComponent) {
+    const GameObject object = create();
+    const auto counting = makeSmart<ComponentDescriptor<CountingComponent>>("Counting", "");
+    ASSERT_NE(counting->createOnObject(object), nullptr);
+    const int created = CountingComponent::createdCount;
+
+    EXPECT_EQ(counting->createOnObject(object), nullptr);
+    EXPECT_EQ(counting->createOnObject(createDead()), nullptr);
+
+    EXPECT_EQ(CountingComponent::createdCount, created);
 }
 
 TEST_F(OnObject, createOnObject_objectThatHasOne_isNullAndReported) {

@@ -238,5 +238,96 @@ TEST_F(Overrides, gameObjectRecords_getMakesAndFindDoesNot) {
     EXPECT_EQ(&records.get("A"), &made);
 }
 
+TEST_F(Overrides, merge_sameObjectAndComponent_keepsEverySectionInOrder) {
+    const auto records = createForOne("<text>first</text><colour>red</colour>");
+    records->merge(*records->clone());
+    records->merge(*createForOne("<text>last</text>"));
+    const ComponentOverrideRecords* const merged = records->getComponentRecord(ONE, "TextComponent");
+    ASSERT_NE(merged, nullptr);
+    EXPECT_EQ(merged->properties().size(), 3U);
+    EXPECT_EQ(records->getComponentRecord(ONE, "TextComponent"), merged) << "merged only once";
+    EXPECT_EQ(apply(*records).text, "last");
+    EXPECT_EQ(log.messages().size(), 2U) << "one warning for each of the two sections with the unknown property";
+}
+
+TEST_F(Overrides, merge_withItself_doublesTheSections) {
+    const auto records = createForOne("<text>a</text>");
+    records->merge(*records);
+    EXPECT_EQ(records->getComponentRecord(ONE, "TextComponent")->properties().size(), 2U);
+}
+
+TEST_F(Overrides, merge_afterALookup_isSeenByTheNextOne) {
+    const auto records = createForOne("<text>a</text>");
+    records->merge(*createForOne("<text>b</text>"));
+    EXPECT_EQ(apply(*records).text, "b");
+    records->merge(*createForOne("<text>c</text>"));
+    EXPECT_EQ(apply(*records).text, "c");
+}
+
+TEST_F(Overrides, merge_ofMergedRecords_addsAllOfThem) {
+    const auto first = createForOne("<text>a</text>");
+    first->merge(*createForOne("<note>n</note>"));
+    const auto second = createForOne("<text>b</text>");
+    second->merge(*first);
+    EXPECT_EQ(apply(*second).text, "a");
+    EXPECT_EQ(apply(*second).note, "n");
+    EXPECT_EQ(second->getComponentRecord(ONE, "TextComponent")->properties().size(), 3U);
+}
+
+TEST_F(Overrides, empty_dependsOnAllThatWasMerged) {
+    const auto records = create("");
+    records->merge(*create(""));
+    EXPECT_TRUE(records->empty());
+    records->merge(*createForOne("<text>a</text>"));
+    EXPECT_FALSE(records->empty());
+}
+
+TEST_F(Overrides, clone_sharesTheRecordsThatItDoesNotChange) {
+    const auto original = createForOne("<text>a</text>");
+    const auto copy = original->clone();
+    copy->merge(*create(objectText(TWO_TEXT, componentText("TextComponent", "<text>two</text>"))));
+    EXPECT_EQ(copy->getRecord(ONE), original->getRecord(ONE));
+}
+
+TEST_F(Overrides, create_manyComponentsOfOneObject_areAllFound) {
+    std::string components;
+    for (int i = 0; i < 1000; ++i) {
+        components += componentText("T" + std::to_string(i % 500), "<x/>");
+    }
+    const auto records = create(objectText(ONE_TEXT, components));
+    for (int i = 0; i < 500; ++i) {
+        const ComponentOverrideRecords* const record = records->getComponentRecord(ONE, "T" + std::to_string(i));
+        ASSERT_NE(record, nullptr) << i;
+        EXPECT_EQ(record->properties().size(), 2U);
+    }
+    EXPECT_EQ(records->getComponentRecord(ONE, "T500"), nullptr);
+}
+
+TEST_F(Overrides, overrideText_reportsTheMessagesOfCreateForEachUse) {
+    for (const std::string& data :
+         {std::string("<overrides>"), std::string("<override/>"),
+          "<overrides>" + objectText("12", "") + objectText(ONE_TEXT, componentText("", "<text/>")) + "</overrides>"}) {
+        log.clear();
+        EXPECT_EQ(!OverrideRecords::create(data), !OverrideText(data).records());
+        const std::vector<Message> ofCreate = log.messages();
+        log.clear();
+        const OverrideText text(data);
+        EXPECT_THAT(log.messages(), IsEmpty()) << "parsing is silent";
+        for (int use = 0; use < 2; ++use) {
+            log.clear();
+            text.reportProblems();
+            EXPECT_EQ(log.messages(), ofCreate);
+        }
+        EXPECT_FALSE(ofCreate.empty());
+    }
+}
+
+TEST_F(Overrides, overrideText_empty_hasNoRecordsAndNoProblems) {
+    const OverrideText text("");
+    EXPECT_FALSE(text.records());
+    text.reportProblems();
+    EXPECT_THAT(log.messages(), IsEmpty());
+}
+
 } // namespace
 } // namespace Kiln::SerializationTests

@@ -1,5 +1,7 @@
 #include "document_fixture.h"
 
+#include <support/scoped_limits.h>
+
 namespace Kiln::SerializationTests {
 namespace {
 
@@ -120,6 +122,7 @@ TEST_F(DeepNesting, oneLevelDeeper_isAnErrorAndNotRead) {
 }
 
 TEST_F(DeepNesting, farTooDeep_isOneErrorAndDoesNotExhaustTheStack) {
+    const TestSupport::ScopedLimits limits({.elementDepth = 1'000'000});
     read(treeText(100000));
     EXPECT_EQ(descend(DEEPEST).name, "");
     EXPECT_EQ(log.messages().size(), 1U);

@@ -21,12 +21,12 @@ struct Lamp {
     std::vector<int> hours;
 };
 
-struct Undescribed {
+struct UndescribedPart {
     int number = 0;
 };
 
 struct Holder {
-    Undescribed part;
+    UndescribedPart part;
 };
 
 class ReflectedObjectTest : public testing::Test {
@@ -66,7 +66,7 @@ TEST_F(ReflectedObjectTest, describedType_isSeenThroughItsDescription) {
 }
 
 TEST_F(ReflectedObjectTest, undescribedOrEmptyVariant_isNotValid) {
-    Undescribed value;
+    UndescribedPart value;
 
     EXPECT_FALSE(ReflectedObject(vessa::Variant::refer(&value)).isValid());
     EXPECT_FALSE(ReflectedObject(vessa::Variant()).isValid());

@@ -149,20 +149,6 @@ TEST(DataSectionFile, largeFile_isReadWhole) {
     EXPECT_EQ(root->childrenCount(), 50'000U);
 }
 
-TEST(DataSectionFile, pipe_isReadToItsEnd) {
-    const std::string text = "<r>" + std::string(20'000, 'x') + "</r>";
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    // Within the capacity of a pipe, so that the write does not block.
-    ASSERT_EQ(write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
-    close(ends[1]);
-    const auto root = DataSection::fromFile("/dev/fd/" + std::to_string(ends[0]), "pipe", true);
-    close(ends[0]);
-
-    ASSERT_TRUE(root);
-    EXPECT_EQ(root->asString().size(), 20'000U);
-}
-
 TEST(DataSectionFile, emptyFile_isRefused) {
     const TemporaryDirectory directory;
     LogCapture log;

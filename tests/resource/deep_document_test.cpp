@@ -8,14 +8,18 @@
 #include <string>
 #include <utility>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <support/log_capture.h>
+#include <support/scoped_limits.h>
 
 #include <pthread.h>
 
 namespace Kiln {
 
 namespace {
+
+using TestSupport::ScopedLimits;
 
 constexpr int DEPTH = 100'000;
 constexpr std::size_t STACK_SIZE = 256 * 1024;
@@ -32,7 +36,9 @@ std::string nested(int depth, const std::string& innermost) {
     return xml;
 }
 
+/// Runs the work without a limit of nesting.
 void runOnSmallStack(std::function<void()> work) {
+    const ScopedLimits limits({.elementDepth = DEPTH + 1});
     pthread_attr_t attributes;
     ASSERT_EQ(pthread_attr_init(&attributes), 0);
     ASSERT_EQ(pthread_attr_setstacksize(&attributes, STACK_SIZE), 0);
@@ -78,6 +84,15 @@ TEST(DeepDocument, withComments_losesSpaceBetweenElementsOnly) {
         EXPECT_EQ(node.text(), "  ");
         EXPECT_EQ(parent.text(), "");
     });
+}
+
+TEST(DeepDocument, deeperThanTheLimit_isRefused) {
+    const std::string xml = nested(DEPTH + 2, "text");
+    TestSupport::LogCapture log;
+    runOnSmallStack([&xml] { EXPECT_FALSE(DataSection::fromText(xml, "test")); });
+
+    EXPECT_THAT(log.errors(), testing::ElementsAre("XML error in 'test' at line 1, column 300004: Elements are nested "
+                                                   "deeper than the limit of 100001"));
 }
 
 TEST(DeepDocument, truncated_isRefused) {

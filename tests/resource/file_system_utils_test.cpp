@@ -46,12 +46,14 @@ TEST_F(FileSystemUtils, resolve_withoutRoots_isThePathItself) {
     EXPECT_EQ(resolveResourcePath("/props/lamp.prefab"), "/props/lamp.prefab");
 }
 
-TEST_F(FileSystemUtils, resolve_absolutePath_isUsedUnchanged) {
+TEST_F(FileSystemUtils, resolve_absolutePath_isUsedUnchangedIfItIsInside) {
     addResourceRoot(m_first.path());
-    const std::string file = m_second.writeFile("lamp.prefab", "<prefab/>");
+    const std::string file = m_first.writeFile("lamp.prefab", "<prefab/>");
 
     EXPECT_EQ(resolveResourcePath(file), file);
-    EXPECT_EQ(resolveResourcePath("/none.prefab"), "/none.prefab");
+    EXPECT_EQ(resolveResourcePath(m_first.path("none.prefab")), m_first.path("none.prefab"));
+    EXPECT_EQ(resolveResourcePath(m_second.writeFile("lamp.prefab", "<prefab/>").string()), "");
+    EXPECT_EQ(resolveResourcePath("/none.prefab"), "");
 }
 
 TEST_F(FileSystemUtils, resolve_emptyPath_isNoDirectory) {

@@ -92,7 +92,7 @@ ProcessResult runProcess(const std::string& program, const std::vector<std::stri
     argv.push_back(nullptr);
 
     pid_t process = 0;
-    check(posix_spawn(&process, program.c_str(), actions.get(), nullptr, argv.data(), environ), program.c_str());
+    check(posix_spawnp(&process, program.c_str(), actions.get(), nullptr, argv.data(), environ), program.c_str());
     const int exitStatus = waitForEnd(process);
     return {exitStatus, readAll(outputFile), readAll(errorsFile)};
 }
