@@ -101,11 +101,13 @@ public:
 
     // Reading and writing.
 
-    /// Appends the nodes of a stored document. Problems go to the handler, or to the log when it is null. Only a wrong
-    /// format version and missing game objects end reading; any other problem skips the smallest unit.
+    /// Appends the nodes of a stored document; a null section counts as one of format version 0. Problems go to the
+    /// handler, or to the log when it is null. Only a wrong format version and missing game objects end reading; any
+    /// other problem skips the smallest unit.
     void deserialize(const SmartPointer<DataSection>& section, DeseriralizeErrorHandler* handler);
 
-    /// Writes the document into an empty section and stores the written values as the prefab's own.
+    /// Writes the document into an empty section and stores the written values as the prefab's own. A null section is
+    /// reported to the log, and nothing is stored.
     void serialize(SmartPointer<DataSection> section) const;
 
     /// Reads a file and stores the path in the PrefabComponent of its root, which is added when it is missing. Null

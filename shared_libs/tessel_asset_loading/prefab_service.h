@@ -4,6 +4,7 @@
 #include <tessel_asset_loading/export.h>
 #include <tessel_asset_loading/prefab_service_records.h>
 
+#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -26,7 +27,8 @@ class PrefabCache;
 /// mutex, recursive and held through a whole tick, and the cache mutex, held through a whole parse. The main thread
 /// takes the queue's mutex before the cache's; workers take the cache mutex alone.
 /// Failure: a prefab that can't be loaded leaves a null document, which the parser reports; loaders that wait for it
-/// keep waiting.
+/// keep waiting. When an allocation fails, an operation throws std::bad_alloc and leaves everything as it was; tick
+/// tries again in the next frame.
 class KILN_TESSEL_ASSET_LOADING_EXPORT PrefabService final : public IService {
 public:
     PrefabService();
@@ -39,6 +41,9 @@ public:
 
     /// Creates the objects of every loader whose prefab has been parsed, answers descriptor requests, and calls
     /// onObjectLoaded of the callbacks. There is no time budget: everything that is ready is done in this frame.
+    ///
+    /// An exception that a component or the creation listener throws fails the creation, and is logged once for each
+    /// loader. The first exception of an onPreactivate leaves tick at its end; other callbacks' leave it at once.
     void tick() override;
 
     /// Calls onObjectLoadedIntoHierarchy of the callbacks and releases them.
@@ -48,11 +53,11 @@ public:
     void onWorldDestroyed(int worldId) override;
 
     /// The cached document of a path, parsed now unless it is cached; null when it can't be loaded, and the next call
-    /// tries again. It belongs to the cache. Any thread; one parse at a time.
+    /// tries again. It belongs to the cache, which keeps it until it is cleared. Any thread; one parse at a time.
     GameObjectPrefab* loadPrefabData(const std::string& path);
 
     /// Like loadPrefabData, but for callers that use the document while others may clear the cache: returns the cache
-    /// entry, which is never null and keeps its document alive.
+    /// entry, which is never null and keeps its document alive. Does not claim the entry.
     SmartPointer<DescriptorCacheData> loadSharedPrefab(const std::string& path);
 
     /// Puts a document into the cache; if the path already has an entry, the entry is kept and the document is
@@ -66,6 +71,29 @@ public:
     void clearCache();
     void clearCached(const std::string& path);
     void clearCached(const std::vector<std::string>& paths);
+
+    // For code that loads documents itself and shares them with the service. None of these operations parses. Any
+    // thread.
+    //
+    // loadPrefabData, cachePrefabData and loadGameObject by path claim the entry that they find or make, since their
+    // callers rely on its document until the cache is cleared. Such an entry is neither dropped nor destroyed by the
+    // operations below, and none of these claims an entry.
+
+    /// The cache entry of a path; null when it has none. Does not wait for a parse that is in progress.
+    [[nodiscard]] SmartPointer<DescriptorCacheData> findSharedPrefab(const std::string& path);
+    /// Puts a document into the cache. Unlike cachePrefabData, it also fills an entry without a document, so that the
+    /// loaders that wait for the entry are served in the next tick. If the entry has a document, that one stays and the
+    /// new one is destroyed. Returns the path's entry and whether it is new. Waits for the cache mutex, and so for a
+    /// parse that is in progress. A null document and an empty path are refused: the result is then null and false.
+    std::pair<SmartPointer<DescriptorCacheData>, bool> sharePrefabData(const std::string& path,
+                                                                       std::unique_ptr<GameObjectPrefab> prefab);
+    /// Makes `entry` the cache entry of a path. Those who hold the previous entry keep it: a loader that waits for an
+    /// entry without a document continues to wait for it. The service itself keeps a claimed entry that is replaced
+    /// until the cache or its path is cleared. Does not wait for a parse that is in progress. Null is ignored.
+    void replaceSharedPrefab(const std::string& path, SmartPointer<DescriptorCacheData> entry);
+    /// Drops the cache entry of a path if it is `entry` and is not claimed, and returns whether it did. Does not wait
+    /// for a parse that is in progress.
+    bool dropSharedPrefab(const std::string& path, const DescriptorCacheData& entry);
 
     /// Queues a request for a document, answered by tick. If the path is not in the cache, a background load is
     /// started; it fills the cache entry but not the request, which therefore stays queued.
@@ -89,13 +117,12 @@ public:
     [[nodiscard]] std::size_t descriptorRequestsCount() const { return m_descriptorRequests.size(); }
 
 private:
+    [[nodiscard]] SmartPointer<DescriptorCacheData> loadEntry(const std::string& path, bool isClaiming);
     void cachePrefabDataInternal(const std::string& path, bool backgroundLoad, int depth);
-    void queueLoader(GameObjectLoader loader);
 
-    void createLoadedObjects();
+    [[nodiscard]] std::exception_ptr createLoadedObjects();
     void answerDescriptorRequests();
     void notifyLoaded();
-    [[nodiscard]] GameObject createFromLoader(const GameObjectLoader& loader);
 
     std::recursive_mutex m_loadingQueueMutex; ///< Guards the queue and the loaded objects.
     std::vector<GameObjectLoader> m_loadingQueue;

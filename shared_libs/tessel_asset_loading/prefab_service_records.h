@@ -46,6 +46,14 @@ struct KILN_TESSEL_ASSET_LOADING_EXPORT DescriptorCacheData final : public SafeR
 
     PublishedPrefab prefab; ///< Null while the load is pending and after it failed.
 
+    /// Whether an exception, such as a failed allocation, has ended the last load; the next request by path starts
+    /// another one. A relaxed hint: the document itself is in `prefab`.
+    std::atomic<bool> isLoadAborted{false};
+
+    /// Whether the service itself has handed this entry out: it stays until the cache is cleared. Relaxed: the lock of
+    /// the cache's map orders the marking of an entry before its pointer is handed out against dropping it.
+    std::atomic<bool> isClaimed{false};
+
     /// Worlds that asked for this entry while its load was pending. Main thread.
     std::unordered_set<int> pendingWorlds;
 };
@@ -57,6 +65,7 @@ struct GameObjectLoader {
     int worldId;
     Uuid uuid;                               ///< Instance UUID of the hierarchy.
     SmartPointer<OverrideRecords> overrides; ///< May be null.
+    bool isExceptionReported = false;        ///< Whether tick has logged an exception of the creation.
 };
 
 /// A caller that waits for a document.

@@ -12,7 +12,8 @@ IComponent::TypesLibrary& IComponent::types() {
 }
 
 void reportTooManyComponentTypes() {
-    DebugMessageHelper(0, LogSeverity::CRITICAL, "", "shared_libs/tessel_foundation/component")
+    constexpr unsigned LINE = 174; // Part of the contract with log readers.
+    DebugMessageHelper(0, LogSeverity::CRITICAL, "", "shared_libs/tessel_foundation/component", LINE)
         .message("Too Many IComponent types!");
 }
 

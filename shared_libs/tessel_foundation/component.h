@@ -61,6 +61,16 @@ protected:
     ~NativeComponent() = default;
 };
 
+/// A component with the type id of T as a T; null if it is null. All types that do not fit into the registry share one
+/// id: a component of another of these types also yields null.
+template <class T>
+[[nodiscard]] T* castComponent(IComponent* component) {
+    if (NativeComponent<T>::getType() == IComponent::MAX_TYPES) [[unlikely]] {
+        return dynamic_cast<T*>(component);
+    }
+    return static_cast<T*>(component);
+}
+
 /// Destroys a component and returns its memory to the storage that allocated it.
 struct IComponentDeleter {
     /// Set by the storage that allocated the component.

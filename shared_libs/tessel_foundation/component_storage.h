@@ -81,8 +81,8 @@ public:
         if (component == nullptr || component->type() != type()) {
             return nullptr;
         }
-        T* const element = static_cast<T*>(component);
-        return m_pool.owns(*element) ? element : nullptr;
+        T* const element = castComponent<T>(component);
+        return element != nullptr && m_pool.owns(*element) ? element : nullptr;
     }
 
     /// Calls `function(T&)` for the active components, block by block, and in the order of activation within each

@@ -91,9 +91,12 @@ TEST(Component, construction_registeredType_isSilent) {
 
 TEST(CheckComponentTypeId, overflowId_logsCriticalMessage) {
     const LogCapture log;
+    std::vector<unsigned> lines;
+    const ScopedLogSink sink([&](const LogMessage& message) { lines.push_back(message.line); });
     checkComponentTypeId(1024);
     const LogCapture::Message expected{6, "", "Too Many IComponent types!", "shared_libs/tessel_foundation/component"};
     EXPECT_THAT(log.messages(), ElementsAre(expected));
+    EXPECT_THAT(lines, ElementsAre(174U));
 }
 
 TEST(CheckComponentTypeId, anyOtherId_isSilent) {
@@ -129,11 +132,13 @@ TEST(Component, construction_fullTypesLibrary_logsEachTimeAndContinues) {
             const Latecomer first;
             const Latecomer second;
             const Plain known;
+            Log::instance().flush();
             std::fprintf(stderr, "type %d of %zu", static_cast<int>(second.type()), IComponent::types().typesCount());
             std::exit(0);
         },
         testing::ExitedWithCode(0),
-        "^\\[6\\] Too Many IComponent types!\n\\[6\\] Too Many IComponent types!\ntype 1024 of 1024$");
+        "^\\[6\\] Too Many IComponent types!\n\\[6\\] Too Many IComponent types! \\(repeated 1 time\\)\n"
+        "type 1024 of 1024$");
 }
 
 TEST(ComponentPointer, destruction_callsTheDeleter) {

@@ -19,10 +19,29 @@ void reportFailure() {
     Report::error("Failed to create prefab instance.\n");
 }
 
+/// Makes room for a number of entries in advance: a map that grows moves all its entries at once. Unlike
+/// UuidMap::reserve(), never makes the map smaller.
+void makeRoom(UuidMap& map, std::size_t count) {
+    if (static_cast<float>(map.bucket_count()) * map.max_load_factor() < static_cast<float>(count)) {
+        map.reserve(count);
+    }
+}
+
+/// `manager` is null when the world does not exist any more.
+void removeObject(GameObjectManager* manager, GameObject object) noexcept {
+    try {
+        if (manager) {
+            manager->removeGameObject(object);
+        }
+    } catch (...) { // NOLINT(bugprone-empty-catch): the other objects are removed all the same.
+    }
+}
+
 } // namespace
 
-InstanceCreation::InstanceCreation(const GameObjectPrefab& prefab, GameObjectPrefab::CreateConfig& config)
-    : InstanceCreation(prefab, config.worldId, config.uuidMap, {}) {
+InstanceCreation::InstanceCreation(const GameObjectPrefab& prefab, GameObjectPrefab::CreateConfig& config,
+                                   INestedPrefabs* nestedPrefabs)
+    : InstanceCreation(prefab, config.worldId, config.uuidMap, {}, nestedPrefabs) {
     m_stage = Stage::GATHERING;
     m_items.reserve(prefab.nodesCount());
     if (prefab.isEmpty() || !m_gathering.enter(prefab, config.instanceUuid, config.overrides, false, 0)) {
@@ -31,14 +50,15 @@ InstanceCreation::InstanceCreation(const GameObjectPrefab& prefab, GameObjectPre
 }
 
 InstanceCreation::InstanceCreation(const GameObjectPrefab& prefab, int worldId, UuidMap& uuidMap,
-                                   InstanceGathering::Items items)
+                                   InstanceGathering::Items items, INestedPrefabs* nestedPrefabs)
     : m_entryPoint(EntryPoint::instance()),
       m_spareNodes(SpareNodes::instance()),
       m_prefab(prefab),
       m_worldId(worldId),
       m_uuidMap(uuidMap),
       m_stage(Stage::DERIVING_UUIDS),
-      m_items(std::move(items)) {}
+      m_items(std::move(items)),
+      m_gathering(m_items, nestedPrefabs) {}
 
 InstanceCreation::~InstanceCreation() {
     if (!isFinished()) {
@@ -46,23 +66,18 @@ InstanceCreation::~InstanceCreation() {
     }
 }
 
-InstanceCreation::Stage InstanceCreation::step(const Deadline& deadline) {
+InstanceCreation::Stage InstanceCreation::step(const Deadline& deadline, Stage pauseBefore) {
     m_world = m_entryPoint.findValidWorld(m_worldId);
-    if (!isFinished() && !m_created.empty() && !m_world) {
+    if (!isFinished() && m_stage != Stage::REMOVING && !m_created.empty() && !m_world) {
         fail();
-    }
-    if (m_stage == Stage::CREATING_COMPONENTS) {
-        restoreOverrideFlags();
     }
     try {
         do {
             work(deadline);
-        } while (!isFinished() && !deadline.hasPassed());
-        if (!isFinished()) {
-            saveOverrideFlags();
-        }
+        } while (m_stage < pauseBefore && !isFinished() && !deadline.hasPassed());
     } catch (...) {
-        rollBack();
+        m_failedComponent = findMissingComponent();
+        rollBack(deadline);
         throw;
     }
     return m_stage;
@@ -79,11 +94,14 @@ void InstanceCreation::work(const Deadline& deadline) {
     case Stage::CREATING_OBJECTS:
         createObjects(deadline);
         if (m_stage == Stage::FAILED) {
-            failInstancing();
+            reportFailure();
+            startRemoval(true);
         }
         return;
     case Stage::CREATING_COMPONENTS:
         return createComponents(deadline);
+    case Stage::REMOVING:
+        return removeObjects(deadline);
     case Stage::SUCCEEDED:
     case Stage::FAILED:
         return;
@@ -91,10 +109,10 @@ void InstanceCreation::work(const Deadline& deadline) {
 }
 
 std::vector<GameObject> InstanceCreation::takeObjects() {
-    if (m_stage != Stage::SUCCEEDED || m_itemObjects.empty()) {
+    if (m_stage != Stage::SUCCEEDED || m_areObjectsTaken) {
         return {GameObject::INVALID_GAME_OBJECT};
     }
-    m_itemObjects.clear(); // They are no longer this creation's to be rolled back.
+    m_areObjectsTaken = true; // They are no longer this creation's to be rolled back.
     return std::move(m_created);
 }
 
@@ -108,43 +126,139 @@ bool InstanceCreation::createAllObjects() {
     return m_stage == Stage::CREATING_COMPONENTS;
 }
 
-void InstanceCreation::rollBack() noexcept {
-    m_stage = Stage::FAILED;
-    m_created.clear();
-    GameObjectManager* const manager = getGameObjectManager(m_worldId);
-    for (ItemObject& itemObject : m_itemObjects) {
-        if (itemObject.isExternal || itemObject.object.isInvalid()) {
-            continue;
-        }
-        if (const auto entry = m_uuidMap.find(itemObject.uuid);
-            entry != m_uuidMap.end() && entry->second == itemObject.object) {
-            m_uuidMap.erase(entry);
-        }
-        try {
-            if (manager) {
-                manager->removeGameObject(itemObject.object);
-            }
-        } catch (...) { // NOLINT(bugprone-empty-catch): the other objects are removed all the same.
+bool InstanceCreation::rollBack(const Deadline& deadline) noexcept {
+    if (m_areObjectsTaken) {
+        m_stage = Stage::FAILED;
+    }
+    if (m_stage == Stage::FAILED) {
+        return true;
+    }
+    startRemoval(false);
+    if (m_stage == Stage::REMOVING) {
+        removeObjects(deadline);
+    }
+    return m_stage == Stage::FAILED;
+}
+
+SmartPointer<IComponentDescriptor> InstanceCreation::findMissingComponent() const {
+    const GameObjectManager* const manager = getGameObjectManager(m_worldId);
+    if (m_stage != Stage::CREATING_COMPONENTS || m_nextItem == m_items.size() || !manager) {
+        return nullptr;
+    }
+    const GameObject object = m_itemObjects[m_nextItem].object;
+    for (const SmartPointer<IComponentDescriptor>& component : m_items[m_nextItem].descriptor->components()) {
+        if (!manager->hasComponent(object, component->type())) {
+            return component;
         }
     }
-    m_itemObjects.clear();
+    return nullptr;
 }
 
 void InstanceCreation::fail() {
     reportFailure();
-    rollBack();
+    startRemoval(false);
 }
 
-/// All objects that instancing has listed are removed, also those of the caller's map that it has taken.
-void InstanceCreation::failInstancing() {
-    reportFailure();
-    const std::vector<GameObject> created = std::exchange(m_created, {});
-    m_itemObjects.clear();
-    if (GameObjectManager* const manager = getGameObjectManager(m_worldId)) {
-        for (const GameObject object : created) {
-            manager->removeGameObject(object);
-        }
+void InstanceCreation::startRemoval(bool isInstancing) noexcept {
+    if (m_stage == Stage::REMOVING) {
+        return;
     }
+    enterStage(Stage::REMOVING);
+    if (isInstancing) {
+        m_itemObjects.clear();
+    } else {
+        m_created.clear();
+    }
+    if (m_areMapsSwapped) {
+        m_uuidMap.merge(m_usedUuids); // These entries are the caller's, and the map has room for them.
+        m_areMapsSwapped = false;
+    }
+    if (m_created.empty() && m_itemObjects.empty()) {
+        m_stage = Stage::FAILED;
+    }
+}
+
+void InstanceCreation::removeObjects(const Deadline& deadline) noexcept {
+    GameObjectManager* const manager = getGameObjectManager(m_worldId);
+    do {
+        for (std::size_t i = 0; i < REMOVAL_GROUP; ++i) {
+            if (!m_descendants.empty()) {
+                removeDescendant(manager);
+            } else if (m_nextItem < m_created.size()) {
+                removeObject(manager, m_created[m_nextItem++]);
+            } else if (!m_itemObjects.empty()) {
+                removeLastItem(manager);
+            } else {
+                m_created.clear();
+                m_stage = Stage::FAILED;
+                return;
+            }
+        }
+    } while (!deadline.hasPassed());
+}
+
+void InstanceCreation::removeLastItem(GameObjectManager* manager) noexcept {
+    const ItemObject itemObject = m_itemObjects.back();
+    const bool isOwn = !itemObject.isExternal && !itemObject.object.isInvalid();
+    if (isOwn && !m_areDescendantsRemoved && listChildren(manager, itemObject.object)) {
+        m_areDescendantsRemoved = true; // Before this item is the last one again.
+        return;
+    }
+    m_areDescendantsRemoved = false;
+    m_itemObjects.pop_back();
+    if (!isOwn) {
+        return;
+    }
+    if (const auto entry = m_uuidMap.find(itemObject.uuid);
+        entry != m_uuidMap.end() && entry->second == itemObject.object) {
+        m_uuidMap.erase(entry);
+    }
+    removeObject(manager, itemObject.object);
+}
+
+void InstanceCreation::removeDescendant(GameObjectManager* manager) noexcept {
+    if (m_listedDescendants < m_descendants.size()) {
+        listChildren(manager, m_descendants[m_listedDescendants++]);
+        return;
+    }
+    removeObject(manager, m_descendants.back());
+    m_descendants.pop_back();
+    m_listedDescendants = m_descendants.size();
+}
+
+bool InstanceCreation::listChildren(const GameObjectManager* manager, GameObject object) noexcept {
+    try {
+        const std::vector<GameObject> children = manager ? manager->getChildren(object) : std::vector<GameObject>();
+        for (const GameObject child : children) {
+            m_descendants.push_back(child);
+        }
+        return !children.empty();
+    } catch (...) { // No memory: the children that are not listed are removed with the object.
+        return false;
+    }
+}
+
+bool InstanceCreation::release(const Deadline& deadline) noexcept {
+    if (!isFinished()) {
+        return false;
+    }
+    m_areObjectsTaken = true;
+    do {
+        for (std::size_t i = 0; i < RELEASE_GROUP; ++i) {
+            if (!m_items.empty()) {
+                m_items.pop_back();
+            } else if (!m_itemObjects.empty()) {
+                m_itemObjects.pop_back();
+            } else if (!m_nestedRoots.releaseOne() && !m_gathering.releaseOne()) {
+                return disposeOf(m_usedUuids, deadline);
+            }
+        }
+    } while (!deadline.hasPassed());
+    return false;
+}
+
+InstanceCreation::Taken InstanceCreation::takeAll() {
+    return {takeObjects(), std::move(m_items), std::move(m_itemObjects)};
 }
 
 void InstanceCreation::enterStage(Stage stage) noexcept {
@@ -164,20 +278,6 @@ bool InstanceCreation::forEachItem(const Deadline& deadline, const Unit& unit) {
         }
     }
     return m_nextItem == m_items.size();
-}
-
-void InstanceCreation::saveOverrideFlags() {
-    for (; m_savedItemsCount < m_items.size(); ++m_savedItemsCount) {
-        if (auto* const component = findPrefabDescriptor(*m_items[m_savedItemsCount].descriptor)) {
-            m_overrideFlags.push_back({component, component->prefabProperties().hasOverrides});
-        }
-    }
-}
-
-void InstanceCreation::restoreOverrideFlags() const {
-    for (const OverrideFlag& flag : m_overrideFlags) {
-        flag.component->setState(&PrefabComponent::Config::hasOverrides, flag.hasOverrides);
-    }
 }
 
 void InstanceCreation::gather(const Deadline& deadline) {
@@ -203,8 +303,11 @@ void InstanceCreation::deriveUuids(const Deadline& deadline) {
         const Item& item = m_items[index];
         const GameObjectLink* const parent = item.descriptor->parentLink();
         // The descriptor that stands for a nested prefab's root is the only one whose parent is given as a live UUID.
-        m_itemObjects.push_back(
-            {deriveUuid(item), GameObject::INVALID_GAME_OBJECT, nullptr, !parent, parent && parent->isLiveUuid()});
+        const bool isNestedRoot = parent && parent->isLiveUuid();
+        m_itemObjects.push_back({deriveUuid(item), GameObject::INVALID_GAME_OBJECT, nullptr, !parent});
+        if (isNestedRoot) {
+            m_nestedRoots.add(index);
+        }
         return true;
     });
     if (isComplete) {
@@ -214,17 +317,20 @@ void InstanceCreation::deriveUuids(const Deadline& deadline) {
 }
 
 void InstanceCreation::enterUuids(const Deadline& deadline) {
-    m_areUuidsEntered = true;
+    if (m_nextItem == 0) {
+        m_areUuidsEntered = true;
+        makeRoom(m_usedUuids, m_items.size());
+    }
     while (m_nextItem < m_itemObjects.size()) {
-        const std::size_t count = std::min(LargeInstance::GROUP_SIZE, m_itemObjects.size() - m_nextItem);
-        if (!LargeInstance::enterGroup(m_usedUuids, std::span(m_itemObjects).subspan(m_nextItem, count))) {
+        const std::span<ItemObject> group = m_itemObjects.run(m_nextItem, LargeInstance::GROUP_SIZE);
+        if (!LargeInstance::enterGroup(m_usedUuids, group)) {
             // Start over without groups: adding the UUIDs one by one finds the conflict at the item that must report
             // it.
             m_usedUuids = UuidMap(8);
             m_areUuidsEntered = false;
             break;
         }
-        m_nextItem += count;
+        m_nextItem += group.size();
         if (deadline.hasPassed()) {
             break;
         }
@@ -234,26 +340,36 @@ void InstanceCreation::enterUuids(const Deadline& deadline) {
     }
 }
 
+void InstanceCreation::prepareObjects() {
+    m_created.reserve(m_items.size());
+    m_created.push_back(GameObject::INVALID_GAME_OBJECT); // The root's position.
+    if (!m_areUuidsEntered && m_items.size() >= LargeInstance::MIN_OBJECTS) {
+        makeRoom(m_usedUuids, m_items.size() + m_uuidMap.size());
+    }
+}
+
 void InstanceCreation::createObjects(const Deadline& deadline) {
     const GameObjectPrefabScope<"createGoInstances"> scope(716);
     if (m_created.empty()) {
-        m_created.reserve(m_items.size());
-        m_created.push_back(GameObject::INVALID_GAME_OBJECT); // The root's position.
+        prepareObjects();
     }
     bool isCreated = true;
-    const bool isComplete =
+    const bool areAllCreated =
         forEachItem(deadline, [this, &isCreated](std::size_t index) { return isCreated = createObject(index); });
-    if (isComplete) {
-        isCreated = completeObjects();
+    if (areAllCreated && m_created.front().isInvalid()) {
+        Report::error("Game Objects hierarchy doesn't have root.");
+        isCreated = false;
     }
     if (!isCreated) {
         m_stage = Stage::FAILED;
-    } else if (isComplete) {
+    } else if (areAllCreated && handOverUuids(deadline)) {
+        completeObjects();
         enterStage(Stage::CREATING_COMPONENTS);
     }
 }
 
-inline bool InstanceCreation::createObject(std::size_t index) {
+// Inlined, since it is called for every object.
+[[gnu::always_inline]] inline bool InstanceCreation::createObject(std::size_t index) {
     ItemObject& itemObject = m_itemObjects[index];
     const auto external = m_uuidMap.empty() ? m_uuidMap.end() : m_uuidMap.find(itemObject.uuid);
     const bool isExternal = external != m_uuidMap.end();
@@ -291,9 +407,15 @@ inline bool InstanceCreation::enterUuid(std::size_t index, bool isExternal) {
 
 bool InstanceCreation::repairConflict(std::size_t index) {
     m_isRepaired = true;
-    const Uuid newInstanceUuid = m_prefab.generateNewInstanceUuid(m_items, m_usedUuids, m_items[index].instanceUuid);
+    std::vector<Item> items;
+    items.reserve(m_items.size());
     for (std::size_t i = 0; i < m_items.size(); ++i) {
-        if (m_items[i].instanceUuid == newInstanceUuid) {
+        items.push_back(m_items[i]);
+    }
+    const Uuid newInstanceUuid = m_prefab.generateNewInstanceUuid(items, m_usedUuids, m_items[index].instanceUuid);
+    for (std::size_t i = 0; i < m_items.size(); ++i) {
+        if (items[i].instanceUuid == newInstanceUuid) {
+            m_items[i].instanceUuid = newInstanceUuid;
             m_itemObjects[i].uuid = deriveUuid(m_items[i]);
         }
     }
@@ -318,23 +440,36 @@ inline bool InstanceCreation::appendObject(const ItemObject& itemObject) {
     return true;
 }
 
-bool InstanceCreation::completeObjects() {
-    if (m_created.front().isInvalid()) {
-        Report::error("Game Objects hierarchy doesn't have root.");
-        return false;
-    }
-    // Move the entries to the caller's map. A UUID that is already there keeps its object.
+bool InstanceCreation::handOverUuids(const Deadline& deadline) {
     if (m_uuidMap.empty()) {
         m_uuidMap.swap(m_usedUuids);
-    } else {
-        m_uuidMap.merge(m_usedUuids);
+        return true;
     }
-    if (m_isRepaired) { // Entries have moved to other UUIDs.
-        for (ItemObject& itemObject : m_itemObjects) {
-            itemObject.object = m_uuidMap.at(itemObject.uuid);
+    // Move the entries of the smaller map. A UUID that the caller's map has already keeps its object.
+    if (!m_areMapsSwapped && m_usedUuids.size() > m_uuidMap.size()) {
+        makeRoom(m_usedUuids, m_usedUuids.size() + m_uuidMap.size());
+        m_uuidMap.swap(m_usedUuids);
+        m_areMapsSwapped = true;
+    }
+    while (!m_usedUuids.empty()) {
+        const UuidMap::insert_return_type result = m_uuidMap.insert(m_usedUuids.extract(m_usedUuids.begin()));
+        if (!result.inserted && m_areMapsSwapped) {
+            result.position->second = result.node.mapped();
+        }
+        if (deadline.hasPassed()) {
+            break;
         }
     }
-    return true;
+    return m_usedUuids.empty();
+}
+
+void InstanceCreation::completeObjects() {
+    m_areMapsSwapped = false;
+    if (m_isRepaired) { // Entries have moved to other UUIDs.
+        for (std::size_t i = 0; i < m_itemObjects.size(); ++i) {
+            m_itemObjects[i].object = m_uuidMap.at(m_itemObjects[i].uuid);
+        }
+    }
 }
 
 inline void InstanceCreation::createComponents(std::size_t index) {
@@ -342,6 +477,11 @@ inline void InstanceCreation::createComponents(std::size_t index) {
     const ItemObject& itemObject = m_itemObjects[index];
     const GameObject object = itemObject.object;
     const GameObjectOverrideRecords* const overrides = findOverrides(item, index == 0);
+    if (!m_gathering.overrideFlags().empty()) {
+        if (auto* const component = findPrefabDescriptor(*item.descriptor)) {
+            m_gathering.overrideFlags().restore(*component);
+        }
+    }
     // A component may destroy the world; an object of the caller's map may be in another world.
     if (!m_objectCreation || object.getWorldId() != m_worldId || !m_entryPoint.isWorldValid(m_worldId)) {
         completeObject(item, itemObject.uuid, object, m_uuidMap, m_nestedRoots, overrides);
@@ -384,16 +524,31 @@ void InstanceCreation::completeObject(const Item& item, const Uuid& uuid, GameOb
     }
 }
 
+bool InstanceCreation::NestedRoots::releaseOne() noexcept {
+    if (m_rootItems.empty()) {
+        return m_index.removeOne();
+    }
+    m_rootItems.pop_back();
+    return true;
+}
+
 GameObject InstanceCreation::NestedRoots::findNestedRoot(const Uuid& nestedInstanceUuid) {
-    if (!m_index) {
-        m_index.emplace();
-        for (std::size_t i = 0; i < m_creation.m_items.size(); ++i) {
-            if (m_creation.m_itemObjects[i].isNestedRoot) {
-                m_index->add(m_creation.m_items[i].instanceUuid, m_creation.m_itemObjects[i].object);
-            }
+    const std::size_t indexedCount = std::min(m_indexedCount + INDEXED_PER_LOOKUP, m_rootItems.size());
+    for (; m_indexedCount < indexedCount; ++m_indexedCount) {
+        const std::size_t item = m_rootItems[m_indexedCount];
+        m_index.add(m_creation.m_items[item].instanceUuid, m_creation.m_itemObjects[item].object);
+    }
+    const GameObject indexed = m_index.findNestedRoot(nestedInstanceUuid);
+    if (!indexed.isInvalid()) {
+        return indexed;
+    }
+    for (std::size_t i = m_indexedCount; i < m_rootItems.size(); ++i) {
+        const std::size_t item = m_rootItems[i];
+        if (m_creation.m_items[item].instanceUuid == nestedInstanceUuid) {
+            return m_creation.m_itemObjects[item].object;
         }
     }
-    return m_index->findNestedRoot(nestedInstanceUuid);
+    return GameObject::INVALID_GAME_OBJECT;
 }
 
 } // namespace Kiln::Tessel::detail

@@ -2,8 +2,12 @@
 
 #include <object_framework/hierarchy_component.h>
 #include <object_serialization/typed_component_descriptor.h>
+#include <tessel_asset_loading/game_object_prefab/document_name.h>
 #include <tessel_asset_loading/reporting/messages.h>
 
+#include <algorithm>
+#include <array>
+#include <span>
 #include <utility>
 
 namespace Kiln::Tessel::detail {
@@ -18,23 +22,26 @@ using HierarchyDescriptor = ComponentDescriptor<HierarchyComponent>;
 }
 
 /// What an integration point nests, after applying the enclosing instance's overrides of the point's own
-/// PrefabComponent (null for none). They are applied as long as this lives, so that they reach this instance alone.
+/// PrefabComponent (null for none), which `owner` holds. They are applied as long as this lives, so that they reach
+/// this instance alone.
 class NestedReference : NonCopyable {
 public:
-    NestedReference(PrefabDescriptor& component, const ComponentOverrideRecords* outer)
-        : m_restoring{component}, m_records(OverrideRecords::create(component.prefabProperties().overridesData)) {
-        component.setupOverrides(outer);
-        SmartPointer<OverrideRecords> after = OverrideRecords::create(config().overridesData);
-        if (!m_records) {
-            m_records = std::move(after);
-        } else if (after) {
-            m_records->merge(*after);
+    NestedReference(PointRecords& pointRecords, PrefabDescriptor& component, const ComponentOverrideRecords* outer,
+                    const SmartPointer<OverrideRecords>& owner)
+        : m_restoring{component} {
+        if (!outer && component.prefabProperties().overridesData.empty()) {
+            component.setupOverrides(nullptr);
+            return;
         }
+        PointRecords::Point& point = pointRecords.point(component);
+        point.reportOwnProblems();
+        component.setupOverrides(outer);
+        m_records = point.find(config().overridesData, outer, owner);
     }
 
     [[nodiscard]] const std::string& resource() const { return config().resource; }
 
-    /// For the nested instance; may be null.
+    /// For the nested instance; may be null. Shared with other instances.
     [[nodiscard]] const SmartPointer<OverrideRecords>& records() const { return m_records; }
 
 private:
@@ -80,6 +87,14 @@ bool InstanceGathering::enter(const GameObjectPrefab& prefab, const Uuid& instan
     return true;
 }
 
+inline void InstanceGathering::assignOverrideFlag(const Level& level, PrefabDescriptor& component) {
+    const bool hasOverrides = level.overrides && !level.overrides->empty();
+    component.setState(&PrefabComponent::Config::hasOverrides, hasOverrides);
+    if (m_canPause) {
+        m_overrideFlags.store(component, hasOverrides);
+    }
+}
+
 inline bool InstanceGathering::visitNode(Level& level, const SmartPointer<GameObjectDescriptor>& node) {
     const bool isRoot = !findHierarchy(*node);
     if (level.skipRoots && isRoot) {
@@ -87,7 +102,8 @@ inline bool InstanceGathering::visitNode(Level& level, const SmartPointer<GameOb
     }
     PrefabDescriptor* const component = findPrefabDescriptor(*node);
     if (component) {
-        component->setState(&PrefabComponent::Config::hasOverrides, level.overrides && !level.overrides->empty());
+        m_overrideBytes += component->prefabProperties().overridesData.size();
+        assignOverrideFlag(level, *component);
         if (!isRoot) {
             return visitIntegrationPoint(level, node, *component);
         }
@@ -96,14 +112,30 @@ inline bool InstanceGathering::visitNode(Level& level, const SmartPointer<GameOb
     return true;
 }
 
+inline bool InstanceGathering::isWithinLimit() const {
+    if (m_items.size() <= m_limits.instanceObjects && m_overrideBytes <= m_limits.instanceOverrideBytes) {
+        return true;
+    }
+    const std::string name = documentName(*m_levels.front().prefab);
+    if (m_items.size() > m_limits.instanceObjects) {
+        Report::error("An instance of '%s' has more game objects than the limit of %zu.", name.c_str(),
+                      m_limits.instanceObjects);
+    } else {
+        Report::error("An instance of '%s' has more bytes of override data than the limit of %zu.", name.c_str(),
+                      m_limits.instanceOverrideBytes);
+    }
+    return false;
+}
+
 bool InstanceGathering::visitNodes(const Deadline& deadline) {
+    m_canPause = m_canPause || deadline.isSet();
     while (!m_levels.empty()) {
         Level& level = m_levels.back();
         if (level.nextNode == level.prefab->m_nodes.size()) {
             m_levels.pop_back();
             continue;
         }
-        if (!visitNode(level, level.prefab->m_nodes[level.nextNode++])) {
+        if (!visitNode(level, level.prefab->m_nodes[level.nextNode++]) || !isWithinLimit()) {
             return false;
         }
         if (deadline.hasPassed()) {
@@ -126,8 +158,8 @@ bool InstanceGathering::visitIntegrationPoint(Level& level, const SmartPointer<G
     SmartPointer<GameObjectDescriptor> merged;
     SmartPointer<OverrideRecords> records;
     {
-        const NestedReference reference(component, outer);
-        nested = level.nesting->load(reference.resource());
+        const NestedReference reference(m_pointRecords, component, outer, level.overrides);
+        nested = loadNested(*level.nesting, reference.resource());
         if (!nested) {
             return true;
         }
@@ -151,12 +183,21 @@ bool InstanceGathering::visitIntegrationPoint(Level& level, const SmartPointer<G
     return enter(*nested, nestedInstanceUuid, std::move(records), true, level.depth + 1);
 }
 
-const GameObjectPrefab* InstanceGathering::Nesting::load(const std::string& resource) {
-    if (!lastNested.get() || lastResource != resource) {
-        lastNested = loadNestedPrefab(resource);
-        lastResource = resource;
+const GameObjectPrefab* InstanceGathering::loadNested(Nesting& nesting, const std::string& resource) {
+    if (!nesting.lastNested.get() || nesting.lastResource != resource) {
+        nesting.lastNested = request(resource);
+        nesting.lastResource = resource;
     }
-    return lastNested.get();
+    return nesting.lastNested.get();
+}
+
+NestedPrefab InstanceGathering::request(const std::string& resource) const {
+    if (!m_nestedPrefabs) {
+        return loadNestedPrefab(resource);
+    }
+    std::array<const GameObjectPrefab*, GameObjectPrefab::MAX_NESTING_DEPTH + 1> enclosing{};
+    std::ranges::transform(m_levels, enclosing.begin(), &Level::prefab);
+    return m_nestedPrefabs->load(resource, std::span(enclosing).first(m_levels.size()));
 }
 
 const Uuid& InstanceGathering::Nesting::liveParent(const Uuid& parent) noexcept {

@@ -11,7 +11,6 @@ struct ItemObject {
     GameObject object;           ///< Invalid until it is created or taken.
     GameObject* entry = nullptr; ///< The value of `uuid` in the map of UUIDs; set for large instances only.
     bool isRoot = false;         ///< Its descriptor has no parent.
-    bool isNestedRoot = false;   ///< It stands for the root of a nested prefab.
     bool isExternal = false;     ///< It was taken from the caller's map.
 };
 

@@ -19,6 +19,15 @@ public:
         return found == m_objects.end() ? GameObject::INVALID_GAME_OBJECT : found->second;
     }
 
+    /// False when there is none.
+    bool removeOne() noexcept {
+        if (m_objects.empty()) {
+            return false;
+        }
+        m_objects.erase(m_objects.begin());
+        return true;
+    }
+
 private:
     std::unordered_map<Uuid, GameObject> m_objects;
 };

@@ -1,13 +1,14 @@
 #include <tessel_asset_loading/game_object_prefab.h>
 
 #include <core/formatter.h>
-#include <object_framework/entry_point.h>
 #include <object_serialization/component_library.h>
 #include <object_serialization/prefab_format.h>
 #include <resource/file_system_utils.h>
-#include <tessel_asset_loading/prefab_component.h>
+#include <tessel_asset_loading/game_object_prefab/document_name.h>
+#include <tessel_asset_loading/prefab_limits.h>
 #include <tessel_asset_loading/reporting/messages.h>
 
+#include <algorithm>
 #include <optional>
 #include <stdexcept>
 
@@ -95,6 +96,43 @@ void readItem(const ComponentItem& item, std::size_t id, const RecordValues& rec
     nodes[index]->addComponent(std::move(component));
 }
 
+/// The limit that a document exceeds, for a message; empty if it is within all limits. Its game objects are `nodes`
+/// from index `first` on.
+[[nodiscard]] std::string exceededLimit(const std::vector<SmartPointer<GameObjectDescriptor>>& nodes,
+                                        std::size_t first) {
+    const PrefabLimits limits = prefabLimits();
+    const ComponentTypeId prefabType = NativeComponent<PrefabComponent>::getType();
+    for (std::size_t i = first; i < nodes.size(); ++i) {
+        if (!nodes[i]) {
+            continue;
+        }
+        const std::size_t components = nodes[i]->components().size();
+        if (components > limits.componentsPerObject) {
+            return formatText("The game object with index %zu has %zu components; the limit is %zu.", i - first,
+                              components, limits.componentsPerObject);
+        }
+        const auto* const prefab =
+            static_cast<const ComponentDescriptor<PrefabComponent>*>(nodes[i]->findComponent(prefabType));
+        const std::size_t nameBytes =
+            std::max(nodes[i]->name().size(), prefab ? prefab->prefabProperties().resource.size() : 0);
+        if (nameBytes > limits.nameBytes) {
+            return formatText("The game object with index %zu has a name or a path of %zu bytes; the limit is %zu.",
+                              i - first, nameBytes, limits.nameBytes);
+        }
+        const std::size_t bytes = prefab ? prefab->prefabProperties().overridesData.size() : 0;
+        if (bytes > limits.overrideTextBytes) {
+            return formatText("The override data of the game object with index %zu has %zu bytes; the limit is %zu.",
+                              i - first, bytes, limits.overrideTextBytes);
+        }
+    }
+    return {};
+}
+
+/// Reports a document that is refused as a whole. Its name may be empty.
+void reportRefused(const DeseriralizeErrorHandler* handler, const std::string& documentName, const std::string& limit) {
+    report(handler, FATAL, documentName.empty() ? limit : formatText("'%s': %s", documentName.c_str(), limit.c_str()));
+}
+
 void readPool(const ComponentPool& pool, const std::vector<SmartPointer<GameObjectDescriptor>>& nodes,
               const DeseriralizeErrorHandler* handler) {
     const std::string& typeName = pool.getComponentType();
@@ -143,30 +181,6 @@ void writeComponents(ComponentPoolStorage& storage, std::size_t id,
     }
 }
 
-/// Adds an empty PrefabComponent.
-void addPrefabComponent(GameObjectDescriptor& root) {
-    const auto* const library = EntryPoint::instance().getService<ComponentLibrary>();
-    const std::size_t id = library->findComponent(typeid(PrefabComponent));
-    SmartPointer<IComponentDescriptor> component;
-    if (id == ComponentLibrary::INVALID_ID) {
-        detail::Report::componentTypeNotRegistered();
-    } else {
-        component = library->createDescriptor(id);
-    }
-    root.addComponent(std::move(component));
-}
-
-/// Stores the path of the file in the root's PrefabComponent.
-void stampPath(GameObjectDescriptor& root, const std::string& path) {
-    if (!findPrefabDescriptor(root)) {
-        addPrefabComponent(root);
-    }
-    if (ComponentDescriptor<PrefabComponent>* const component = findPrefabDescriptor(root)) {
-        component->config().resource = path;
-        component->storePrefabProperties();
-    }
-}
-
 } // namespace
 
 void GameObjectPrefab::deserialize(const SmartPointer<DataSection>& section, DeseriralizeErrorHandler* handler) {
@@ -179,8 +193,15 @@ void GameObjectPrefab::deserialize(const SmartPointer<DataSection>& section, Des
         report(handler, FATAL, "Prefab doesn't contain game objects.");
         return;
     }
-    m_nodes.reserve(gameObjects->gameObjectsCount());
-    for (std::size_t i = 0; i < gameObjects->gameObjectsCount(); ++i) {
+    const std::size_t objectsCount = gameObjects->gameObjectsCount();
+    if (const std::size_t limit = prefabLimits().objects; objectsCount > limit) {
+        reportRefused(handler, section->source(),
+                      formatText("It has %zu game objects; the limit is %zu.", objectsCount, limit));
+        return;
+    }
+    const std::size_t previousCount = m_nodes.size();
+    m_nodes.reserve(objectsCount);
+    for (std::size_t i = 0; i < objectsCount; ++i) {
         m_nodes.push_back(gameObjects->gameObjectData(i).getDescriptor());
     }
     if (ComponentPoolStorage* const components = format.getComponents()) {
@@ -188,9 +209,17 @@ void GameObjectPrefab::deserialize(const SmartPointer<DataSection>& section, Des
             readPool(components->getComponentPool(i), m_nodes, handler);
         }
     }
+    if (const std::string limit = exceededLimit(m_nodes, previousCount); !limit.empty()) {
+        reportRefused(handler, section->source(), limit);
+        m_nodes.resize(previousCount);
+    }
 }
 
 void GameObjectPrefab::serialize(SmartPointer<DataSection> section) const {
+    if (!section) {
+        detail::Report::error("Failed to serialize prefab. There is no section to write to.");
+        return;
+    }
     PrefabFormat format(std::move(section));
     format.setFormatVersion(PrefabFormat::FORMAT_VERSION);
     GameObjectPool& gameObjects = format.getGameObjects() ? *format.getGameObjects() : format.createGameObjectPool();
@@ -223,7 +252,7 @@ std::unique_ptr<GameObjectPrefab> GameObjectPrefab::loadHierarchy(const std::str
     }
     std::unique_ptr<GameObjectPrefab> prefab = loadHierarchy(std::move(section), handler);
     if (const SmartPointer<GameObjectDescriptor> root = prefab->findRootGameObject()) {
-        stampPath(*root, path);
+        detail::setDocumentName(*root, path);
     }
     return prefab;
 }

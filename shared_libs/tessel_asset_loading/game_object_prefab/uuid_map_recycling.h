@@ -3,6 +3,8 @@
 #include <common/uuid.h>
 #include <core/non_copyable.h>
 #include <object_serialization/object_creation.h>
+#include <tessel_asset_loading/export.h>
+#include <tessel_asset_loading/game_object_prefab/deadline.h>
 
 #include <cstddef>
 #include <utility>
@@ -20,6 +22,8 @@ public:
     /// Like UuidMap::try_emplace.
     std::pair<UuidMap::iterator, bool> emplace(UuidMap& map, const Uuid& uuid, GameObject object);
 
+    /// Takes one node out of a map that is not empty, or frees it if MAX_COUNT are kept.
+    void takeOne(UuidMap& map);
     /// Takes nodes out of a map until MAX_COUNT are kept, and empties the map.
     void takeFrom(UuidMap& map);
 
@@ -41,5 +45,9 @@ public:
 private:
     UuidMap& m_map;
 };
+
+/// Disposes of a map in the same way in steps, until the deadline has passed, but does at least a part. Returns whether
+/// the map is empty. Main thread.
+[[nodiscard]] KILN_TESSEL_ASSET_LOADING_EXPORT bool disposeOf(UuidMap& map, const Deadline& deadline) noexcept;
 
 } // namespace Kiln::Tessel::detail

@@ -4,23 +4,39 @@
 #include <core/log.h>
 
 #include <cstdarg>
+#include <utility>
 
 namespace Kiln::Tessel::detail::Report {
 
 namespace {
 
-void write(int severity, const char* format, std::va_list arguments) {
-    DebugMessageHelper(0, severity, "", "tessel_asset_loading")
-        .message("%s", formatTextList(format, arguments).c_str());
+thread_local ErrorCapture* s_capture = nullptr; ///< The innermost one of the thread.
+
+std::string write(int severity, const char* format, std::va_list arguments) {
+    std::string text = formatTextList(format, arguments);
+    DebugMessageHelper(0, severity, "", "tessel_asset_loading").message("%s", text.c_str());
+    return text;
 }
 
 } // namespace
 
+ErrorCapture::ErrorCapture() noexcept : m_outer(std::exchange(s_capture, this)) {}
+
+ErrorCapture::~ErrorCapture() {
+    s_capture = m_outer;
+}
+
 void error(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    write(LogSeverity::ERROR, format, arguments);
+    std::string text = write(LogSeverity::ERROR, format, arguments);
     va_end(arguments);
+    if (s_capture) {
+        if (text.ends_with('\n')) {
+            text.pop_back();
+        }
+        s_capture->m_errors.push_back(std::move(text));
+    }
 }
 
 void warning(const char* format, ...) {

@@ -29,11 +29,11 @@ namespace Kiln::Tessel {
 template <class T>
 class BlockPool : NonCopyable {
 public:
-    /// A count of 0 is treated as 1; a count above ElemStates::MAX_SIZE throws std::length_error. If there is an owner,
-    /// `blockIndex` is the block's index in it.
+    /// A count of 0 is treated as 1; a count above ElemStates::MAX_SIZE throws std::length_error, before anything is
+    /// allocated. If there is an owner, `blockIndex` is the block's index in it.
     explicit BlockPool(std::size_t elementsCount, PoolDirectory* owner = nullptr, std::size_t blockIndex = 0)
-        : m_buffer(std::make_unique<Slot[]>(std::max<std::size_t>(elementsCount, 1))),
-          m_elementStates(std::max<std::size_t>(elementsCount, 1)),
+        : m_elementStates(std::max<std::size_t>(elementsCount, 1)),
+          m_buffer(std::make_unique<Slot[]>(m_elementStates.size())),
           m_owner(owner),
           m_blockIndex(blockIndex) {}
 
@@ -297,8 +297,8 @@ private:
         }
     }
 
+    ElemStates m_elementStates;       ///< Made first, because it checks the number of elements.
     std::unique_ptr<Slot[]> m_buffer; ///< Zero-filled when the block is made.
-    ElemStates m_elementStates;
     std::int64_t m_firstAllocated = ElemState::NO_ELEMENT;
     std::int64_t m_lastAllocated = ElemState::NO_ELEMENT;
     std::int64_t m_nextFree = 0;

@@ -22,6 +22,7 @@ public:
     /// The largest number of elements whose indices fit.
     static constexpr std::size_t MAX_ELEMENTS = std::size_t{1} << (INDEX_BITS - 1);
 
+    // cppcheck-suppress uninitMemberVar ; an array of these is filled in one pass after its allocation
     PackedElemState() = default; ///< Uninitialised.
     explicit PackedElemState(const ElemState& state) noexcept
         : m_word(static_cast<Word>(static_cast<Word>(state.nextElement) << (INDEX_BITS + STATE_BITS) |

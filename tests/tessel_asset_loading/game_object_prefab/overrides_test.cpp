@@ -312,5 +312,89 @@ TEST_F(NestedOverrides, outerRecord_isInForceWhereTheFirstItemHasRecordsOfItsUui
     EXPECT_EQ(livePrefabComponent("Point").overridesData(), tagRecord(id(12), "outer"));
 }
 
+// Several instances of a prefab that has an integration point: its texts are parsed once.
+
+class OverridesOfSeveralInstances : public NestedOverrides {
+protected:
+    /// Three instances of a prefab whose integration point has these overrides.
+    void createThree(const std::string& data) {
+        cachePrefab("middle.prefab",
+                    PrefabBuilder().root(id(31), "middle root").nested(id(32), "Point", id(31), "inner.prefab", data));
+        for (const unsigned number : {2U, 3U, 4U}) {
+            outer.nested(id(number), "Middle", id(1), "middle.prefab");
+        }
+        create(outer);
+    }
+
+    [[nodiscard]] std::vector<std::string> tagsOf(const std::string& name) const {
+        std::vector<std::string> tags;
+        for (const GameObject object : manager().gameObjects()) {
+            if (manager().getGameObjectName(object) == name) {
+                tags.push_back(find<TagComponent>(object)->config.tag);
+            }
+        }
+        return tags;
+    }
+};
+
+TEST_F(OverridesOfSeveralInstances, ofTheIntegrationPoint_reachAllInstances) {
+    createThree(tagRecord(id(12), "over"));
+    EXPECT_THAT(tagsOf("inner child"), ElementsAre("over", "over", "over"));
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(OverridesOfSeveralInstances, malformedOverridesData_isReportedForBothReadingsOfEachInstance) {
+    createThree("<overrides>");
+    EXPECT_EQ(log.errors().size(), 6U);
+    EXPECT_THAT(tagsOf("inner child"), ElementsAre("own", "own", "own"));
+}
+
+TEST_F(OverridesOfSeveralInstances, malformedRecord_isReportedForBothReadingsOfEachInstanceAndTheOthersApply) {
+    createThree("<overrides><gameObject><uuid>12</uuid></gameObject>" +
+                tagRecord(id(12), "over").substr(std::string_view("<overrides>").size()));
+    const std::string message = "5: Override data, line 1: '12' is not a UUID; the record is skipped";
+    EXPECT_THAT(logged(), ElementsAre(message, message, message, message, message, message));
+    EXPECT_THAT(tagsOf("inner child"), ElementsAre("over", "over", "over"));
+}
+
+TEST_F(OverridesOfSeveralInstances, unknownProperty_isReportedForBothReadingsOfEachInstance) {
+    createThree(OverridesText().record(id(12), "TagComponent", element("colour", "red")).text());
+    EXPECT_EQ(logged().size(), 6U);
+}
+
+TEST_F(OverridesOfSeveralInstances, outerRecordOfOneOfThem_reachesThatOneOnly) {
+    const std::string data =
+        OverridesText()
+            .record(id(32), "PrefabComponent", element("overridesData", cdata(tagRecord(id(12), "outer"))))
+            .text();
+    outer.nested(id(5), "Overridden", id(1), "middle.prefab", data);
+    createThree(tagRecord(id(12), "point"));
+    EXPECT_THAT(tagsOf("inner child"), ElementsAre("outer", "point", "point", "point"));
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(OverridesOfSeveralInstances, sameOuterRecordForAll_reachesAll) {
+    // The outermost prefab nests three instances of one whose point overrides a point inside.
+    const std::string data =
+        OverridesText()
+            .record(id(32), "PrefabComponent",
+                    element("overridesData", cdata(tagRecord(id(12), "outer"))) + element("colour", "red"))
+            .text();
+    cachePrefab("holder.prefab",
+                PrefabBuilder().root(id(41), "holder root").nested(id(42), "Held", id(41), "middle.prefab", data));
+    cachePrefab("middle.prefab", PrefabBuilder()
+                                     .root(id(31), "middle root")
+                                     .nested(id(32), "Point", id(31), "inner.prefab", tagRecord(id(11), "point")));
+    for (const unsigned number : {2U, 3U, 4U}) {
+        outer.nested(id(number), "Holder", id(1), "holder.prefab");
+    }
+    create(outer);
+    EXPECT_THAT(tagsOf("inner child"), ElementsAre("outer", "outer", "outer"));
+    EXPECT_THAT(tagsOf("Point"), ElementsAre("point", "point", "point"));
+    // Both readings of the holder's data have the unknown property. It is reported when the point is gathered and when
+    // its component is created.
+    EXPECT_EQ(logged().size(), 12U);
+}
+
 } // namespace
 } // namespace Kiln::TestSupport

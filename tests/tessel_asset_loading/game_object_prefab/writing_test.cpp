@@ -102,6 +102,11 @@ TEST_F(Writing, serialize_nodesWithoutComponents_writesAnEmptyComponentStorage) 
     EXPECT_EQ(written(PrefabBuilder().root(id(1), "Bare").build()), parsed(expected)->toText());
 }
 
+TEST_F(Writing, serialize_nullSection_isReportedAndStoresNothing) {
+    PrefabBuilder().root(id(1), "Bare").build().serialize(nullptr);
+    EXPECT_THAT(logged(), ElementsAre("5: Failed to serialize prefab. There is no section to write to."));
+}
+
 TEST_F(Writing, serialize_emptyPrefab_writesEmptyPools) {
     EXPECT_EQ(written(prefab),
               parsed(element("prefab", element("formatVersion", "1") + "<gameObjects/><components/>"))->toText());

@@ -52,6 +52,13 @@ TEST_F(BlockPoolTest, zeroElements_areTakenAsOne) {
     EXPECT_EQ(smallest.state(0).nextElement, -1);
 }
 
+TEST(BlockPoolLimits, tooManyElements_throwsBeforeAllocating) {
+    // The buffer of the last two could not be allocated.
+    for (const std::size_t count : {ElemStates::MAX_SIZE + 1, std::size_t{1} << 50U, static_cast<std::size_t>(-1)}) {
+        EXPECT_THROW(const BlockPool<Item> block(count), std::length_error);
+    }
+}
+
 TEST(BlockPoolAlignment, overAlignedElements_areAligned) {
     struct alignas(128) Wide {
         char value = 'w';

@@ -1,5 +1,6 @@
 #include <tessel_asset_loading/prefab_service.h>
 
+#include <tessel_asset_loading/game_object_prefab/walk_ahead.h>
 #include <tessel_asset_loading/prefab_component.h>
 #include <tessel_asset_loading/prefab_component/service/prefab_cache.h>
 #include <tessel_asset_loading/prefab_component/service/service_locks.h>
@@ -27,22 +28,33 @@ void PrefabService::fini() {
 }
 
 GameObjectPrefab* PrefabService::loadPrefabData(const std::string& path) {
-    return loadSharedPrefab(path)->prefab.get();
+    return loadEntry(path, true)->prefab.get();
 }
 
 SmartPointer<DescriptorCacheData> PrefabService::loadSharedPrefab(const std::string& path) {
+    return loadEntry(path, false);
+}
+
+SmartPointer<DescriptorCacheData> PrefabService::loadEntry(const std::string& path, bool isClaiming) {
     const detail::PrefabServiceScope<"loadPrefabData"> scope;
     const detail::CacheLock lock(m_cacheMutex);
-    SmartPointer<DescriptorCacheData> entry = m_prefabCache->find(path);
+    const auto purpose = isClaiming ? detail::PrefabCache::Purpose::CLAIM : detail::PrefabCache::Purpose::SHARE;
+    SmartPointer<DescriptorCacheData> entry = m_prefabCache->find(path, purpose);
     if (!entry) {
-        entry = m_prefabCache->insert(path, makeSmart<DescriptorCacheData>()).first;
+        entry = m_prefabCache->insert(path, makeSmart<DescriptorCacheData>(), purpose).first;
     }
-    if (!entry->prefab) {
+    if (entry->prefab) {
+        return entry;
+    }
+    try {
         // A failure publishes nothing: a task for the empty path may have filled the entry in the meantime, without the
         // lock.
         if (std::unique_ptr<GameObjectPrefab> prefab = GameObjectPrefab::loadHierarchy(path, nullptr)) {
             entry->prefab.publish(std::move(prefab));
         }
+    } catch (...) {
+        entry->isLoadAborted = true;
+        throw;
     }
     return entry;
 }
@@ -52,7 +64,7 @@ void PrefabService::cachePrefabData(const std::string& path, std::unique_ptr<Gam
     const detail::CacheLock lock(m_cacheMutex);
     const SmartPointer<DescriptorCacheData> entry = makeSmart<DescriptorCacheData>();
     entry->prefab.publish(std::move(prefab));
-    m_prefabCache->insert(path, entry);
+    m_prefabCache->insert(path, entry, detail::PrefabCache::Purpose::CLAIM);
 }
 
 void PrefabService::cachePrefabData(const std::string& path, bool backgroundLoad) {
@@ -66,19 +78,23 @@ void PrefabService::cachePrefabDataInternal(const std::string& path, bool backgr
         detail::Report::nestingTooDeep();
         return;
     }
-    const SmartPointer<DescriptorCacheData> entry = loadSharedPrefab(path);
+    detail::WalkAhead walk(path);
+    const SmartPointer<DescriptorCacheData> entry = loadEntry(path, true);
     const GameObjectPrefab* const prefab = entry->prefab.get();
     if (!prefab) {
         return;
     }
-    for (std::size_t i = 0; i < prefab->nodesCount(); ++i) {
+    for (std::size_t i = 0; i < prefab->nodesCount() && !walk.isStopping(); ++i) {
         const SmartPointer<GameObjectDescriptor> node = prefab->getGameObject(i);
-        if (!node) {
+        const auto* const component = node ? findPrefabDescriptor(*node) : nullptr;
+        if (!component) {
             continue;
         }
         // The root of a prefab that was loaded by path names that path, so this visits the prefab itself again.
-        if (const auto* const component = findPrefabDescriptor(*node)) {
-            cachePrefabDataInternal(component->prefabProperties().resource, backgroundLoad, depth + 1);
+        const std::string& resource = component->prefabProperties().resource;
+        if (depth == GameObjectPrefab::MAX_NESTING_DEPTH ||
+            walk.enter(detail::WalkAhead::Purpose::CACHING, resource, depth + 1, i == 0 && prefab->isRootNode(i))) {
+            cachePrefabDataInternal(resource, backgroundLoad, depth + 1);
         }
     }
     if (backgroundLoad) {
@@ -104,6 +120,39 @@ void PrefabService::clearCached(const std::vector<std::string>& paths) {
     for (const std::string& path : paths) {
         m_prefabCache->erase(path);
     }
+}
+
+SmartPointer<DescriptorCacheData> PrefabService::findSharedPrefab(const std::string& path) {
+    const detail::PrefabServiceScope<"findSharedPrefab"> scope;
+    return m_prefabCache->find(path);
+}
+
+std::pair<SmartPointer<DescriptorCacheData>, bool>
+PrefabService::sharePrefabData(const std::string& path, std::unique_ptr<GameObjectPrefab> prefab) {
+    const detail::PrefabServiceScope<"sharePrefabData"> scope;
+    // A task for the empty path publishes without the lock, and would destroy the document while it is in use.
+    if (!prefab || path.empty()) {
+        return {nullptr, false};
+    }
+    SmartPointer<DescriptorCacheData> newEntry = makeSmart<DescriptorCacheData>();
+    const detail::CacheLock lock(m_cacheMutex);
+    const auto [entry, isNew] = m_prefabCache->insert(path, std::move(newEntry));
+    if (!entry->prefab) {
+        entry->prefab.publish(std::move(prefab));
+    }
+    return {entry, isNew};
+}
+
+void PrefabService::replaceSharedPrefab(const std::string& path, SmartPointer<DescriptorCacheData> entry) {
+    const detail::PrefabServiceScope<"replaceSharedPrefab"> scope;
+    if (entry) {
+        m_prefabCache->replace(path, std::move(entry));
+    }
+}
+
+bool PrefabService::dropSharedPrefab(const std::string& path, const DescriptorCacheData& entry) {
+    const detail::PrefabServiceScope<"dropSharedPrefab"> scope;
+    return m_prefabCache->erase(path, entry);
 }
 
 void PrefabService::onWorldDestroyed(int worldId) {

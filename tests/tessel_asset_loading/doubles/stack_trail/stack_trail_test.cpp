@@ -119,6 +119,18 @@ TEST_F(StackTrail, clearing_isEntered) {
     EXPECT_THAT(entered([] { service().fini(); }), ElementsAre("fini"));
 }
 
+TEST_F(StackTrail, sharedPrefabs_areEntered) {
+    const SmartPointer<Tessel::DescriptorCacheData> entry = makeSmart<Tessel::DescriptorCacheData>();
+    EXPECT_THAT(entered([] { static_cast<void>(service().findSharedPrefab("lamp.prefab")); }),
+                ElementsAre("findSharedPrefab"));
+    EXPECT_THAT(entered([] { service().sharePrefabData("lamp.prefab", PrefabBuilder().root(id(1)).buildUnique()); }),
+                ElementsAre("sharePrefabData"));
+    EXPECT_THAT(entered([] { service().sharePrefabData("lamp.prefab", nullptr); }), ElementsAre("sharePrefabData"));
+    EXPECT_THAT(entered([&] { service().replaceSharedPrefab("lamp.prefab", entry); }),
+                ElementsAre("replaceSharedPrefab"));
+    EXPECT_THAT(entered([&] { service().dropSharedPrefab("lamp.prefab", *entry); }), ElementsAre("dropSharedPrefab"));
+}
+
 TEST_F(StackTrail, onWorldDestroyed_isEnteredWithTheClearing) {
     EXPECT_THAT(entered([this] { service().onWorldDestroyed(worldId); }),
                 ElementsAre("onWorldDestroyed", "clearCached"));
