@@ -59,8 +59,8 @@ GameObjectPrefab buildJetty() {
 
 int main(int argc, char** argv) {
     const Samples::Environment environment(argc, argv);
-    const std::string file =
-        argc > 2 ? argv[2] : (std::filesystem::temp_directory_path() / "kiln_sample_jetty.prefab").string();
+    const std::filesystem::path file = argc > 2 ? std::filesystem::absolute(argv[2])
+                                                : std::filesystem::temp_directory_path() / "kiln_sample_jetty.prefab";
 
     const GameObjectPrefab jetty = buildJetty();
     const SmartPointer<DataSection> document = DataSection::create("prefab");
@@ -69,6 +69,7 @@ int main(int argc, char** argv) {
         return 1;
     }
 
+    FS::Utils::addResourceRoot(file.parent_path()); // Only files beneath a resource root are read.
     const std::unique_ptr<GameObjectPrefab> read = GameObjectPrefab::loadHierarchy(file, nullptr);
     if (!read) {
         return 1;

@@ -52,7 +52,7 @@ HarbourFixture::HarbourFixture()
       }),
       m_worldId(EntryPoint::instance().createWorld()) {
     FS::Utils::clearResourceRoots();
-    FS::Utils::addResourceRoot(KILN_SOURCE_DIR "/samples");
+    addResources(KILN_SOURCE_DIR "/samples");
     EXPECT_NE(dlopen(PLUG_IN, RTLD_NOW | RTLD_LOCAL), nullptr) << dlerror();
 }
 
@@ -61,6 +61,7 @@ HarbourFixture::~HarbourFixture() {
     EntryPoint::instance().destroyWorld(m_worldId);
     Loading::fullyClearCache();
     FS::Utils::clearResourceRoots();
+    FS::Utils::clearResourcePacks();
 }
 
 GameObject HarbourFixture::spawn(const Uuid& instanceUuid) {

@@ -17,6 +17,9 @@ namespace Kiln::SamplesTests {
 
 inline constexpr const char* HARBOUR = "harbour/harbour.prefab";
 
+/// Adds the folder samples/, or a pack of it, to the search path; each test program has one of the two forms.
+void addResources(const std::string& samples);
+
 /// Loads the plug-in with the harbour's components and lets resource paths start in samples/; a fresh world and an
 /// empty prefab cache per test.
 class HarbourFixture : public testing::Test {

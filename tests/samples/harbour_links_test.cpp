@@ -13,15 +13,15 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-const Uuid INSTANCE(0x8b27e6d1c05f4a93, 0xb6f03c9d74e15a28);
+const Uuid LINKS_INSTANCE(0x8b27e6d1c05f4a93, 0xb6f03c9d74e15a28);
 } // namespace
 
 class HarbourLinks : public HarbourFixture {
 protected:
-    HarbourLinks() { spawn(INSTANCE); }
+    HarbourLinks() { spawn(LINKS_INSTANCE); }
 
     using HarbourFixture::object;
-    [[nodiscard]] GameObject object(const std::vector<std::string>& names) { return object(INSTANCE, names); }
+    [[nodiscard]] GameObject object(const std::vector<std::string>& names) { return object(LINKS_INSTANCE, names); }
 
     [[nodiscard]] const CraneComponent& crane(const std::vector<std::string>& names) {
         return *manager().findComponent<CraneComponent>(object(names));

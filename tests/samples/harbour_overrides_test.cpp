@@ -21,8 +21,8 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-const Uuid INSTANCE(0x51f8a30be79c4d20, 0xa3c96f1287d4e05b);
-const Uuid SECOND_INSTANCE(0xe4067b95d21a4f8c, 0x8f3d5ab0c6e79142);
+const Uuid OVERRIDES_INSTANCE(0x51f8a30be79c4d20, 0xa3c96f1287d4e05b);
+const Uuid SECOND_OVERRIDES_INSTANCE(0xe4067b95d21a4f8c, 0x8f3d5ab0c6e79142);
 
 struct Light {
     std::string colour = "warm white";
@@ -40,10 +40,10 @@ void PrintTo(const Light& light, std::ostream* stream) {
 
 class HarbourOverrides : public HarbourFixture {
 protected:
-    HarbourOverrides() { spawn(INSTANCE); }
+    HarbourOverrides() { spawn(OVERRIDES_INSTANCE); }
 
     using HarbourFixture::object;
-    [[nodiscard]] GameObject object(const std::vector<std::string>& names) { return object(INSTANCE, names); }
+    [[nodiscard]] GameObject object(const std::vector<std::string>& names) { return object(OVERRIDES_INSTANCE, names); }
 
     /// The child of that name; the invalid object when there is none.
     [[nodiscard]] GameObject child(GameObject parent, std::string_view name) const {
@@ -149,14 +149,14 @@ TEST_F(HarbourOverrides, componentOfAnIntegrationPoint_isOverriddenThroughItsOwn
 
 TEST_F(HarbourOverrides, secondInstance_hasTheSameOverridesAtTheSamePlaces) {
     const std::vector<GameObject> first = objectsWith<LampComponent>();
-    spawn(SECOND_INSTANCE);
+    spawn(SECOND_OVERRIDES_INSTANCE);
     std::vector<GameObject> second = objectsWith<LampComponent>();
     second.erase(second.begin(), second.begin() + static_cast<std::ptrdiff_t>(first.size()));
     EXPECT_EQ(unusualLights(second).size(), unusualLights(first).size());
-    EXPECT_EQ(light(object(SECOND_INSTANCE, {"South quay", "Crane", "Cabin lamp", "Bulb"})),
+    EXPECT_EQ(light(object(SECOND_OVERRIDES_INSTANCE, {"South quay", "Crane", "Cabin lamp", "Bulb"})),
               (Light{"red", 450, false}));
-    EXPECT_EQ(light(object(SECOND_INSTANCE, {"North quay", "Crane", "Cabin lamp", "Bulb"})), Light());
-    EXPECT_EQ(sign(object(SECOND_INSTANCE, {"Meridian", "Container 3"})), "HBCU 507 113");
+    EXPECT_EQ(light(object(SECOND_OVERRIDES_INSTANCE, {"North quay", "Crane", "Cabin lamp", "Bulb"})), Light());
+    EXPECT_EQ(sign(object(SECOND_OVERRIDES_INSTANCE, {"Meridian", "Container 3"})), "HBCU 507 113");
 }
 
 } // namespace Kiln::SamplesTests

@@ -1,5 +1,7 @@
 #include <build_paths.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <support/packed_folder.h>
 #include <support/process_runner.h>
 #include <support/temporary_directory.h>
 
@@ -44,7 +46,24 @@ TEST_P(SamplePrograms, run_succeedsWithTheExpectedOutput) {
 
 INSTANTIATE_TEST_SUITE_P(All, SamplePrograms,
                          testing::Values("01_load_a_prefab", "02_load_under_a_parent", "03_own_components",
-                                         "04_build_and_save_a_prefab", "05_overrides"),
+                                         "04_build_and_save_a_prefab", "05_overrides", "06_stream_a_world"),
                          [](const auto& program) { return "program_" + std::string(program.param); });
+
+TEST(PackSample, packOfTheSamples_isLoadedFromTheCurrentDirectory) {
+    const TestSupport::TemporaryDirectory directory;
+    TestSupport::packFolder(KILN_SOURCE_DIR "/samples", directory.path("game.kilnpack"), false);
+    const TestSupport::ProcessResult result =
+        TestSupport::runProcess(KILN_BUILD_BIN_DIR "/07_load_from_a_pack", {}, directory.path());
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.output, expected("07_load_from_a_pack"));
+}
+
+TEST(PackSample, packIsMissing_programFails) {
+    const TestSupport::TemporaryDirectory directory;
+    const TestSupport::ProcessResult result =
+        TestSupport::runProcess(KILN_BUILD_BIN_DIR "/07_load_from_a_pack", {}, directory.path());
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_THAT(result.errors, testing::HasSubstr("Cannot open the pack 'game.kilnpack': the file does not exist"));
+}
 
 } // namespace Kiln::SamplesTests
