@@ -73,9 +73,16 @@ TEST_F(PrefabClosureTest, fileThatIsNotWellFormed_isLoggedAndReturnsNothing) {
     EXPECT_THAT(m_log.texts(), ElementsAre(testing::StartsWith("XML error in 'a.prefab' at line 1")));
 }
 
-TEST_F(PrefabClosureTest, pipe_isListedButNotRead) {
+TEST_F(PrefabClosureTest, pipe_isLoggedAndReturnsNothing) {
     ASSERT_EQ(mkfifo(m_directory.path("a.prefab").c_str(), 0600), 0);
+    EXPECT_THAT(inspectClosure("a.prefab").files, IsEmpty());
+    EXPECT_THAT(m_log.texts(), ElementsAre("Cannot read 'a.prefab': is not a regular file"));
+}
+
+TEST_F(PrefabClosureTest, nestedFileOutsideOfTheRoots_isLoggedAndLeftOut) {
+    write("a.prefab", nesting("../b.prefab"));
     EXPECT_THAT(inspectClosure("a.prefab").files, ElementsAre("a.prefab"));
+    EXPECT_THAT(m_log.texts(), ElementsAre("Cannot read '../b.prefab': is outside of the resource roots"));
 }
 
 TEST_F(PrefabClosureTest, nestedFiles_areListedLevelByLevelOnceEach) {

@@ -7,9 +7,7 @@
 #include <tessel_asset_loading/prefab_component.h>
 
 #include <cstdint>
-#include <filesystem>
 #include <optional>
-#include <system_error>
 #include <unordered_set>
 
 namespace Kiln::PrefabInspection {
@@ -19,11 +17,6 @@ namespace {
 using Tessel::ComponentPool;
 using Tessel::ComponentPoolStorage;
 using Tessel::PrefabFormat;
-
-[[nodiscard]] std::filesystem::file_type fileType(const std::string& path) {
-    std::error_code error;
-    return std::filesystem::status(FS::Utils::resolveResourcePath(path), error).type();
-}
 
 template <class Component>
 [[nodiscard]] std::string registeredName() {
@@ -90,14 +83,6 @@ public:
 
 private:
     void visit(const std::string& file) {
-        const std::filesystem::file_type type = fileType(file);
-        if (type == std::filesystem::file_type::not_found) {
-            return;
-        }
-        if (type != std::filesystem::file_type::regular && type != std::filesystem::file_type::directory) {
-            m_closure.files.push_back(file);
-            return;
-        }
         const SmartPointer<DataSection> document = FS::Utils::openXmlSection(file, true);
         if (!document) {
             return;

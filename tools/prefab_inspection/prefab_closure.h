@@ -25,7 +25,6 @@ struct PrefabClosure {
 /// not name a nested prefab. Overrides, which can make an instance nest other files, are ignored.
 ///
 /// Failure: a file that cannot be opened is left out; the resource library logs the reason unless the file is missing.
-/// Anything but a regular file, such as a pipe, is listed but not read, because only the load may consume its content.
 /// Threads: any.
 [[nodiscard]] KILN_PREFAB_INSPECTION_EXPORT PrefabClosure inspectClosure(const std::string& path);
 
