@@ -1,6 +1,9 @@
 #include "kiln_prefab_fixture.h"
 
 #include <filesystem>
+#include <utility>
+
+#include <sys/stat.h>
 
 namespace Kiln::PrefabToolTests {
 
@@ -70,6 +73,36 @@ TEST_F(BadInput, directory_isNotCreated) {
     std::filesystem::create_directory(m_directory.path() / "bad.prefab");
     expectNotCreated("Cannot read '");
     EXPECT_THAT(m_result.errors, HasSubstr("bad.prefab': is a directory"));
+}
+
+TEST_F(BadInput, pipe_isNotCreated) {
+    ASSERT_EQ(mkfifo(m_directory.path("bad.prefab").c_str(), 0600), 0);
+    expectNotCreated("Cannot read 'bad.prefab': is not a regular file; Prefab not found bad.prefab\n");
+}
+
+TEST_F(BadInput, sparseFileOf20Gigabytes_isNotCreated) {
+    write("bad.prefab", "");
+    std::filesystem::resize_file(m_directory.path("bad.prefab"), 20'000'000'000);
+    expectNotCreated("Cannot read 'bad.prefab': is larger than the limit of 536870912 bytes; Prefab not found "
+                     "bad.prefab\n");
+}
+
+TEST_F(BadInput, nestedPipeOrDevice_isAnErrorAndBlocksNothing) {
+    ASSERT_EQ(mkfifo(m_directory.path("pipe.prefab").c_str(), 0600), 0);
+    const std::vector<std::pair<std::string, std::string>> problems{{"pipe.prefab", "is not a regular file"},
+                                                                    {"/dev/zero", "is outside of the resource roots"}};
+    for (const auto& [path, problem] : problems) {
+        write("bad.prefab", PrefabText().object(id(1), "A").object(id(2), "B").parent(1, id(1)).nest(1, path));
+        EXPECT_EQ(names(spawnBad({"--timeout", "10"})), std::vector<std::string>{"A"});
+        EXPECT_THAT(m_result.errors, HasSubstr("kiln-prefab: bad.prefab: errors while loading: Cannot read '" + path +
+                                               "': " + problem + "; Prefab not found " + path + "\n"));
+    }
+}
+
+TEST_F(BadInput, nulInANameOrPath_isNotCreated) {
+    write("bad.prefab", "<prefab>\n<name>abc&#0;def</name>\n</prefab>");
+    expectNotCreated("XML error in 'bad.prefab' at line 2, column 10: Character reference that XML does not allow; "
+                     "Prefab not found bad.prefab\n");
 }
 
 TEST_F(BadInput, binaryFile_isNotCreated) {

@@ -69,9 +69,12 @@ TEST_F(Diagnostics, manyDifferentErrors_areCutShortInTheReason) {
 }
 
 TEST_F(Diagnostics, controlCharactersInMessages_areShownAsCodes) {
-    EXPECT_THAT(lines(spawn({"gone\x1B[31m.prefab"}).errors),
-                ElementsAre("error: Prefab not found gone\\x1b[31m.prefab",
-                            "kiln-prefab: gone\\x1b[31m.prefab: not created: Prefab not found gone\\x1b[31m.prefab"));
+    EXPECT_THAT(
+        lines(spawn({"gone\x1B[31m.prefab"}).errors),
+        ElementsAre("error: Cannot read 'gone\\x1b[31m.prefab': the path has a control character",
+                    "error: Prefab not found gone\\x1b[31m.prefab",
+                    "kiln-prefab: gone\\x1b[31m.prefab: not created: Cannot read 'gone\\x1b[31m.prefab': the path "
+                    "has a control character; Prefab not found gone\\x1b[31m.prefab"));
 }
 
 TEST_F(Diagnostics, failedPrefab_namesTheReasonAndNotTheCachingWalk) {

@@ -14,13 +14,9 @@ const std::string INSTANCE = "5b0f1c2e-6a0d-4f43-9f6e-0d9a35b1c001";
     return Uuid::combine(*Uuid::fromString(INSTANCE), id(number)).toString();
 }
 
-/// The messages that the caching walk logs for one file that is loaded by path.
+/// The messages that the caching walks log for one file that is loaded by path.
 [[nodiscard]] std::string walkLog() {
-    std::string log = R"({"severity":5,"text":")" + DEPTH_MESSAGE + R"("})";
-    for (int i = 0; i < 6; ++i) {
-        log += R"(,{"severity":5,"text":")" + BACKGROUND_DEPTH_MESSAGE + R"("})";
-    }
-    return log;
+    return R"({"severity":5,"text":")" + DEPTH_MESSAGE + R"(","count":7})";
 }
 
 TEST_F(JsonOutput, createdInstance_isExactlyThisLine) {
@@ -32,7 +28,7 @@ TEST_F(JsonOutput, createdInstance_isExactlyThisLine) {
                   R"(,"objects":[{"name":"Root","uuid":")" + liveUuid(1) +
                   R"(","parent":null,"active":true,"components":["PrefabComponent"]},{"name":"Child","uuid":")" +
                   liveUuid(2) + R"(","parent":0,"active":false,"components":["HierarchyComponent"]}],"log":[)" +
-                  walkLog() + "]}\n");
+                  walkLog() + R"(],"problem":null,"skippedComponents":{}})" + "\n");
     EXPECT_GE(instances[0]["frames"].get<int>(), 1);
     EXPECT_THAT(m_result.errors, IsEmpty());
     EXPECT_EQ(m_result.exitStatus, 0);
@@ -43,8 +39,8 @@ TEST_F(JsonOutput, failedInstance_isALineWithoutObjects) {
     ASSERT_EQ(instances.size(), 1U);
     EXPECT_EQ(m_result.output, R"({"prefab":"gone.prefab","instanceUuid":")" + INSTANCE + R"(","frames":)" +
                                    instances[0]["frames"].dump() +
-                                   R"(,"objects":[],"log":[{"severity":5,"text":"Prefab not found gone.prefab"}]})" +
-                                   "\n");
+                                   R"(,"objects":[],"log":[{"severity":5,"text":"Prefab not found gone.prefab"}],)" +
+                                   R"("problem":null,"skippedComponents":{}})" + "\n");
     EXPECT_EQ(m_result.exitStatus, 1);
 }
 
@@ -107,6 +103,57 @@ TEST_F(JsonOutput, messages_keepTheirTextAndSeverity) {
     ASSERT_EQ(instances.size(), 1U);
     const Json& log = instances[0]["log"];
     EXPECT_THAT(log, testing::Contains(Json{{"severity", 5}, {"text", "Failed to create prefab instance.\n"}}));
+}
+
+TEST_F(JsonOutput, problemThatIsNotLogged_isNamed) {
+    write("a.prefab", PrefabText());
+    const std::vector<Json> instances = spawnJson({"a.prefab"});
+    ASSERT_EQ(instances.size(), 1U);
+    EXPECT_EQ(instances[0]["problem"], "the prefab has no game objects");
+    EXPECT_EQ(m_result.exitStatus, 1);
+}
+
+TEST_F(JsonOutput, componentsOfUnknownTypes_areCounted) {
+    write("a.prefab", PrefabText()
+                          .object(id(1), "A")
+                          .component("NodeComponent", 0)
+                          .component("NodeComponent", 0)
+                          .component("BuoyComponent", 0));
+    const std::vector<Json> instances = spawnJson({"--instances", "2", "a.prefab"});
+    ASSERT_EQ(instances.size(), 2U);
+    for (const Json& instance : instances) {
+        EXPECT_EQ(instance["skippedComponents"].dump(), R"({"BuoyComponent":1,"NodeComponent":2})");
+    }
+}
+
+TEST_F(JsonOutput, depthMessageOfTheCreation_isNotFoldedWithThoseOfTheWalks) {
+    write("a.prefab", PrefabText().object(id(1), "A").object(id(2), "Point").parent(1, id(1)).nest(1, "a.prefab"));
+    const std::vector<Json> instances = spawnJson({"a.prefab"});
+    ASSERT_EQ(instances.size(), 1U);
+    std::size_t foldedEntries = 0;
+    std::size_t otherEntries = 0;
+    std::size_t attempts = 0; // One in each frame.
+    for (const Json& message : instances[0]["log"]) {
+        EXPECT_NE(message["text"], BACKGROUND_DEPTH_MESSAGE);
+        if (message["text"] == DEPTH_MESSAGE) {
+            ++(message.contains("count") ? foldedEntries : otherEntries);
+        }
+        attempts += message["text"] == "Failed to create prefab instance.\n" ? 1 : 0;
+    }
+    EXPECT_EQ(foldedEntries, 1U);
+    EXPECT_GE(attempts, 1U);
+    EXPECT_EQ(otherEntries, attempts);
+    EXPECT_EQ(m_result.exitStatus, 1);
+}
+
+TEST_F(JsonOutput, format_isTheSameAsTheFlag) {
+    std::vector<Json> instances = spawnJson({"--instance-uuid", INSTANCE, "gone.prefab"});
+    ASSERT_EQ(instances.size(), 1U);
+    Json withFormat = Json::parse(spawn({"--format", "json", "--instance-uuid", INSTANCE, "gone.prefab"}).output);
+    for (Json* const instance : {&instances[0], &withFormat}) {
+        instance->erase("frames"); // Depends on the worker.
+    }
+    EXPECT_EQ(withFormat, instances[0]);
 }
 
 TEST_F(JsonOutput, warnings_areInTheLog) {

@@ -25,6 +25,9 @@ using TestSupport::id;
 using TestSupport::PrefabText;
 using TestSupport::simplePrefab;
 
+/// The component library of these tests, for --load.
+inline constexpr const char* TEST_COMPONENTS = KILN_BUILD_LIB_DIR "/libkiln_prefab_test_components.so";
+
 inline const std::string DEPTH_MESSAGE =
     "Nested prefabs depth has exceeded limit. It can be result of recursive references.";
 inline const std::string BACKGROUND_DEPTH_MESSAGE = DEPTH_MESSAGE + " (backgroundLoad)";

@@ -4,6 +4,7 @@ namespace Kiln::PrefabToolTests {
 
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -31,8 +32,9 @@ TEST_F(Options, help_isPrintedToStdout) {
 TEST_F(Options, spawnHelp_namesEveryOption) {
     const TestSupport::ProcessResult result = spawn({"--help"});
     EXPECT_EQ(result.exitStatus, 0);
-    for (const char* const option : {"--root", "--load", "--instances", "--instance-uuid", "--under-inactive-parent",
-                                     "--dump-pools", "--timeout", "--json", "--verbose"}) {
+    for (const char* const option :
+         {"--root", "--load", "--instances", "--instance-uuid", "--under-inactive-parent", "--dump-pools", "--timeout",
+          "--trace", "--budget", "--progress", "--json", "--verbose"}) {
         EXPECT_THAT(result.output, HasSubstr(option));
     }
     EXPECT_THAT(result.errors, IsEmpty());
@@ -121,14 +123,48 @@ TEST_F(Options, severalRoots_firstMatchWins) {
     EXPECT_EQ(instances[1]["objects"][0]["name"], "Only in two");
 }
 
-TEST_F(Options, absolutePath_isUsedUnchanged) {
+TEST_F(Options, absolutePathInARoot_isUsedUnchanged) {
     write("elsewhere/b.prefab", simplePrefab());
-    EXPECT_EQ(spawn({"--root", "elsewhere", m_directory.path("a.prefab")}).exitStatus, 0);
+    EXPECT_EQ(spawn({m_directory.path("a.prefab")}).exitStatus, 0);
+    EXPECT_EQ(spawn({"--root", "elsewhere", m_directory.path("elsewhere/b.prefab")}).exitStatus, 0);
+    EXPECT_EQ(spawn({"--root", m_directory.path("elsewhere"), "elsewhere/b.prefab"}).exitStatus, 1);
+}
+
+TEST_F(Options, pathOutsideOfTheRoots_isNotReadAndTheOptionIsNamed) {
+    write("inside/b.prefab", simplePrefab());
+    for (const std::string& path : {std::string("../a.prefab"), m_directory.path("a.prefab")}) {
+        const TestSupport::ProcessResult result = spawn({"--root", "inside", "--instances", "2", path, "b.prefab"});
+        EXPECT_EQ(result.exitStatus, 1);
+        const std::string refused = "Cannot read '" + path + "': is outside of the resource roots";
+        const std::string notFound = "Prefab not found " + path;
+        const std::string notCreated = "kiln-prefab: " + path + ": not created: ";
+        EXPECT_THAT(lines(result.errors),
+                    ElementsAre("error: " + refused, "error: " + notFound, notCreated + refused + "; " + notFound,
+                                "note: only files beneath a resource root are read; --root DIR adds DIR, in which "
+                                "relative paths are then looked up",
+                                "error: " + refused, "error: " + notFound, notCreated + refused + "; " + notFound));
+        EXPECT_THAT(result.output, HasSubstr("Root"));
+    }
+    EXPECT_EQ(spawn({"--root", "inside", "--root", ".", "b.prefab", m_directory.path("a.prefab")}).exitStatus, 0);
+}
+
+TEST_F(Options, nestedPathOutsideOfTheRoots_isNotReadAndTheOptionIsNamed) {
+    write("inside/outer.prefab",
+          PrefabText().object(id(1), "Outer").object(id(2), "Point").parent(1, id(1)).nest(1, "../a.prefab"));
+    const TestSupport::ProcessResult result = spawn({"--root", "inside", "outer.prefab"});
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_THAT(result.errors, HasSubstr("error: Cannot read '../a.prefab': is outside of the resource roots"));
+    EXPECT_THAT(result.errors, HasSubstr("--root DIR adds DIR"));
 }
 
 TEST_F(Options, doubleDash_allowsNamesThatLookLikeOptions) {
     write("--a.prefab", simplePrefab());
     EXPECT_EQ(spawn({"--", "--a.prefab"}).exitStatus, 0);
+}
+
+TEST_F(Options, argumentThatIsTheNameOfACommand_isAnArgument) {
+    write("help", simplePrefab());
+    EXPECT_EQ(spawn({"help"}).exitStatus, 0);
 }
 
 TEST_F(Options, severalPrefabs_areLoadedInOrder) {

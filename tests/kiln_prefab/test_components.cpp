@@ -6,6 +6,9 @@
 
 #include <stdexcept>
 #include <string>
+#include <thread>
+
+#include <unistd.h>
 
 namespace {
 
@@ -52,11 +55,28 @@ public:
     }
 };
 
+const std::thread::id s_mainThread = std::this_thread::get_id();
+
+/// Reading its configuration never ends on a worker.
+class StuckComponent final : public PoolableComponent<StuckComponent, IComponent> {
+public:
+    struct Config {
+        Config() {
+            while (std::this_thread::get_id() != s_mainThread) {
+                pause();
+            }
+        }
+    };
+
+    explicit StuckComponent(const Config& /*config*/) {}
+};
+
 const Kiln::ComponentRegistration<NoteComponent> s_note("NoteComponent", [](auto& config) {
     config.template addProperty<&NoteComponent::Config::text>("text");
     config.template addProperty<&NoteComponent::Config::severity>("severity");
 });
 const Kiln::ComponentRegistration<ThrowingComponent> s_throwing("ThrowingComponent", [](auto& /*config*/) {});
 const Kiln::ComponentRegistration<FarewellComponent> s_farewell("FarewellComponent", [](auto& /*config*/) {});
+const Kiln::ComponentRegistration<StuckComponent> s_stuck("StuckComponent", [](auto& /*config*/) {});
 
 } // namespace

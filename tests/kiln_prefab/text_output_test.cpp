@@ -94,7 +94,7 @@ TEST_F(TextOutput, controlCharactersInNames_areShownAsCodes) {
     EXPECT_THAT(spawn({"a.prefab"}).output, HasSubstr("\nA\\x1b[31m\\x0aB [PrefabComponent] from a.prefab\n"));
 }
 
-TEST_F(TextOutput, deepHierarchy_isWrittenWhole) {
+TEST_F(TextOutput, deepHierarchy_isWrittenWholeAndIndentedUpToDepth40) {
     constexpr std::size_t DEPTH = 300;
     PrefabText prefab;
     for (std::size_t level = 0; level < DEPTH; ++level) {
@@ -106,8 +106,29 @@ TEST_F(TextOutput, deepHierarchy_isWrittenWhole) {
     write("deep.prefab", prefab);
     const TestSupport::ProcessResult result = spawn({"deep.prefab"});
     EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_THAT(result.output, HasSubstr("└── Level 299 [HierarchyComponent]\n300 objects, "));
+    const std::string indent(std::size_t{4} * 39, ' ');
+    EXPECT_THAT(
+        result.output,
+        HasSubstr("\n" + indent + "└── Level 40 [HierarchyComponent]\n(41) Level 41 [HierarchyComponent]\n(42) "));
+    EXPECT_THAT(result.output, HasSubstr("\n(299) Level 299 [HierarchyComponent]\n300 objects, "));
     EXPECT_THAT(result.output, Not(HasSubstr("├")));
+}
+
+TEST_F(TextOutput, branchBelowTheIndentedDepth_isFollowedByTheRestOfTheTree) {
+    constexpr std::size_t DEPTH = 43;
+    PrefabText prefab;
+    for (std::size_t level = 0; level < DEPTH; ++level) {
+        prefab.object(id(level + 1), "Level " + std::to_string(level));
+        if (level > 0) {
+            prefab.parent(level, id(level));
+        }
+    }
+    prefab.object(id(100), "Second 42").parent(DEPTH, id(DEPTH - 1));
+    prefab.object(id(101), "Second 1").parent(DEPTH + 1, id(1));
+    write("deep.prefab", prefab);
+    EXPECT_THAT(spawn({"deep.prefab"}).output,
+                HasSubstr("\n(41) Level 41 [HierarchyComponent]\n(42) Level 42 [HierarchyComponent]\n"
+                          "(42) Second 42 [HierarchyComponent]\n└── Second 1 [HierarchyComponent]\n45 objects, "));
 }
 
 } // namespace

@@ -18,7 +18,7 @@ std::string loadComponentLibrary(const std::string& name) {
     if (dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {
         return {};
     }
-    const char* const problem = dlerror();
+    const char* const problem = dlerror(); // NOLINT(concurrency-mt-unsafe): thread-local in glibc
     return problem ? problem : "unknown failure of the dynamic linker";
 }
 

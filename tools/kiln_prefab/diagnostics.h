@@ -1,38 +1,42 @@
 #pragma once
 
-#include "instance_record.h"
 #include "log_collector.h"
 
-#include <cstddef>
-#include <iosfwd>
-#include <map>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace Kiln::PrefabTool {
 
-/// Writes problems as lines of text and remembers whether there were any.
+class Terminal;
+
+/// Writes problems as lines of text to the errors of a terminal and remembers whether there were any.
 class Diagnostics {
 public:
-    Diagnostics(std::ostream& stream, bool isVerbose) : m_stream(stream), m_isVerbose(isVerbose) {}
+    Diagnostics(Terminal& terminal, bool isVerbose) : m_terminal(terminal), m_isVerbose(isVerbose) {}
 
-    /// Reports the log of a load and, if the instance was not created or errors were logged, its prefab with the
-    /// reasons.
-    void reportInstance(const InstanceRecord& record);
-
-    /// Reports the log of an operation other than a load; `subject` names the operation.
+    /// Reports the log of an operation; `subject` names the operation.
     void reportLog(const std::string& subject, const LogRecord& log);
-
-    void reportSkippedComponents(const std::map<std::string, std::size_t>& countsByType);
 
     /// Reports an operation that failed.
     void reportFailure(const std::string& subject, const std::string& reason);
 
     [[nodiscard]] bool hasFailures() const { return m_hasFailures; }
 
-private:
+protected:
+    [[nodiscard]] Terminal& terminal() { return m_terminal; }
+    [[nodiscard]] bool isVerbose() const { return m_isVerbose; }
+
     void writeMessage(const LogRecord::Message& message);
 
-    std::ostream& m_stream;
+    /// Reports an operation that failed for several reasons, the first of which are named.
+    void reportFailure(const std::string& subject, const std::vector<std::string>& reasons);
+
+    /// A message's text in one line, without the line end that some messages have.
+    [[nodiscard]] static std::string lineOf(std::string_view text);
+
+private:
+    Terminal& m_terminal;
     bool m_isVerbose;
     bool m_hasFailures = false;
 };

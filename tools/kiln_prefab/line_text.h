@@ -10,7 +10,7 @@ namespace Kiln::PrefabTool {
 /// Begins every line about the program's own failures.
 inline constexpr std::string_view PROGRAM_PREFIX = "kiln-prefab: ";
 
-/// A text fit for one line of a terminal: control characters become \xNN.
+/// A name, path, argument or message fit for one line of a terminal, as by printableText().
 [[nodiscard]] std::string printable(std::string_view text);
 
 /// A number with its noun, in the plural unless the number is 1: "1 object", "2 objects".

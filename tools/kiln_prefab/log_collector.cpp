@@ -23,8 +23,10 @@ void LogCollector::record(const LogMessage& message) {
     }
     LogRecord::Message& known = m_record.messages[entry->second];
     ++known.count;
-    known.mainThreadCount += std::this_thread::get_id() == m_mainThread ? 1 : 0;
+    const bool isOnMainThread = std::this_thread::get_id() == m_mainThread;
+    known.mainThreadCount += isOnMainThread ? 1 : 0;
     m_record.sequence.push_back(entry->second);
+    m_record.isOnMainThread.push_back(isOnMainThread);
 }
 
 } // namespace Kiln::PrefabTool

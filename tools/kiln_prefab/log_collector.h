@@ -27,6 +27,7 @@ struct LogRecord {
 
     std::vector<Message> messages;       ///< The different ones, in the order of their first appearance.
     std::vector<std::uint32_t> sequence; ///< All of them, in order, as indices into `messages`.
+    std::vector<bool> isOnMainThread;    ///< For each of the sequence, whether the main thread logged it.
 };
 
 /// Collects the messages of the engine log during its own lifetime. Created on the main thread; any thread may log.

@@ -1,29 +1,41 @@
+#include "command_line.h"
+#include "command_registry.h"
 #include "line_text.h"
-#include "options.h"
-#include "spawn.h"
+#include "standard_output.h"
+#include "terminal.h"
 
 #include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <tuple>
 
 namespace {
 
 using namespace Kiln::PrefabTool;
 
-[[nodiscard]] SpawnResult run(int argc, const char* const* argv) {
-    const CommandLine commandLine = parseCommandLine(argc, argv);
-    if (!commandLine.spawn) {
+struct Outcome {
+    int exitStatus = ExitStatus::SUCCESS;
+    bool isStuck = false; ///< As Command::isStuck().
+};
+
+[[nodiscard]] Outcome run(int argc, const char* const* argv) {
+    CommandRegistry registry;
+    Terminal terminal(std::cout, std::cerr);
+    const CommandLine commandLine = parseCommandLine(registry, argc, argv, terminal);
+    if (!commandLine.command) {
         return {commandLine.exitStatus};
     }
-    return spawn(*commandLine.spawn, std::cout, std::cerr);
+    const int exitStatus = commandLine.command->run(terminal);
+    terminal.clearProgress();
+    return {exitStatus, commandLine.command->isStuck()};
 }
 
-[[nodiscard]] SpawnResult runGuarded(int argc, const char* const* argv) {
+[[nodiscard]] Outcome runGuarded(int argc, const char* const* argv) {
     try {
         return run(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << PROGRAM_PREFIX << error.what() << '\n';
+        std::cerr << PROGRAM_PREFIX << printable(error.what()) << '\n';
     } catch (...) {
         std::cerr << PROGRAM_PREFIX << "unknown exception\n";
     }
@@ -33,19 +45,21 @@ using namespace Kiln::PrefabTool;
 } // namespace
 
 int main(int argc, char** argv) {
-    // A closed pipe is reported as a failed write instead of ending the process.
-    std::signal(SIGPIPE, SIG_IGN);
-    SpawnResult result = runGuarded(argc, argv);
+    // A closed pipe makes a write fail, so that a broken pipe at stderr or of a component library does not end the
+    // process. StandardOutput ends it when nobody reads the results.
+    std::ignore = std::signal(SIGPIPE, SIG_IGN);
+    const StandardOutput output;
+    Outcome outcome = runGuarded(argc, argv);
     std::cout.flush();
     if (!std::cout) {
         std::cerr << PROGRAM_PREFIX << "writing to standard output failed\n";
-        if (result.exitStatus == ExitStatus::SUCCESS) {
-            result.exitStatus = ExitStatus::FINDINGS;
+        if (outcome.exitStatus == ExitStatus::SUCCESS) {
+            outcome.exitStatus = ExitStatus::FINDINGS;
         }
     }
-    if (result.isStuck) {
+    if (outcome.isStuck) {
         std::cerr.flush();
-        std::_Exit(result.exitStatus);
+        std::_Exit(outcome.exitStatus);
     }
-    return result.exitStatus;
+    return outcome.exitStatus;
 }
