@@ -1,11 +1,14 @@
 #include "benchmarks.h"
 
 #include "kiln_runs.h"
+#include "packed_workload.h"
 #include "workload_files.h"
 
 #include <resource/data_section.h>
+#include <resource/file_system_utils.h>
 #include <tessel_asset_loading/loading.h>
 
+#include <string>
 #include <thread>
 
 #include <pugixml.hpp>
@@ -28,6 +31,46 @@ void readWithKiln(benchmark::State& state) {
         state.SetIterationTime(world.read(workload.path).count());
     }
     report(state);
+}
+
+/// Comes before the paths of documents that only a pack has.
+constexpr const char* PACKED_PREFIX = "packed/";
+
+/// Packs a copy of the workload; returns the name of the pack.
+[[nodiscard]] const std::string& packedWorkload(bool isCompressed) {
+    const auto make = [](const char* name, bool isZstd) {
+        return writePackOf({workload(NUMBER).path}, PACKED_PREFIX, name, isZstd);
+    };
+    if (isCompressed) {
+        static const std::string compressed = make("W3-zstd.kilnpack", true);
+        return compressed;
+    }
+    static const std::string plain = make("W3.kilnpack", false);
+    return plain;
+}
+
+/// The time includes mapping the pack.
+void readFromPack(benchmark::State& state, bool isCompressed) {
+    const std::string& pack = packedWorkload(isCompressed);
+    for (auto iteration : state) {
+        Tessel::Loading::fullyClearCache();
+        FS::Utils::clearResourcePacks();
+        KilnWorld world;
+        const Clock::time_point start = Clock::now();
+        FS::Utils::addResourcePack(pack);
+        const Seconds opening = Clock::now() - start;
+        state.SetIterationTime((opening + world.read(PACKED_PREFIX + workload(NUMBER).path)).count());
+    }
+    FS::Utils::clearResourcePacks();
+    report(state);
+}
+
+void readFromPlainPack(benchmark::State& state) {
+    readFromPack(state, false);
+}
+
+void readFromCompressedPack(benchmark::State& state) {
+    readFromPack(state, true);
 }
 
 void readWithPugixml(benchmark::State& state) {
@@ -89,10 +132,14 @@ std::vector<Comparison> registerDocuments() {
         benchmark::RegisterBenchmark(name, run)->UseManualTime()->Iterations(1);
     };
     add("W3_read", readWithKiln);
+    add("W3_read_pack", readFromPlainPack);
+    add("W3_read_zstd_pack", readFromCompressedPack);
     add("W3_read_pugixml", readWithPugixml);
     add("W3_write", writeWithKiln);
     add("W3_write_pugixml", writeWithPugixml);
     return {{"W3 reading / pugixml load_file", "W3_read", "W3_read_pugixml", 3.0, 2.0},
+            {"W3 reading a pack / pugixml load_file", "W3_read_pack", "W3_read_pugixml", 0.5, 0.35},
+            {"W3 reading a zstd pack / pugixml load_file", "W3_read_zstd_pack", "W3_read_pugixml", {}, {}},
             {"W3 serialize / pugixml save_file", "W3_write", "W3_write_pugixml", 2.5, 1.5}};
 }
 

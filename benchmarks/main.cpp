@@ -5,7 +5,9 @@
 #include "same_hierarchy.h"
 
 #include <core/log.h>
+#include <resource/resource_limits.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -25,6 +27,7 @@ int main(int argumentsCount, char** arguments) {
     if (benchmark::ReportUnrecognizedArguments(optionsCount, options.data())) {
         return 2;
     }
+    setResourceLimits({std::uint64_t{1} << 30, ResourceLimits().elementDepth}); // W5's file has 720 MB.
     const ScopedLogSink silence([](const LogMessage&) {}); // Caching reports its depth limit for every file.
 
     for (const int number : {1, 2, 4}) {

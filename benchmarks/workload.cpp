@@ -106,7 +106,7 @@ void writePrefab(const Nodes& nodes, const std::filesystem::path& path) {
     writePool(file.get(), nodes, "TransformComponent",
               [](const Node& node) { return property("local", node.local.toString()); });
     writePool(file.get(), nodes, "PrefabComponent", [](const Node& node) {
-        return node.nested.empty() ? "" : property("resource", node.nested) + property("overridesData", "");
+        return node.nested.empty() ? "" : property("resource", node.nested) + property("overridesData", node.overrides);
     });
     writePool(file.get(), nodes, "CargoComponent", [](const Node& node) {
         return node.nested.empty() ? property("label", node.label) + property("mass", text(node.mass)) +

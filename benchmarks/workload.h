@@ -22,7 +22,8 @@ struct Node {
     std::string label; ///< 40 characters.
     float mass = 0;
     float volume = 0;
-    std::string nested; ///< Path of the prefab that the node nests; empty for none.
+    std::string nested;    ///< Path of the prefab that the node nests; empty for none.
+    std::string overrides; ///< Escaped override data of a node that nests a prefab.
 };
 
 /// A prefab document, root first.

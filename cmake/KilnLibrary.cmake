@@ -35,6 +35,7 @@ function(kiln_set_shared_object_options target)
     # Lets g++ inline a library's own exported functions, as clang does. The dynamic linker can still bind calls between
     # libraries to another definition.
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+    kiln_harden(${target})
     kiln_enable_warnings(${target})
 endfunction()
 

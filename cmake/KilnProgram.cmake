@@ -11,6 +11,7 @@ function(kiln_add_program name)
 
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LINKS})
+    kiln_harden(${name})
     kiln_enable_warnings(${name})
     if(arg_DEPENDS)
         add_dependencies(${name} ${arg_DEPENDS})

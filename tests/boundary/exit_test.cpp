@@ -30,6 +30,13 @@ protected:
         TestSupport::PrefabText inner;
         inner.root(id(1), "Inner root");
         directory.writeFile("inner.prefab", inner.text());
+        TestSupport::PrefabText endless;
+        endless.component("LanternComponent", endless.root(id(1), "Endless"),
+                          element("brightness", "3") + element("preloadMilliseconds", "5"));
+        for (std::size_t point = 0; point < 20; ++point) {
+            endless.nested(id(2 + point), "Point", id(1), "endless.prefab");
+        }
+        directory.writeFile("endless.prefab", endless.text());
     }
 
     [[nodiscard]] ProcessResult run(const std::string& mode) const {
@@ -49,7 +56,7 @@ INSTANTIATE_TEST_SUITE_P(Modes, LoadingExit,
                                          "leave-with-live-objects", "leave-with-destroyed-world",
                                          "leave-with-cleared-cache", "leave-with-sections",
                                          "leave-with-descriptor-requests", "leave-amid-everything",
-                                         "exit-from-callback", "leave-without-loads"),
+                                         "exit-from-callback", "leave-during-a-long-walk", "leave-without-loads"),
                          [](const auto& instance) {
                              std::string name = instance.param;
                              std::replace(name.begin(), name.end(), '-', '_');

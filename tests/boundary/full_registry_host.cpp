@@ -3,13 +3,18 @@
 
 #include <core/log.h>
 #include <object_framework/entry_point.h>
+#include <object_framework/query.h>
 #include <object_framework/world.h>
 #include <object_serialization/component_library.h>
 #include <reflection/meta_object.h>
 
 #include "plugin_loading.h"
 
+#include <array>
+#include <cstdint>
 #include <cstdio>
+#include <memory>
+#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <typeinfo>
@@ -39,7 +44,7 @@ void fillTypesLibrary(std::integer_sequence<int, NUMBERS...>) {
 }
 
 /// Adds a PrefabComponent of that resource to a new object.
-void requireComponent(Tessel::World& world, const std::string& resource) {
+GameObject requireComponent(Tessel::World& world, const std::string& resource) {
     const ComponentLibrary& library = ComponentLibrary::instance();
     const SmartPointer<IComponentDescriptor> descriptor =
         library.componentMeta(library.findComponent("PrefabComponent")).factory();
@@ -54,6 +59,49 @@ void requireComponent(Tessel::World& world, const std::string& resource) {
     mirra::ReflectedObject reflected;
     reflected.init(*descriptor->metaType(), dynamic_cast<void*>(component));
     require(textAt(reflected, 0) == resource, "the construction did not go on");
+    return object;
+}
+
+/// Another class that does not fit into the registry.
+class Latecomer final : public Tessel::PoolableComponent<Latecomer, Tessel::IComponent> {
+public:
+    std::array<std::uint64_t, 100> numbers{};
+};
+
+[[nodiscard]] std::string refusalOfStorage(Tessel::World& world) {
+    try {
+        std::ignore = world.getStorage<Latecomer>();
+        return "";
+    } catch (const std::length_error& error) {
+        return error.what();
+    }
+}
+
+/// A world stores one class with the shared id; the other ones neither get its storage nor its components.
+void requireNoSharing(Tessel::World& world, GameObject objectWithPrefabComponent) {
+    using LatecomerQuery = Tessel::Query<Latecomer, GameObject>;
+    const auto query = world.manager().getQuery<LatecomerQuery>(LatecomerQuery::makeConfig(),
+                                                                [] { return std::make_unique<LatecomerQuery>(); });
+    world.manager().activateGameObject(objectWithPrefabComponent);
+    int visits = 0;
+    query->forEach([&](Latecomer&, GameObject) { ++visits; });
+
+    require(
+        refusalOfStorage(world).starts_with("Components of type '(anonymous namespace)::Latecomer' can't be stored"),
+        "the storage of another type is returned");
+    require(world.manager().findComponent<Latecomer>(objectWithPrefabComponent) == nullptr,
+            "a component of another type is found");
+    require(visits == 0, "a query visits a component of another type");
+}
+
+/// In a world of its own, the class is the first.
+void requireStorageInAnotherWorld() {
+    Tessel::World& world = *EntryPoint::instance().findValidWorld(EntryPoint::instance().createWorld());
+    const GameObject object = world.manager().createGameObject();
+    auto component = world.getStorage<Latecomer>().create();
+    component->numbers.back() = 7;
+    world.manager().addComponent(object, std::move(component), MAX_TYPES);
+    require(world.manager().findComponent<Latecomer>(object)->numbers.back() == 7, "the component is not found");
 }
 
 } // namespace
@@ -73,7 +121,9 @@ int main(int argumentsCount, char** arguments) {
     std::puts("loaded");
 
     requireComponent(world, "lamp.prefab");
-    requireComponent(world, "crane.prefab");
+    const GameObject object = requireComponent(world, "crane.prefab");
+    requireNoSharing(world, object);
+    requireStorageInAnotherWorld();
     require(Tessel::IComponent::types().typesCount() == MAX_TYPES, "the library took in another type");
     return 0;
 }

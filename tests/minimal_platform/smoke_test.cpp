@@ -1,5 +1,5 @@
 // The product on the minimal platform, from documents in memory to live objects: a nested prefab from the cache, one
-// that a worker loads by path, overrides, parents, UUIDs, callbacks, writing and removal.
+// that a worker loads by path, overrides, parents, UUIDs, callbacks, writing and removal; then the streaming layer.
 
 #include <core/log.h>
 #include <core/task_manager.h>
@@ -10,6 +10,7 @@
 #include <tessel_asset_loading/loading.h>
 #include <tessel_asset_loading/prefab_component.h>
 #include <tessel_asset_loading/prefab_service.h>
+#include <tessel_streaming/streaming.h>
 
 #include <chrono>
 #include <cstdio>
@@ -151,6 +152,46 @@ public:
     GameObject loadedRoot;
 };
 
+/// A request that nests a prefab, one with an override that is read late, one that fails, and one that is cancelled.
+void checkStreaming() {
+    EntryPoint& entryPoint = EntryPoint::instance();
+    const int worldId = entryPoint.createWorld();
+    const GameObjectManager& manager = *getGameObjectManager(worldId);
+    const auto isFinished = [](const Streaming::LoadHandle& handle) {
+        return [&handle] { return handle.isFinished(); };
+    };
+    FS::Utils::enterResource("streamed/harbour.prefab", harbourDocument());
+    FS::Utils::enterResource("cached/lamp.prefab", lampDocument());
+
+    Streaming::LoadOptions options;
+    options.overrides =
+        OverrideRecords::create(GATE_LAMP.toString() + " PrefabComponent resource resource/lamp.prefab");
+    Streaming::LoadHandle harbour = Streaming::load("streamed/harbour.prefab", worldId, options);
+    CHECK(tickUntil(isFinished(harbour)));
+    CHECK(harbour.state() == Streaming::LoadState::SUCCEEDED);
+    CHECK(harbour.progress().ratio == 1);
+    CHECK(manager.gameObjects().size() == 6);
+    CHECK(manager.isActive(harbour.root()));
+    CHECK(manager.getGameObjectName(harbour.root()) == "Harbour");
+
+    const Streaming::LoadHandle missing = Streaming::load("missing.prefab", worldId);
+    CHECK(tickUntil(isFinished(missing)));
+    CHECK(missing.state() == Streaming::LoadState::FAILED);
+    CHECK(missing.result().failures.front().code == Streaming::FailureCode::MISSING_FILE);
+
+    const Streaming::LoadHandle cancelled = Streaming::load("streamed/harbour.prefab", worldId);
+    cancelled.cancel();
+    CHECK(tickUntil(isFinished(cancelled)));
+    CHECK(cancelled.state() == Streaming::LoadState::CANCELLED);
+    CHECK(manager.gameObjects().size() == 6);
+
+    harbour = {};
+    entryPoint.destroyWorld(worldId);
+    entryPoint.tick();
+    CHECK(Streaming::statistics().pendingRequests == 0);
+    CHECK(Streaming::statistics().heldDocuments == 0);
+}
+
 } // namespace
 
 int main() {
@@ -240,6 +281,8 @@ int main() {
     CHECK(manager.gameObjects().empty());
     entryPoint.destroyWorld(worldId);
     CHECK(!entryPoint.isWorldValid(worldId));
+
+    checkStreaming();
 
     std::printf(s_failuresCount == 0 ? "ok\n" : "failed\n");
     return s_failuresCount == 0 ? 0 : 1;

@@ -121,5 +121,24 @@ TEST(OverrideData, clone_isIndependent) {
     EXPECT_EQ(applied(*copy, FIRST).text, "changed");
 }
 
+TEST(OverrideData, overrideText_reportsItsProblemsForEachUseAndNotWhenItIsParsed) {
+    const LogCapture log;
+    const OverrideText text("<overrides>");
+    EXPECT_FALSE(text.records());
+    EXPECT_EQ(log.count(LogSeverity::ERROR), 0U);
+    text.reportProblems();
+    text.reportProblems();
+    EXPECT_EQ(log.count(LogSeverity::ERROR), 2U);
+}
+
+TEST(OverrideData, overrideText_hasTheRecordsOfTheText) {
+    const LogCapture log;
+    const OverrideText text(overrides(record(FIRST_TEXT, "<text>lit</text>")));
+    ASSERT_TRUE(text.records());
+    EXPECT_EQ(applied(*text.records(), FIRST).text, "lit");
+    text.reportProblems();
+    EXPECT_THAT(log.messages(), testing::IsEmpty());
+}
+
 } // namespace
 } // namespace Conformance

@@ -161,5 +161,12 @@ TEST(TaskManagerOfFiles, current_isNullExceptOnAWorker) {
     EXPECT_TRUE(isWorker);
 }
 
+TEST(TaskManagerOfFiles, isStopping_beforeTheShutdown_isFalse) {
+    std::atomic<bool> isStopping{true};
+    submit([&isStopping] { isStopping = BackgroundTaskThread::current()->isStopping(); });
+    ASSERT_TRUE(waitForTasks());
+    EXPECT_FALSE(isStopping);
+}
+
 } // namespace
 } // namespace Conformance

@@ -39,7 +39,7 @@ constexpr std::array PLATFORM_LIBRARIES{"core",
                                         "object_framework",
                                         "object_serialization",
                                         "generic_components"};
-constexpr std::array PRODUCT_LIBRARIES{"tessel_foundation", "tessel_asset_loading"};
+constexpr std::array PRODUCT_LIBRARIES{"tessel_foundation", "tessel_asset_loading", "tessel_streaming"};
 
 // The document.
 

@@ -1,8 +1,9 @@
 // Runs scenarios and compares their results with the baselines `hierarchy.txt` and `log.txt`.
 //
-//     run_scenarios [--accept] <folder>...
+//     run_scenarios [--accept] [--packed] <folder>...
 //
-// With --accept the baselines are written instead. The exit status is 1 if one differs or is missing, 2 if a scenario
+// With --accept the baselines are written instead. With --packed the prefabs are read from a pack of the folder; the
+// results must be the same. The exit status is 1 if one differs or is missing, 2 if a scenario
 // can't be run.
 
 #include "scenario.h"
@@ -48,8 +49,8 @@ void accept(const std::filesystem::path& baseline, const std::string& actual) {
     }
 }
 
-[[nodiscard]] bool check(const std::filesystem::path& folder, bool isAccepting) {
-    const Outcome outcome = run(folder);
+[[nodiscard]] bool check(const std::filesystem::path& folder, bool isAccepting, ResourceSource source) {
+    const Outcome outcome = run(folder, source);
     if (isAccepting) {
         accept(folder / "hierarchy.txt", outcome.hierarchy);
         accept(folder / "log.txt", outcome.log);
@@ -64,6 +65,7 @@ void accept(const std::filesystem::path& baseline, const std::string& actual) {
 int main(int argumentsCount, char** arguments) {
     prefab_component();
     bool isAccepting = false;
+    ResourceSource source = ResourceSource::FOLDER;
     int passed = 0;
     int failed = 0;
     for (int i = 1; i < argumentsCount; ++i) {
@@ -71,8 +73,12 @@ int main(int argumentsCount, char** arguments) {
             isAccepting = true;
             continue;
         }
+        if (std::string_view(arguments[i]) == "--packed") {
+            source = ResourceSource::PACK;
+            continue;
+        }
         try {
-            ++(check(arguments[i], isAccepting) ? passed : failed);
+            ++(check(arguments[i], isAccepting, source) ? passed : failed);
         } catch (const std::exception& error) {
             std::printf("%s: %s\n", arguments[i], error.what());
             return 2;

@@ -9,6 +9,8 @@
 #include <object_framework/entry_point.h>
 #include <object_framework/world.h>
 #include <resource/file_system_utils.h>
+#include <support/packed_folder.h>
+#include <support/temporary_directory.h>
 #include <tessel_asset_loading/loading.h>
 #include <tessel_asset_loading/prefab_service.h>
 #include <tessel_asset_loading/support/live_objects.h>
@@ -47,11 +49,17 @@ constexpr const char* DEFAULT_INSTANCE = "11111111-0000-4000-8000-000000000000";
 
 class Scenario : NonCopyable {
 public:
-    explicit Scenario(const std::filesystem::path& folder) : m_folder(folder) {
+    Scenario(const std::filesystem::path& folder, ResourceSource source) : m_folder(folder) {
         FileIOTaskManager::instance().setThreadCount(1); // One worker makes the order of its messages fixed.
         Loading::fullyClearCache();
         FS::Utils::clearResourceRoots();
-        FS::Utils::addResourceRoot(folder.string());
+        if (source == ResourceSource::PACK) {
+            const std::string pack = m_packDirectory.path("scenario.kilnpack");
+            TestSupport::packFolder(folder, pack, false);
+            FS::Utils::addResourcePack(pack);
+        } else {
+            FS::Utils::addResourceRoot(folder.string());
+        }
         m_previousHandler = setAssertionHandler([this](const AssertionFailure& failure) {
             note("assertion: " + std::string(failure.expression) + " " + std::string(failure.message));
         });
@@ -64,6 +72,7 @@ public:
         }
         Loading::fullyClearCache();
         FS::Utils::clearResourceRoots();
+        FS::Utils::clearResourcePacks();
         setAssertionHandler(std::move(m_previousHandler));
     }
 
@@ -226,6 +235,7 @@ private:
     }
 
     std::filesystem::path m_folder;
+    TestSupport::TemporaryDirectory m_packDirectory;
     std::map<std::string, int> m_worlds;
     int m_frame = 0;
     std::size_t m_oldLoaders = service().loadingQueue().size();
@@ -240,8 +250,8 @@ private:
 
 } // namespace
 
-Outcome run(const std::filesystem::path& folder) {
-    return Scenario(folder).run();
+Outcome run(const std::filesystem::path& folder, ResourceSource source) {
+    return Scenario(folder, source).run();
 }
 
 } // namespace Kiln::ScenarioRunner

@@ -11,6 +11,12 @@ struct Outcome {
     std::string log;       ///< Messages, failed assertions, calls of handlers and callbacks, by frame.
 };
 
+/// Where the prefabs of a scenario are read from.
+enum class ResourceSource {
+    FOLDER,
+    PACK, ///< A pack of the folder.
+};
+
 /// Runs the steps of a scenario, `scenario.json` in its folder, which is the only resource root during the run:
 ///
 ///     {
@@ -32,6 +38,6 @@ struct Outcome {
 /// "main". `section` has the file parsed as a section, and the callback returns `activate`. Every other step starts
 /// when the workers have finished the loads; one more frame is run at the end. Throws std::runtime_error for a wrong
 /// description.
-[[nodiscard]] Outcome run(const std::filesystem::path& folder);
+[[nodiscard]] Outcome run(const std::filesystem::path& folder, ResourceSource source);
 
 } // namespace Kiln::ScenarioRunner

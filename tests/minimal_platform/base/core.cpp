@@ -29,6 +29,12 @@ constinit thread_local const BackgroundTaskThread* currentThread = nullptr;
 SafeReferenceCount::~SafeReferenceCount() = default;
 BackgroundTask::~BackgroundTask() = default;
 
+void BackgroundTask::doBackgroundTask(TaskManager& manager, BackgroundTaskThread* /*thread*/) {
+    doBackgroundTask(manager);
+}
+
+void BackgroundTask::cancel(TaskManager& /*manager*/) {}
+
 std::string formatTextList(const char* format, std::va_list arguments) {
     std::va_list again;
     va_copy(again, arguments);
@@ -72,8 +78,10 @@ const BackgroundTaskThread* BackgroundTaskThread::current() {
 }
 
 void TaskManager::addBackgroundTask(SmartPointer<BackgroundTask> task, int priority) {
-    const std::scoped_lock lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     if (m_isShutDown) {
+        lock.unlock();
+        task->cancel(*this);
         return;
     }
     auto position = m_queue.begin();
@@ -88,7 +96,7 @@ void TaskManager::addBackgroundTask(SmartPointer<BackgroundTask> task, int prior
 }
 
 void TaskManager::work() {
-    const BackgroundTaskThread thread;
+    BackgroundTaskThread thread;
     currentThread = &thread;
     std::unique_lock lock(m_mutex);
     for (;;) {
@@ -100,7 +108,7 @@ void TaskManager::work() {
         m_queue.pop_front();
         lock.unlock();
         try {
-            task->doBackgroundTask(*this);
+            task->doBackgroundTask(*this, &thread);
         } catch (const std::exception& error) {
             DebugMessageHelper(0, LogSeverity::ERROR, "", "").message("%s failed: %s", task->name(), error.what());
         }
@@ -122,6 +130,9 @@ void TaskManager::shutdown() {
     m_wake.notify_all();
     if (worker.joinable()) {
         worker.join();
+    }
+    for (const Entry& entry : dropped) {
+        entry.task->cancel(*this);
     }
 }
 

@@ -1,6 +1,7 @@
-#include <reflection/meta_object.h>
+#include <reflection/reflected_object.h>
 #include <variant/variant_converter.h>
 
+#include <algorithm>
 #include <map>
 #include <mutex>
 #include <sstream>
@@ -31,6 +32,12 @@ MetaObjectManager& MetaObjectManager::instance() {
 void MetaObjectManager::registerType(MetaObject metaObject) {
     const std::scoped_lock lock(Registers::instance().mutex);
     Registers::instance().metaObjects.try_emplace(metaObject.type, std::move(metaObject));
+}
+
+bool arePropertiesEqual(const MetaObject& metaObject, void* a, void* b) {
+    return std::all_of(metaObject.properties.begin(), metaObject.properties.end(), [a, b](const Property& property) {
+        return property.format(property.address(a)) == property.format(property.address(b));
+    });
 }
 
 const MetaObject* MetaObjectManager::findType(std::type_index type) const {

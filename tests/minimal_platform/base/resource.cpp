@@ -1,5 +1,6 @@
 #include <resource/data_section.h>
 #include <resource/file_system_utils.h>
+#include <resource/resource_text.h>
 
 #include <map>
 #include <mutex>
@@ -8,6 +9,37 @@
 namespace Kiln {
 
 DataSection::~DataSection() = default;
+
+SmartPointer<DataSection> DataSection::fromText(std::string_view /*text*/, const std::string& sourceName,
+                                                std::string* problem) {
+    if (problem) {
+        *problem = sourceName + " is no tree";
+    }
+    return nullptr;
+}
+
+const DataSection* DataNode::section() const {
+    if (!m_parent) {
+        return m_root;
+    }
+    const auto count = static_cast<std::size_t>(m_parent->end() - m_parent->begin());
+    return m_index < count ? m_parent->begin()[static_cast<std::ptrdiff_t>(m_index)].get() : nullptr;
+}
+
+DataNode DataNode::child(std::string_view name) const {
+    DataNode node = firstChild();
+    while (node && node.name() != name) {
+        node = node.nextSibling();
+    }
+    return node;
+}
+
+SmartPointer<DataSection> parseXml(FileContent content, const std::string& /*sourceName*/, XmlProblem& problem) {
+    if (!content.document) {
+        problem.description = "there is no document";
+    }
+    return content.document;
+}
 
 SmartPointer<DataSection> DataSection::openSection(std::string_view name, bool create) {
     for (const SmartPointer<DataSection>& child : m_children) {
@@ -53,6 +85,17 @@ SmartPointer<DataSection> openXmlSection(const std::string& path, bool /*callerR
     const std::scoped_lock lock(resources().mutex);
     const auto found = resources().byPath.find(path);
     return found == resources().byPath.end() ? nullptr : found->second;
+}
+
+ResourceText readResource(const std::string& path) {
+    ResourceText text;
+    text.content.document = openXmlSection(path, true);
+    text.status = text.content.document ? ResourceText::Status::READ : ResourceText::Status::MISSING;
+    return text;
+}
+
+std::string resolveResourcePath(std::string_view /*path*/) {
+    return {};
 }
 
 } // namespace FS::Utils

@@ -87,7 +87,7 @@ IComponent& QueryBase::component(GameObject object, ComponentTypeId type) const 
 
 // Game objects.
 
-GameObjectManager::Record* GameObjectManager::find(GameObject object) {
+GameObjectRecord* GameObjectManager::find(GameObject object) {
     if (object.isInvalid() || object.getWorldId() != m_worldId || object.index() >= m_records.size() ||
         m_records[object.index()].serial != object.serial()) {
         return nullptr;
@@ -135,11 +135,27 @@ std::vector<GameObject> GameObjectManager::gameObjects() const {
     return objects;
 }
 
-void GameObjectManager::describeGameObject(GameObject object, const Uuid& uuid, const std::string& name) {
+GameObjectRecord* GameObjectManager::describeGameObject(GameObject object, const Uuid& uuid, const std::string& name) {
+    setGameObjectUuid(object, uuid);
+    setGameObjectName(object, name);
+    return find(object);
+}
+
+void GameObjectManager::setGameObjectUuid(GameObject object, const Uuid& uuid) {
     if (Record* const record = find(object)) {
         record->uuid = uuid;
+    }
+}
+
+void GameObjectManager::setGameObjectName(GameObject object, std::string_view name) {
+    if (Record* const record = find(object)) {
         record->name = name;
     }
+}
+
+std::bitset<6> GameObjectManager::getGameObjectFlags(GameObject object) const {
+    const Record* const record = find(object);
+    return record ? record->flags : std::bitset<6>();
 }
 
 std::string GameObjectManager::getGameObjectName(GameObject object) const {
@@ -157,9 +173,15 @@ GameObject GameObjectManager::getParent(GameObject object) const {
     return record ? record->parent : GameObject();
 }
 
+std::vector<GameObject> GameObjectManager::getChildren(GameObject object) const {
+    const Record* const record = find(object);
+    return record ? record->children : std::vector<GameObject>();
+}
+
 void GameObjectManager::setGameObjectFlags(GameObject object, std::bitset<6> flags) {
     if (Record* const record = find(object)) {
-        record->isEnabled = !flags.test(0);
+        record->flags = flags;
+        record->isEnabled = (flags & GameObjectFlag::INACTIVE_BY_DEFAULT).none();
     }
 }
 
@@ -228,6 +250,11 @@ void GameObjectManager::detach(GameObject object) {
 bool GameObjectManager::isActive(GameObject object) const {
     const Record* const record = find(object);
     return record && record->isActive;
+}
+
+bool GameObjectManager::isEnabled(GameObject object) const {
+    const Record* const record = find(object);
+    return record && record->isEnabled;
 }
 
 void GameObjectManager::activateGameObject(GameObject object) {

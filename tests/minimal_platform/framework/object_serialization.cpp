@@ -43,8 +43,14 @@ void setProperty(const mirra::ReflectedObject& object, const std::string& name, 
 OverrideRecords::~OverrideRecords() = default;
 
 SmartPointer<OverrideRecords> OverrideRecords::create(const std::string& text) {
+    const OverrideText parsed(text);
+    parsed.reportProblems();
+    return parsed.records();
+}
+
+OverrideText::OverrideText(const std::string& text) {
     if (text.empty()) {
-        return nullptr;
+        return;
     }
     SmartPointer<OverrideRecords> records = makeSmart<OverrideRecords>();
     std::istringstream lines(text);
@@ -55,27 +61,32 @@ SmartPointer<OverrideRecords> OverrideRecords::create(const std::string& text) {
         std::getline(words, value);
         const std::optional<Uuid> uuid = Uuid::fromString(uuidText);
         if (!uuid || property.empty()) {
-            logProblem(LogSeverity::ERROR, "Not an override record: " + line);
-            return nullptr;
+            m_problem = "Not an override record: " + line;
+            return;
         }
-        records->m_objects[*uuid].get(component).properties[property] = value;
+        const SmartPointer<DataSection> properties = makeSmart<DataSection>("properties");
+        properties->writeString(property, value);
+        records->m_objects[*uuid].get(component).add(properties);
     }
-    return records;
+    m_records = std::move(records);
+}
+
+void OverrideText::reportProblems() const {
+    if (!m_problem.empty()) {
+        logProblem(LogSeverity::ERROR, m_problem);
+    }
 }
 
 void OverrideRecords::merge(const OverrideRecords& after) {
     for (const auto& [uuid, object] : after.m_objects) {
         for (const auto& [name, component] : object.components()) {
-            for (const auto& [property, text] : component.properties) {
-                m_objects[uuid].get(name).properties[property] = text;
-            }
+            m_objects[uuid].get(name).merge(component);
         }
     }
 }
 
 void OverrideRecords::addBefore(const Uuid& objectUuid, const ComponentOverrideRecords& before) {
-    auto& properties = m_objects[objectUuid].get(before.componentName()).properties;
-    properties.insert(before.properties.begin(), before.properties.end());
+    m_objects[objectUuid].get(before.componentName()).addBefore(before);
 }
 
 const GameObjectOverrideRecords* OverrideRecords::getRecord(const Uuid& objectUuid) const {
@@ -110,6 +121,16 @@ const char* const IComponentDescriptor::DEFAULT_CATEGORY = "General";
 
 IComponentDescriptor::~IComponentDescriptor() = default;
 
+bool IComponentDescriptor::hasLinks() {
+    const mirra::ReflectedObject object = viewConfiguration();
+    for (std::size_t i = 0; i < object.properties(); ++i) {
+        if (object.propertyAt(i).type().containsLinks()) {
+            return true;
+        }
+    }
+    return false;
+}
+
 void IComponentDescriptor::resolveLinks(const ObjectCreation& creation, const mirra::ReflectedObject& configuration) {
     for (std::size_t i = 0; i < configuration.properties(); ++i) {
         const mirra::BoundProperty property = configuration.propertyAt(i);
@@ -121,8 +142,10 @@ void IComponentDescriptor::resolveLinks(const ObjectCreation& creation, const mi
 
 void IComponentDescriptor::applyOverrides(const ComponentOverrideRecords& overrides,
                                           const mirra::ReflectedObject& configuration) {
-    for (const auto& [property, text] : overrides.properties) {
-        setProperty(configuration, property, text);
+    for (const SmartPointer<DataSection>& properties : overrides.properties()) {
+        for (const SmartPointer<DataSection>& property : *properties) {
+            setProperty(configuration, property->sectionName(), property->asString());
+        }
     }
 }
 
@@ -265,9 +288,12 @@ void GameObjectDescriptor::createComponents(Tessel::GameObject object, const Uui
 
 void GameObjectDescriptor::createComponents(ObjectCreation& creation, Tessel::GameObject object, const Uuid& objectUuid,
                                             const GameObjectOverrideRecords* overrides) const {
-    creation.world().manager().describeGameObject(object, objectUuid, m_name);
-    for (const SmartPointer<IComponentDescriptor>& component : m_components) {
-        component->instantiate(creation, object, overrides ? overrides->find(component->name()) : nullptr);
+    if (Tessel::GameObjectRecord* const record =
+            creation.world().manager().describeGameObject(object, objectUuid, m_name)) {
+        creation.enterObject(object, *record);
+        for (const SmartPointer<IComponentDescriptor>& component : m_components) {
+            component->instantiate(creation, overrides ? overrides->find(component->name()) : nullptr);
+        }
     }
 }
 

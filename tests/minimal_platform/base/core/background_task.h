@@ -4,6 +4,7 @@
 
 namespace Kiln {
 
+class BackgroundTaskThread;
 class TaskManager;
 
 class MINIMAL_API BackgroundTask : public SafeReferenceCount {
@@ -13,6 +14,12 @@ public:
 
     /// Worker thread.
     virtual void doBackgroundTask(TaskManager& manager) = 0;
+
+    /// Called by the worker.
+    virtual void doBackgroundTask(TaskManager& manager, BackgroundTaskThread* thread);
+
+    /// Called instead for a task that is dropped.
+    virtual void cancel(TaskManager& manager);
 
     [[nodiscard]] const char* name() const { return m_name; }
 

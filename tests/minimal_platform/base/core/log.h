@@ -15,7 +15,8 @@ inline constexpr int CRITICAL = 6;
 /// Writes to stderr, as "[severity] text".
 class MINIMAL_API DebugMessageHelper {
 public:
-    DebugMessageHelper(int /*componentPriority*/, int messagePriority, const char* /*category*/, const char* /*source*/)
+    DebugMessageHelper(int /*componentPriority*/, int messagePriority, const char* /*category*/, const char* /*source*/,
+                       unsigned /*line*/ = 0)
         : m_severity(messagePriority) {}
     void message(const char* format, ...) const __attribute__((format(printf, 2, 3)));
 

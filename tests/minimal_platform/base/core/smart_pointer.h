@@ -29,6 +29,10 @@ public:
     /// Takes over the first reference to a new object.
     [[nodiscard]] static SmartPointer adopt(T* object) { return SmartPointer(object, false); }
 
+    /// A further reference to an object that has one.
+    [[nodiscard]] static SmartPointer share(T* object) { return SmartPointer(object, true); }
+
+    void swap(SmartPointer& other) noexcept { std::swap(m_object, other.m_object); }
     void reset() { *this = SmartPointer(); }
     [[nodiscard]] T* get() const { return m_object; }
     T* operator->() const { return m_object; }

@@ -5,6 +5,7 @@
 #include <core/smart_pointer.h>
 
 #include <condition_variable>
+#include <cstddef>
 #include <list>
 #include <mutex>
 #include <thread>
@@ -19,7 +20,7 @@ public:
 
     void addBackgroundTask(SmartPointer<BackgroundTask> task, int priority);
 
-    /// Drops what is queued and waits for the task that is running. Later tasks are dropped as well.
+    /// Cancels what is queued and waits for the task that is running. Later tasks are cancelled as well.
     void shutdown();
 
 private:
@@ -41,6 +42,12 @@ class MINIMAL_API BackgroundTaskThread {
 public:
     /// Null except on a worker.
     [[nodiscard]] static const BackgroundTaskThread* current();
+
+    /// There is only one.
+    [[nodiscard]] std::size_t index() const { return 0; }
+
+    /// Tasks run to their end here.
+    [[nodiscard]] bool isStopping() const { return false; }
 };
 
 class MINIMAL_API FileIOTaskManager {

@@ -31,6 +31,25 @@ MINIMAL_API bool parseText(const std::string& text, Kiln::Matrix& value);
 MINIMAL_API std::string formatValue(const std::string& value);
 MINIMAL_API std::string formatValue(const Kiln::Matrix& value);
 
+enum class ValueKind { SCALAR, LINK };
+
+/// The type of a value.
+class ValueType {
+public:
+    constexpr explicit ValueType(ValueKind kind) : m_kind(kind) {}
+    [[nodiscard]] constexpr ValueKind kind() const { return m_kind; }
+    [[nodiscard]] constexpr bool containsLinks() const { return m_kind == ValueKind::LINK; }
+
+private:
+    ValueKind m_kind;
+};
+
+/// Another platform library overloads it for its types.
+[[nodiscard]] inline const ValueType& valueTypeOf(const void* /*value*/) {
+    static constexpr ValueType SCALAR(ValueKind::SCALAR);
+    return SCALAR;
+}
+
 /// One property of a described type.
 struct Property {
     std::string name;
@@ -39,6 +58,7 @@ struct Property {
     void* (*address)(void* object);
     bool (*parse)(const std::string& text, void* value);
     std::string (*format)(const void* value);
+    const ValueType* valueType;
 };
 
 /// Description of one type. Immutable once it is registered.
@@ -71,7 +91,8 @@ public:
             {std::move(name), std::move(annotations), typeid(Value),
              [](void* object) -> void* { return const_cast<Value*>(&std::invoke(Member, *static_cast<T*>(object))); },
              [](const std::string& text, void* value) { return parseText(text, *static_cast<Value*>(value)); },
-             [](const void* value) { return formatValue(*static_cast<const Value*>(value)); }});
+             [](const void* value) { return formatValue(*static_cast<const Value*>(value)); },
+             &valueTypeOf(static_cast<const Value*>(nullptr))});
     }
 
     void finish() { MetaObjectManager::instance().registerType(std::move(m_metaObject)); }

@@ -22,6 +22,7 @@ public:
     friend constexpr ComponentOptions operator&(ComponentOptions a, ComponentOptions b) {
         return ComponentOptions(a.m_bits & b.m_bits);
     }
+    friend constexpr bool operator==(ComponentOptions, ComponentOptions) = default;
 
 private:
     std::uint32_t m_bits;

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 namespace Kiln::Tessel {
 
@@ -41,3 +42,8 @@ class GameObjectManager;
 MINIMAL_API void removeGameObject(const GameObject& object);
 
 } // namespace Kiln::Tessel
+
+template <>
+struct std::hash<Kiln::Tessel::GameObject> {
+    std::size_t operator()(const Kiln::Tessel::GameObject& object) const noexcept { return object.serial(); }
+};

@@ -11,10 +11,39 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+namespace Kiln {
+
+/// Names are not shared here.
+using SharedText = std::string;
+
+} // namespace Kiln
+
 namespace Kiln::Tessel {
+
+namespace GameObjectFlag {
+inline constexpr std::bitset<6> INACTIVE_BY_DEFAULT{0x01};
+} // namespace GameObjectFlag
+
+struct GameObjectRecord {
+    std::uint64_t serial = 0; ///< 0 while the slot is free.
+    Uuid uuid;
+    std::string name;
+    std::bitset<6> flags;
+    GameObject parent;
+    std::vector<GameObject> children;
+    std::vector<std::pair<ComponentTypeId, ComponentPointer>> components;
+    bool isEnabled = true;
+    bool isActive = false;
+};
+
+class GameObjectManager;
+
+/// This platform has one class for all who use it.
+using GameObjectManagerInternal = GameObjectManager;
 
 /// The objects of one world. Main thread. Operations on an object that is not alive do nothing.
 class MINIMAL_API GameObjectManager : NonCopyable {
@@ -29,11 +58,17 @@ public:
     void clear();
     [[nodiscard]] bool isGameObjectValid(GameObject object) const { return find(object) != nullptr; }
 
-    void describeGameObject(GameObject object, const Uuid& uuid, const std::string& name);
+    /// Null for an object that is not alive.
+    GameObjectRecord* describeGameObject(GameObject object, const Uuid& uuid, const std::string& name);
+    void setGameObjectUuid(GameObject object, const Uuid& uuid);
+    void setGameObjectName(GameObject object, std::string_view name);
     [[nodiscard]] std::string getGameObjectName(GameObject object) const;
     [[nodiscard]] Uuid getGameObjectUuid(GameObject object) const;
     [[nodiscard]] GameObject getParent(GameObject object) const;
+    [[nodiscard]] std::vector<GameObject> getChildren(GameObject object) const;
     [[nodiscard]] std::vector<GameObject> gameObjects() const;
+
+    [[nodiscard]] std::bitset<6> getGameObjectFlags(GameObject object) const;
 
     /// An object that is inactive by default is not enabled.
     void setGameObjectFlags(GameObject object, std::bitset<6> flags);
@@ -50,6 +85,7 @@ public:
     }
 
     [[nodiscard]] bool isActive(GameObject object) const;
+    [[nodiscard]] bool isEnabled(GameObject object) const;
     void activateGameObject(GameObject object);
     void deactivateGameObject(GameObject object);
 
@@ -72,16 +108,7 @@ public:
     }
 
 private:
-    struct Record {
-        std::uint64_t serial = 0; ///< 0 while the slot is free.
-        Uuid uuid;
-        std::string name;
-        GameObject parent;
-        std::vector<GameObject> children;
-        std::vector<std::pair<ComponentTypeId, ComponentPointer>> components;
-        bool isEnabled = true;
-        bool isActive = false;
-    };
+    using Record = GameObjectRecord;
 
     [[nodiscard]] Record* find(GameObject object);
     [[nodiscard]] const Record* find(GameObject object) const {

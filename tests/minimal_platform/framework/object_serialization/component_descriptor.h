@@ -28,9 +28,13 @@ public:
     virtual void storePrefabProperties() = 0;
     virtual void setupOverrides(const ComponentOverrideRecords* overrides) = 0;
 
-    /// Adds a component to an object, with the overrides applied and the links resolved.
-    virtual void instantiate(ObjectCreation& creation, Tessel::GameObject object,
-                             const ComponentOverrideRecords* overrides) = 0;
+    [[nodiscard]] bool hasLinks();
+
+    /// Adds a component without links to an object.
+    virtual Tessel::IComponent* createOnObject(Tessel::GameObject object) = 0;
+
+    /// Adds a component to the object that the creation has entered, with the overrides applied and the links resolved.
+    virtual void instantiate(ObjectCreation& creation, const ComponentOverrideRecords* overrides) = 0;
 
     [[nodiscard]] Tessel::ComponentOptions getInstanceOptions() const { return m_instanceOptions; }
     void setInstanceOptions(Tessel::ComponentOptions options) { m_instanceOptions = options; }

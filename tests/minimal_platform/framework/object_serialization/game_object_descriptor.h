@@ -22,6 +22,7 @@ public:
     void setUuid(const Uuid& uuid) { m_uuid = uuid; }
 
     /// What the product hands from one descriptor to another.
+    [[nodiscard]] std::string_view name() const { return m_name; }
     [[nodiscard]] const std::string& sharedName() const { return m_name; }
     void setName(std::string name) { m_name = std::move(name); }
 

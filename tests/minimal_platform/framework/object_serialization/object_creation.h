@@ -33,6 +33,10 @@ public:
     void enterInstance(const Uuid& instanceUuid) { m_instanceUuid = instanceUuid; }
     [[nodiscard]] LinkTarget documentTarget() const { return {}; }
 
+    /// Components are added to this object from now on. The manager finds its record by itself.
+    void enterObject(Tessel::GameObject object, Tessel::GameObjectRecord& /*record*/) { m_object = object; }
+    [[nodiscard]] Tessel::GameObject object() const { return m_object; }
+
     /// The invalid object, with a warning in the log, for a link that resolves to nothing.
     [[nodiscard]] Tessel::GameObject findTarget(const Uuid& uuid, bool isLiveUuid) const;
 
@@ -41,6 +45,7 @@ private:
     const UuidMap& m_uuidMap;
     Uuid m_instanceUuid;
     INestedRoots* m_nestedRoots; ///< May be null.
+    Tessel::GameObject m_object;
 };
 
 } // namespace Kiln

@@ -2,6 +2,7 @@
 
 #include <common/uuid.h>
 #include <core/smart_pointer.h>
+#include <resource/data_section.h>
 
 #include <functional>
 #include <map>
@@ -9,19 +10,29 @@
 #include <string_view>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace Kiln {
 
-/// Texts of the overridden properties of one component, by name.
+/// The overridden properties of one component: sections that are applied one after the other.
 class ComponentOverrideRecords {
 public:
     explicit ComponentOverrideRecords(std::string componentName) : m_componentName(std::move(componentName)) {}
     [[nodiscard]] const std::string& componentName() const { return m_componentName; }
 
-    std::map<std::string, std::string> properties;
+    [[nodiscard]] const std::vector<SmartPointer<DataSection>>& properties() const { return m_properties; }
+
+    void add(SmartPointer<DataSection> properties) { m_properties.push_back(std::move(properties)); }
+    void merge(const ComponentOverrideRecords& after) {
+        m_properties.insert(m_properties.end(), after.m_properties.begin(), after.m_properties.end());
+    }
+    void addBefore(const ComponentOverrideRecords& before) {
+        m_properties.insert(m_properties.begin(), before.m_properties.begin(), before.m_properties.end());
+    }
 
 private:
     std::string m_componentName;
+    std::vector<SmartPointer<DataSection>> m_properties; ///< Not changed any more.
 };
 
 /// The overrides of one game object.
@@ -62,7 +73,22 @@ public:
                                                                      std::string_view componentName) const;
 
 private:
+    friend class OverrideText;
+
     std::unordered_map<Uuid, GameObjectOverrideRecords> m_objects;
+};
+
+/// Override data that several instances use: parsed once, its problem reported as often as wanted.
+class OverrideText {
+public:
+    MINIMAL_API explicit OverrideText(const std::string& text);
+
+    [[nodiscard]] const SmartPointer<OverrideRecords>& records() const { return m_records; }
+    MINIMAL_API void reportProblems() const;
+
+private:
+    SmartPointer<OverrideRecords> m_records;
+    std::string m_problem; ///< Empty if there is none.
 };
 
 } // namespace Kiln

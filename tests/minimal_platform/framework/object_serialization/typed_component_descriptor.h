@@ -1,5 +1,6 @@
 #pragma once
 
+#include <object_framework/entry_point.h>
 #include <object_serialization/component_descriptor.h>
 
 #include <string>
@@ -37,14 +38,18 @@ public:
         }
     }
 
-    void instantiate(ObjectCreation& creation, Tessel::GameObject object,
-                     const ComponentOverrideRecords* overrides) override {
+    Tessel::IComponent* createOnObject(Tessel::GameObject object) override {
+        Tessel::World* const world = Tessel::EntryPoint::instance().findValidWorld(object.getWorldId());
+        return world ? world->manager().addComponent(object, world->template getStorage<T>().create(config()), type())
+                     : nullptr;
+    }
+
+    void instantiate(ObjectCreation& creation, const ComponentOverrideRecords* overrides) override {
         if (overrides) {
             setupOverrides(overrides);
         }
         resolveLinks(creation, configuration());
-        creation.world().manager().addComponent(object, creation.world().template getStorage<T>().create(config()),
-                                                type());
+        createOnObject(creation.object());
         setupOverrides(nullptr);
     }
 

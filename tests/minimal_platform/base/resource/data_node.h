@@ -1,0 +1,3 @@
+#pragma once
+
+#include <resource/data_section.h> // Defines the cursor, too.
