@@ -2,24 +2,36 @@
 #     [HEADERS <header>...]
 #     [SOURCES <source>...]
 #     [PUBLIC_LINKS <target>...]
-#     [PRIVATE_LINKS <target>...])
+#     [PRIVATE_LINKS <target>...]
+#     [ANCHORS <symbol>...])
 #
-# Adds the shared library <name> with the alias Kiln::<name> and the file name libkiln_<name>.so. Call it from the
+# Adds the library kiln_<name> with the alias Kiln::<name>, shared or static as BUILD_SHARED_LIBS says. Call it from the
 # folder <name>.
 #
 # HEADERS are the public headers. They are included and installed relative to the parent folder (<core/log.h>), and the
 # target all_verify_interface_header_sets compiles each of them alone. List internal headers with the sources.
 # <name>/export.h is generated and defines KILN_<NAME>_EXPORT.
 #
+# ANCHORS are symbols of the sources that register something while the program starts. A linker takes only those objects
+# out of a static library that define a symbol that the program needs, and some linkers drop shared libraries that define
+# none; each program that links the library therefore needs its anchors, or keeps all shared libraries that it links.
+#
 # The caller controls installation with two variables: KILN_EXPORT_SET, the export set of the library, and
-# KILN_INSTALL_COMPONENT.
+# KILN_INSTALL_COMPONENT. Headers, links to the newest version and the files of build systems belong to the component
+# ${KILN_INSTALL_COMPONENT}-dev.
 
 include(GenerateExportHeader)
+include(KilnPkgConfig)
 
 option(KILN_VERIFY_HEADERS "Provide all_verify_interface_header_sets, which compiles each public header alone" OFF)
 
 set(KILN_GENERATED_DIR "${PROJECT_BINARY_DIR}/generated")
-set(KILN_INSTALL_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/kiln")
+
+# Before version 1, a minor version may change the interface.
+set(KILN_SOVERSION "${PROJECT_VERSION_MAJOR}")
+if(PROJECT_VERSION_MAJOR EQUAL 0)
+    string(APPEND KILN_SOVERSION ".${PROJECT_VERSION_MINOR}")
+endif()
 
 # kiln_set_shared_object_options(<target>)
 #
@@ -39,8 +51,41 @@ function(kiln_set_shared_object_options target)
     kiln_enable_warnings(${target})
 endfunction()
 
+function(kiln_set_static_library_options target macro_prefix)
+    # A game can link the library into a shared object of its own.
+    set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+    target_compile_definitions(${target} PUBLIC ${macro_prefix}_STATIC_DEFINE)
+    kiln_harden(${target})
+    kiln_enable_warnings(${target})
+endfunction()
+
+# kiln_keep_registrations(<target> <anchor>...): see ANCHORS above.
+function(kiln_keep_registrations target)
+    set(options)
+    if(ARGN AND KILN_LIBRARY_TYPE STREQUAL "SHARED")
+        set(options --no-as-needed)
+    elseif(ARGN)
+        list(TRANSFORM ARGN PREPEND --undefined= OUTPUT_VARIABLE options)
+    endif()
+    foreach(option IN LISTS options)
+        target_link_options(${target} INTERFACE
+            "$<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:LINKER:${option}>")
+    endforeach()
+endfunction()
+
+function(kiln_install_library target)
+    install(TARGETS ${target}
+        EXPORT ${KILN_EXPORT_SET}
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+            COMPONENT ${KILN_INSTALL_COMPONENT}
+            NAMELINK_COMPONENT ${KILN_INSTALL_COMPONENT}-dev
+        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${KILN_INSTALL_COMPONENT}-dev
+        FILE_SET HEADERS DESTINATION "${KILN_INSTALL_INCLUDEDIR}" COMPONENT ${KILN_INSTALL_COMPONENT}-dev)
+    set_property(GLOBAL APPEND PROPERTY KILN_EXPORT_SETS ${KILN_EXPORT_SET})
+endfunction()
+
 function(kiln_add_library name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS;SOURCES;PUBLIC_LINKS;PRIVATE_LINKS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS;SOURCES;PUBLIC_LINKS;PRIVATE_LINKS;ANCHORS")
     if(arg_UNPARSED_ARGUMENTS)
         message(FATAL_ERROR "kiln_add_library(${name}): unknown arguments: ${arg_UNPARSED_ARGUMENTS}")
     endif()
@@ -51,31 +96,38 @@ function(kiln_add_library name)
     cmake_path(GET CMAKE_CURRENT_SOURCE_DIR PARENT_PATH include_root)
     string(TOUPPER "KILN_${name}" macro_prefix)
 
-    add_library(${name} SHARED)
-    add_library(Kiln::${name} ALIAS ${name})
+    # The prefix keeps short names such as "core" free for the project that this one is a part of.
+    set(target kiln_${name})
+    add_library(${target} ${KILN_LIBRARY_TYPE})
+    add_library(Kiln::${name} ALIAS ${target})
 
     set(export_header "${KILN_GENERATED_DIR}/${name}/export.h")
-    generate_export_header(${name}
+    generate_export_header(${target}
         BASE_NAME ${macro_prefix}
         EXPORT_FILE_NAME "${export_header}")
 
-    target_sources(${name}
+    target_sources(${target}
         PRIVATE ${arg_SOURCES}
         PUBLIC FILE_SET HEADERS
             BASE_DIRS "${include_root}" "${KILN_GENERATED_DIR}"
             FILES ${arg_HEADERS} "${export_header}")
-    target_link_libraries(${name} PUBLIC ${arg_PUBLIC_LINKS} PRIVATE ${arg_PRIVATE_LINKS})
-    target_compile_features(${name} PUBLIC cxx_std_20)
-    set_target_properties(${name} PROPERTIES
-        OUTPUT_NAME kiln_${name}
+    target_link_libraries(${target} PUBLIC ${arg_PUBLIC_LINKS} PRIVATE ${arg_PRIVATE_LINKS})
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    set_target_properties(${target} PROPERTIES
+        EXPORT_NAME ${name}
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${KILN_SOVERSION}
         VERIFY_INTERFACE_HEADER_SETS ${KILN_VERIFY_HEADERS})
-    kiln_set_shared_object_options(${name})
+    if(KILN_LIBRARY_TYPE STREQUAL "SHARED")
+        kiln_set_shared_object_options(${target})
+    else()
+        kiln_set_static_library_options(${target} ${macro_prefix})
+    endif()
+    kiln_keep_registrations(${target} ${arg_ANCHORS})
 
-    if(KILN_EXPORT_SET)
-        install(TARGETS ${name}
-            EXPORT ${KILN_EXPORT_SET}
-            LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${KILN_INSTALL_COMPONENT}
-            FILE_SET HEADERS DESTINATION "${KILN_INSTALL_INCLUDEDIR}" COMPONENT ${KILN_INSTALL_COMPONENT})
-        set_property(GLOBAL APPEND PROPERTY KILN_EXPORT_SETS ${KILN_EXPORT_SET})
+    if(KILN_INSTALL AND KILN_EXPORT_SET)
+        kiln_install_library(${target})
+        kiln_install_pkg_config(${target}
+            LINKS ${arg_PUBLIC_LINKS} PRIVATE_LINKS ${arg_PRIVATE_LINKS} ANCHORS ${arg_ANCHORS})
     endif()
 endfunction()

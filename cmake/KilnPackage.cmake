@@ -1,12 +1,13 @@
-# kiln_install_package(<package> COMPONENT <component> EXPORT_SETS <set>...)
+# kiln_install_package(<package> COMPONENT <component> EXPORT_SETS <set>... [MODULES <file>...])
 #
 # Installs the files that find_package(<package>) reads: one targets file for each export set that has libraries, the
-# version file, and the configuration from cmake/<package>Config.cmake.in. Does not install a package without libraries.
+# version file, the configuration from cmake/<package>Config.cmake.in, and the modules that it includes. Does not install
+# a package without libraries.
 
 include(CMakePackageConfigHelpers)
 
 function(kiln_install_package package)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "COMPONENT" "EXPORT_SETS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "COMPONENT" "EXPORT_SETS;MODULES")
     set(destination "${CMAKE_INSTALL_LIBDIR}/cmake/${package}")
 
     get_property(filled_sets GLOBAL PROPERTY KILN_EXPORT_SETS)
@@ -36,6 +37,7 @@ function(kiln_install_package package)
         FILES
             "${PROJECT_BINARY_DIR}/package/${package}Config.cmake"
             "${PROJECT_BINARY_DIR}/package/${package}ConfigVersion.cmake"
+            ${arg_MODULES}
         DESTINATION "${destination}"
         COMPONENT ${arg_COMPONENT})
 endfunction()

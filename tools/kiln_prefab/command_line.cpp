@@ -1,9 +1,10 @@
 #include "command_line.h"
 
 #include "command_registry.h"
-#include "program_version.h"
 #include "similar_name.h"
 #include "terminal.h"
+
+#include <tessel_foundation/version.h>
 
 #include <algorithm>
 #include <ostream>
@@ -85,7 +86,7 @@ CommandLine parseCommandLine(CommandRegistry& registry, int argc, const char* co
         terminal.output() << app.help();
         return {};
     } catch (const CLI::CallForVersion&) {
-        terminal.output() << "kiln-prefab " << programVersion() << '\n';
+        terminal.output() << "kiln-prefab " << KILN_VERSION_STRING << '\n';
         return {};
     } catch (const CLI::ParseError& error) {
         const Entry* const entry = parsedEntry(registry);

@@ -2,7 +2,8 @@
 
 #include "commands.h"
 #include "help_formatter.h"
-#include "program_version.h"
+
+#include <tessel_foundation/version.h>
 
 #include <algorithm>
 #include <utility>
@@ -29,7 +30,7 @@ CommandRegistry::CommandRegistry()
                                        "kiln-prefab")) {
     m_app->formatter(std::make_shared<HelpFormatter>());
     m_app->require_subcommand(0, 1); // Otherwise a later argument that is the name of a command would begin it.
-    m_app->set_version_flag("--version", std::string(programVersion()), "Print the version and exit");
+    m_app->set_version_flag("--version", KILN_VERSION_STRING, "Print the version and exit");
     for (std::unique_ptr<Command>& command : makeCommands(*this)) {
         const Command::Description& description = command->description();
         CLI::App* const app = m_app->add_subcommand(std::string(description.name), std::string(description.summary));

@@ -11,9 +11,10 @@
 
 namespace Kiln::Tessel {
 
-// Initialized in this order, before the start-up object below.
-const std::string PrefabComponent::OVERRIDES_DATA_PROPERTY = "overridesData";
-const std::string PrefabComponent::RESOURCE_PROPERTY = "resource";
+// Initialized in this order, before the start-up object below. The priority matters in a program that links the
+// libraries statically: the module follows the components of the platform and precedes what uses the module.
+[[gnu::init_priority(65000)]] const std::string PrefabComponent::OVERRIDES_DATA_PROPERTY = "overridesData";
+[[gnu::init_priority(65000)]] const std::string PrefabComponent::RESOURCE_PROPERTY = "resource";
 
 namespace {
 
@@ -70,7 +71,7 @@ private:
     FileIOTaskManager::ExitGuard m_exitGuard;
 };
 
-const StartUp s_startUp;
+[[gnu::init_priority(65000)]] const StartUp s_startUp;
 
 } // namespace
 

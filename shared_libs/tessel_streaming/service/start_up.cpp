@@ -30,3 +30,6 @@ const StartUp s_startUp;
 } // namespace
 
 } // namespace Kiln::Tessel::Streaming::detail
+
+// Programs that link the static library refer to it, so that the linker takes this source.
+extern "C" void kilnStreamingStartUp() {}

@@ -3,7 +3,7 @@
 #include "text_lists.h"
 
 #include <kiln_prefab/option_definition.h>
-#include <kiln_prefab/program_version.h>
+#include <tessel_foundation/version.h>
 
 #include <sstream>
 
@@ -58,7 +58,7 @@ void writeHead(std::ostream& stream, const std::string& name, std::string_view s
     for (char& character : title) {
         character = character >= 'a' && character <= 'z' ? static_cast<char>(character - 'a' + 'A') : character;
     }
-    stream << ".TH " << title << " 1 \"\" \"kiln\\-prefab " << programVersion() << "\" \"Kiln Tessel\"\n.SH NAME\n"
+    stream << ".TH " << title << " 1 \"\" \"kiln\\-prefab " KILN_VERSION_STRING "\" \"Kiln Tessel\"\n.SH NAME\n"
            << escaped(name) << " \\- " << escaped(asPhrase(summary)) << "\n.SH SYNOPSIS\n";
 }
 

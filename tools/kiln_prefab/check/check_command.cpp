@@ -7,10 +7,10 @@
 
 #include <kiln_prefab/line_text.h>
 #include <kiln_prefab/option_checks.h>
-#include <kiln_prefab/program_version.h>
 #include <kiln_prefab/reports/report.h>
 #include <kiln_prefab/terminal.h>
 #include <prefab_editing/text_file.h>
+#include <tessel_foundation/version.h>
 
 #include <algorithm>
 #include <chrono>
@@ -303,7 +303,7 @@ Targets CheckCommand::findTargets(const ResourceRoots& roots) const {
 void CheckCommand::writeReport(Terminal& terminal, const CheckResult& result, SettingsFiles& settings) const {
     ReportOptions options;
     options.maxFindings = static_cast<std::size_t>(m_limit);
-    options.toolVersion = programVersion();
+    options.toolVersion = KILN_VERSION_STRING;
     const bool isAnyStrict =
         std::any_of(result.files.begin(), result.files.end(),
                     [&settings](const CheckedFile& file) { return settings.settingsFor(file.path).isStrict(); });

@@ -10,11 +10,11 @@
 #include <kiln_prefab/check/target_paths.h>
 #include <kiln_prefab/diagnostics.h>
 #include <kiln_prefab/option_checks.h>
-#include <kiln_prefab/program_version.h>
 #include <kiln_prefab/report/report_data.h>
 #include <kiln_prefab/report/report_page.h>
 #include <kiln_prefab/terminal.h>
 #include <kiln_prefab/view/prefab_argument.h>
+#include <tessel_foundation/version.h>
 
 #include <algorithm>
 #include <memory>
@@ -97,7 +97,7 @@ private:
         auto files = std::make_unique<PrefabInspection::PrefabFiles>();
         const PrefabInspection::CheckResult result = m_prefabs.check(files.get());
         m_follower.addNewFiles();
-        m_server.setData(reportData(result, {m_title, std::string(programVersion()), 0}, std::move(files)));
+        m_server.setData(reportData(result, {m_title, KILN_VERSION_STRING, 0}, std::move(files)));
         if (!m_live.isEmpty()) {
             m_server.setLive(m_live.load(m_log));
         }

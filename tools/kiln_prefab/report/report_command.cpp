@@ -7,9 +7,9 @@
 #include <kiln_prefab/check/target_paths.h>
 #include <kiln_prefab/line_text.h>
 #include <kiln_prefab/option_checks.h>
-#include <kiln_prefab/program_version.h>
 #include <kiln_prefab/terminal.h>
 #include <kiln_prefab/view/prefab_argument.h>
+#include <tessel_foundation/version.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -85,7 +85,7 @@ int ReportCommand::run(Terminal& terminal) {
         if (outcome.shown.files.empty()) {
             throw CommandError("there is no prefab in '" + titleOf(m_paths) + "'");
         }
-        write(reportData(outcome.shown, PageOptions{titleOf(m_paths), std::string(programVersion()), plan.threads},
+        write(reportData(outcome.shown, PageOptions{titleOf(m_paths), KILN_VERSION_STRING, plan.threads},
                          std::move(files)));
         terminal.note("wrote " + counted(outcome.shown.files.size(), "prefab") + " and " +
                       counted(outcome.shown.findings.size(), "finding") + " to " + m_outputFile);
