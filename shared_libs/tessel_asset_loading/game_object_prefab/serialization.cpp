@@ -5,6 +5,7 @@
 #include <object_serialization/prefab_format.h>
 #include <resource/file_system_utils.h>
 #include <tessel_asset_loading/game_object_prefab/document_name.h>
+#include <tessel_asset_loading/game_object_prefab/unknown_component_report.h>
 #include <tessel_asset_loading/prefab_limits.h>
 #include <tessel_asset_loading/reporting/messages.h>
 
@@ -134,13 +135,14 @@ void reportRefused(const DeseriralizeErrorHandler* handler, const std::string& d
 }
 
 void readPool(const ComponentPool& pool, const std::vector<SmartPointer<GameObjectDescriptor>>& nodes,
-              const DeseriralizeErrorHandler* handler) {
+              const std::string& source, const DeseriralizeErrorHandler* handler) {
     const std::string& typeName = pool.getComponentType();
     const std::size_t id = ComponentLibrary::instance().findComponent(typeName);
     if (id == ComponentLibrary::INVALID_ID) {
         if (handler) {
             report(handler, "", formatText("Cannot found component: %s", typeName.c_str()));
         }
+        detail::reportUnknownComponents(typeName, source);
         return;
     }
     const std::optional<RecordValues> record = fetchFromRecord([id] {
@@ -206,7 +208,7 @@ void GameObjectPrefab::deserialize(const SmartPointer<DataSection>& section, Des
     }
     if (ComponentPoolStorage* const components = format.getComponents()) {
         for (std::size_t i = 0; i < components->poolsCount(); ++i) {
-            readPool(components->getComponentPool(i), m_nodes, handler);
+            readPool(components->getComponentPool(i), m_nodes, section->source(), handler);
         }
     }
     if (const std::string limit = exceededLimit(m_nodes, previousCount); !limit.empty()) {
