@@ -1,6 +1,7 @@
 #include <object_framework/entry_point.h>
 
 #include <core/log.h>
+#include <core/shared_object.h>
 #include <core/task_manager.h>
 #include <object_framework/world.h>
 #include <reflection/meta_object.h>
@@ -50,6 +51,7 @@ EntryPoint::~EntryPoint() {
 }
 
 void EntryPoint::registerService(std::type_index type, std::unique_ptr<IService> service) {
+    pinCaller();
     IService* const added = service.get();
     {
         const std::unique_lock lock(m_state->servicesMutex);
@@ -113,6 +115,7 @@ std::vector<int> EntryPoint::worldIds() const {
 }
 
 int EntryPoint::registerReactiveManager(ReactiveManagerFactory factory) {
+    pinCaller();
     m_state->reactiveManagers.push_back({std::move(factory)});
     return static_cast<int>(m_state->reactiveManagers.size()) - 1;
 }

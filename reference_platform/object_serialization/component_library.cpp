@@ -1,6 +1,7 @@
 #include <object_serialization/component_library.h>
 
 #include <core/log.h>
+#include <core/shared_object.h>
 #include <object_framework/entry_point.h>
 
 #include <algorithm>
@@ -89,6 +90,7 @@ ComponentLibrary::ComponentLibrary() : m_state(std::make_unique<State>()) {}
 ComponentLibrary::~ComponentLibrary() = default;
 
 void ComponentLibrary::append(ComponentRecord record) {
+    pinCaller();
     const std::unique_lock lock(m_state->mutex);
     const std::size_t id = record.typeId;
     const ComponentRecord* const sameId = m_state->records.find(id);

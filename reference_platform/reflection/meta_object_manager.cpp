@@ -1,5 +1,7 @@
 #include <reflection/meta_object.h>
 
+#include <core/shared_object.h>
+
 #include <mutex>
 #include <shared_mutex>
 #include <unordered_map>
@@ -25,6 +27,7 @@ MetaObjectManager& MetaObjectManager::instance() {
 }
 
 const BaseStaticMetaObject& MetaObjectManager::registerType(std::unique_ptr<BaseStaticMetaObject> metaObject) {
+    Kiln::pinCaller();
     const std::unique_lock lock(m_state->mutex);
     const std::type_index type = metaObject->type();
     const auto [entry, isNew] = m_state->byType.try_emplace(type, std::move(metaObject));

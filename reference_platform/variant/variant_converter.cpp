@@ -1,5 +1,7 @@
 #include <variant/variant_converter.h>
 
+#include <core/shared_object.h>
+
 #include <cstddef>
 #include <mutex>
 #include <shared_mutex>
@@ -44,6 +46,7 @@ VariantConverter::Conversion findConversion(std::type_index from, std::type_inde
 } // namespace
 
 void VariantConverter::registerConversion(std::type_index from, std::type_index to, Conversion conversion) {
+    Kiln::pinSharedObject(reinterpret_cast<const void*>(conversion));
     Register& reg = conversionRegister();
     const std::unique_lock lock(reg.mutex);
     reg.conversions.try_emplace({from, to}, conversion);
