@@ -17,6 +17,7 @@ namespace Kiln {
     return false;
 }
 
+/// "true" or "false", which readBool() reads.
 [[nodiscard]] constexpr std::string_view boolText(bool value) noexcept {
     return value ? "true" : "false";
 }

@@ -13,9 +13,11 @@ namespace Kiln {
 /// A 4 x 4 matrix of floats, stored row by row, for row vectors: the translation is in the last row. A value type; the
 /// default is the identity.
 struct Matrix {
-    std::array<float, 16> values{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    std::array<float, 16> values{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}; ///< Row by row.
 
+    /// The matrix that changes nothing, which is also the default.
     [[nodiscard]] static constexpr Matrix identity() noexcept { return {}; }
+    /// Moves a point by (x, y, z).
     [[nodiscard]] static constexpr Matrix translation(float x, float y, float z) noexcept {
         Matrix matrix;
         matrix.values[12] = x;
@@ -30,6 +32,7 @@ struct Matrix {
     /// 16 floats separated by one space, each in the shortest form that reads back to the same value.
     [[nodiscard]] KILN_COMMON_EXPORT std::string toString() const;
 
+    /// The element in a row and a column, both from 0 to 3; not checked.
     [[nodiscard]] constexpr float at(std::size_t row, std::size_t column) const noexcept {
         return values[row * 4 + column];
     }

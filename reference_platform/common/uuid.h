@@ -14,9 +14,11 @@ namespace Kiln {
 /// A 128-bit identifier, as two 64-bit halves. A value type; the default is ZERO.
 class Uuid {
 public:
+    /// All bits are 0: the UUID that stands for none.
     static const Uuid ZERO;
 
     constexpr Uuid() noexcept = default;
+    /// The UUID of two halves, of which `high` holds the first 16 digits.
     constexpr Uuid(std::uint64_t high, std::uint64_t low) noexcept : m_high(high), m_low(low) {}
 
     /// A new random version-4 UUID (RFC 9562), unique across threads. Any thread.
@@ -32,8 +34,11 @@ public:
     /// 8-4-4-4-12 lower-case hexadecimal digits, high half first.
     [[nodiscard]] KILN_COMMON_EXPORT std::string toString() const;
 
+    /// @{
+    /// The halves, of which `high` holds the first 16 digits.
     [[nodiscard]] constexpr std::uint64_t high() const noexcept { return m_high; }
     [[nodiscard]] constexpr std::uint64_t low() const noexcept { return m_low; }
+    /// @}
 
     /// A hash for tables in memory. It differs from process to process: files contain UUIDs that their authors have
     /// chosen, and without knowing the key nobody can choose many with the same hash.
@@ -68,10 +73,13 @@ inline constexpr Uuid Uuid::ZERO{};
 /// Uuid::combine() for one first argument and many second ones: the work on the first argument is done only once.
 class UuidCombiner {
 public:
+    /// Prepares for combining with that first argument.
     KILN_COMMON_EXPORT explicit UuidCombiner(const Uuid& first) noexcept;
 
+    /// Uuid::combine(first(), second).
     [[nodiscard]] KILN_COMMON_EXPORT Uuid operator()(const Uuid& second) const noexcept;
 
+    /// The first argument of every combination.
     [[nodiscard]] const Uuid& first() const noexcept { return m_first; }
 
 private:

@@ -11,6 +11,7 @@ namespace Kiln {
 /// a UUID in the enclosing prefab means. A value type; any thread.
 class UuidDivider {
 public:
+    /// Prepares for dividing by that first argument.
     KILN_COMMON_EXPORT explicit UuidDivider(const Uuid& first) noexcept;
 
     /// The UUID that, combined with the first argument in front of it, yields `combined`. There is always exactly one.

@@ -7,6 +7,7 @@ namespace Kiln {
 /// White space as XML defines it: space, LF, tab and CR.
 inline constexpr char WHITE_SPACE[] = " \n\t\r";
 
+/// Whether the character is one of WHITE_SPACE.
 [[nodiscard]] constexpr bool isWhiteSpace(char character) noexcept {
     return character == ' ' || character == '\n' || character == '\t' || character == '\r';
 }

@@ -15,6 +15,7 @@ struct AssertionFailure {
     unsigned line = 0;           ///< 0 when not given.
 };
 
+/// Receives the failures of development assertions, see setAssertionHandler().
 using AssertionHandler = std::function<void(const AssertionFailure&)>;
 
 /// Replaces the process's assertion handler and returns the previous one. An empty handler restores the default, which

@@ -34,7 +34,9 @@ public:
     /// Called instead of running a task that is dropped at shutdown; the base does nothing.
     virtual void cancel(TaskManager& manager);
 
+    /// The literal that the constructor received.
     [[nodiscard]] const char* name() const noexcept { return m_name; }
+    /// Whether requestMainThreadTask() has been called.
     [[nodiscard]] bool wantsMainThreadTask() const noexcept { return m_wantsMainThreadTask; }
 
 protected:

@@ -14,19 +14,22 @@ namespace Kiln {
 
 /// Severities of the engine log. The numbers are part of the contract with log readers.
 namespace LogSeverity {
+/// @{
+/// A severity; a higher number is more severe.
 inline constexpr int INFO = 3;
 inline constexpr int WARNING = 4;
 inline constexpr int ERROR = 5;
 inline constexpr int CRITICAL = 6;
+/// @}
 } // namespace LogSeverity
 
 /// One line of the engine log.
 struct LogMessage {
-    int severity = LogSeverity::INFO;
-    std::string_view category; ///< Empty for nearly every message.
-    std::string_view source;   ///< Source file without its extension, such as "core/task_manager"; may be empty.
-    std::string_view text;     ///< The finished text, exactly as the reporter formatted it.
-    unsigned line = 0;         ///< Of the source; 0 when not given.
+    int severity = LogSeverity::INFO; ///< One of LogSeverity.
+    std::string_view category;        ///< Empty for nearly every message.
+    std::string_view source;          ///< Source file without its extension, such as "core/task_manager"; may be empty.
+    std::string_view text;            ///< The finished text, exactly as the reporter formatted it.
+    unsigned line = 0;                ///< Of the source; 0 when not given.
 };
 
 /// The engine log: every message goes to each sink, in the order in which the sinks were added.
@@ -46,14 +49,17 @@ struct LogMessage {
 ///   when a sink is installed, and at exit. A process that ends without exit handlers loses this count, but no text.
 class KILN_CORE_EXPORT Log : NonCopyable {
 public:
+    /// Receives each message. The texts of a message are valid only during the call.
     using Sink = std::function<void(const LogMessage&)>;
 
-    static constexpr std::size_t MAX_LINE_TEXT = 4096;
-    static constexpr std::size_t MAX_RECENT_LINES = 8;
-    static constexpr std::chrono::seconds REPEAT_PERIOD{1};
+    static constexpr std::size_t MAX_LINE_TEXT = 4096;      ///< In bytes, after escaping.
+    static constexpr std::size_t MAX_RECENT_LINES = 8;      ///< Different lines that are remembered.
+    static constexpr std::chrono::seconds REPEAT_PERIOD{1}; ///< How long a repeated line is held back.
 
+    /// The process's log, which is never destroyed. Any thread.
     static Log& instance();
 
+    /// Passes a message to every sink, or to stderr while there is none. Any thread.
     void write(const LogMessage& message);
 
     /// Writes the counts of the lines that were held back, and forgets the recent lines: the next message is written in
@@ -82,6 +88,7 @@ private:
 /// Installs a sink for the lifetime of the object.
 class ScopedLogSink : NonCopyable {
 public:
+    /// Installs the sink in Log::instance().
     explicit ScopedLogSink(Log::Sink sink) : m_id(Log::instance().addSink(std::move(sink))) {}
     ~ScopedLogSink() { Log::instance().removeSink(m_id); }
 

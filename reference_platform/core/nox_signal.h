@@ -14,6 +14,7 @@ namespace nox {
 template <class... Arguments>
 class Signal {
 public:
+    /// A function that emit() calls.
     using Slot = std::function<void(Arguments...)>;
 
     /// Returns an id for disconnect().
@@ -22,10 +23,12 @@ public:
         return m_lastId;
     }
 
+    /// Removes a slot; ignores ids that are not connected.
     void disconnect(std::size_t id) {
         std::erase_if(m_slots, [id](const Connection& connection) { return connection.id == id; });
     }
 
+    /// Calls the slots. An exception of a slot is propagated, and the later slots are not called.
     void emit(Arguments... arguments) const {
         const std::vector<Connection> snapshot = m_slots;
         for (const Connection& connection : snapshot) {
@@ -35,6 +38,7 @@ public:
         }
     }
 
+    /// Whether no slot is connected.
     [[nodiscard]] bool isEmpty() const noexcept { return m_slots.empty(); }
 
 private:

@@ -12,7 +12,7 @@ namespace Kiln {
 /// Texts of files, paths and arguments on terminals and in log files, where they must not move the cursor, change the
 /// order of other text or start a line.
 ///
-/// Each byte of the following becomes \xNN, in lower-case digits; all other text stays the same:
+/// Each byte of the following becomes `\xNN`, in lower-case digits; all other text stays the same:
 /// - control characters: U+0000 to U+001F, which include line breaks and tabs, and U+007F to U+009F;
 /// - line and paragraph separators: U+0085, U+2028, U+2029;
 /// - controls of the direction of writing: U+061C, U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069;

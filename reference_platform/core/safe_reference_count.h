@@ -16,6 +16,7 @@ namespace Kiln {
 /// Threads: incRef and decRef may be called from any thread.
 class KILN_CORE_EXPORT SafeReferenceCount {
 public:
+    /// Takes one more reference. The caller must hold one, or be the creator.
     void incRef() const noexcept { m_count.fetch_add(1, std::memory_order_relaxed); }
 
     /// Drops one reference; deletes the object when it was the last one.
@@ -32,9 +33,12 @@ public:
 
 protected:
     SafeReferenceCount() noexcept = default;
+    /// @{
+    /// Copying an object leaves both counts as they are.
     SafeReferenceCount(const SafeReferenceCount&) noexcept {}
     // Leaves the count alone, so self-assignment is no special case. NOLINTNEXTLINE(cert-oop54-cpp)
     SafeReferenceCount& operator=(const SafeReferenceCount&) noexcept { return *this; }
+    /// @}
     virtual ~SafeReferenceCount();
 
 private:

@@ -17,8 +17,11 @@ namespace Kiln {
 class KILN_CORE_EXPORT SharedText {
 public:
     SharedText() noexcept = default;
+    /// Copies the text; an empty one needs no allocation.
     explicit SharedText(std::string_view text);
 
+    /// @{
+    /// Shares the text of another object, or takes it over. Allocates nothing.
     SharedText(const SharedText& other) noexcept : m_shared(other.m_shared) {
         if (m_shared) {
             m_shared->count.fetch_add(1, std::memory_order_relaxed);
@@ -29,6 +32,7 @@ public:
         std::swap(m_shared, other.m_shared);
         return *this;
     }
+    /// @}
     ~SharedText() {
         if (m_shared) {
             release();

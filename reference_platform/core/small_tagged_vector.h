@@ -50,11 +50,17 @@ public:
         }
     }
 
+    /// @{
+    /// Number of elements, and whether there are none. Constant time.
     [[nodiscard]] bool empty() const noexcept { return m_inlineSize == 0; }
     [[nodiscard]] std::size_t size() const noexcept { return isOnHeap() ? m_heap.size : m_inlineSize; }
+    /// @}
 
+    /// @{
+    /// An element and its tag; `index` must be less than size().
     [[nodiscard]] const T& operator[](std::size_t index) const noexcept { return data()[index]; }
     [[nodiscard]] Tag tag(std::size_t index) const noexcept { return tagData()[index]; }
+    /// @}
 
     /// In the order in which they were added.
     [[nodiscard]] std::span<const T> elements() const noexcept { return {data(), size()}; }

@@ -18,11 +18,15 @@ namespace Kiln {
 template <class T>
 class SmartPointer {
 public:
+    /// The name that the standard library expects.
     using element_type = T;
 
     constexpr SmartPointer() noexcept = default;
+    /// Null.
     constexpr SmartPointer(std::nullptr_t) noexcept {}
 
+    /// @{
+    /// A copy takes another reference. A move takes over the other pointer's reference and leaves that pointer null.
     SmartPointer(const SmartPointer& other) noexcept : m_object(other.m_object) { acquire(); }
     SmartPointer(SmartPointer&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
 
@@ -33,6 +37,7 @@ public:
     template <class U>
         requires std::convertible_to<U*, T*> SmartPointer(SmartPointer<U>&& other)
     noexcept : m_object(other.release()) {}
+    /// @}
 
     ~SmartPointer() {
         if (m_object) {
@@ -40,6 +45,7 @@ public:
         }
     }
 
+    /// Drops the present reference and takes over that of the argument.
     SmartPointer& operator=(SmartPointer other) noexcept {
         swap(other);
         return *this;
@@ -62,12 +68,19 @@ public:
     /// Passes the reference to the caller and leaves the pointer null.
     [[nodiscard]] T* release() noexcept { return std::exchange(m_object, nullptr); }
 
+    /// Drops the reference and leaves the pointer null.
     void reset() noexcept { SmartPointer().swap(*this); }
+    /// Exchanges the objects; their counts stay as they are.
     void swap(SmartPointer& other) noexcept { std::swap(m_object, other.m_object); }
 
+    /// The object, or null; takes no reference.
     [[nodiscard]] T* get() const noexcept { return m_object; }
+    /// @{
+    /// Access to the object, which must not be null.
     T* operator->() const noexcept { return m_object; }
     T& operator*() const noexcept { return *m_object; }
+    /// @}
+    /// Whether there is an object.
     explicit operator bool() const noexcept { return m_object != nullptr; }
 
     friend bool operator==(const SmartPointer& a, const SmartPointer& b) noexcept { return a.m_object == b.m_object; }

@@ -36,6 +36,7 @@ public:
 
     /// Changes the number of workers (at least one). Shrinking waits for surplus workers to finish their task.
     void setThreadCount(std::size_t count);
+    /// The number of workers that the constructor or setThreadCount() asked for.
     [[nodiscard]] std::size_t threadCount() const;
 
     /// Runs doMainThreadTask of every task that requested it and finished since the last call, in the order in which

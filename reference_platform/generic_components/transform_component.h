@@ -15,19 +15,20 @@ class KILN_GENERIC_COMPONENTS_EXPORT TransformComponent final
 public:
     /// What a prefab stores.
     struct Config {
-        Matrix local;
+        Matrix local; ///< Relative to the parent.
     };
 
     /// Values of `state`.
     static constexpr std::uint8_t SETTING = 0x01; ///< Bit 0: the matrices are being written.
-    static constexpr std::uint8_t CHANGED = 2;
+    static constexpr std::uint8_t CHANGED = 2;    ///< The matrices have been written.
 
+    /// Both matrices are the stored one at first.
     explicit TransformComponent(const Config& config) : local(config.local), world(config.local) {}
     ~TransformComponent() override;
 
-    std::uint8_t state = 0;
-    Matrix local; ///< Relative to the parent.
-    Matrix world; ///< As last written; the component does not follow its parent on its own.
+    std::uint8_t state = 0; ///< 0, SETTING or CHANGED.
+    Matrix local;           ///< Relative to the parent.
+    Matrix world;           ///< As last written; the component does not follow its parent on its own.
 };
 
 } // namespace Kiln::Tessel

@@ -17,6 +17,7 @@ enum class ComponentOption : std::uint32_t {
     EDITOR = 0x20,
 };
 
+/// A set of options.
 using ComponentOptions = nox::Flags<ComponentOption>;
 
 /// The roles client, server and editor, which are the only options that files store; 35 in decimal.
@@ -24,6 +25,7 @@ inline constexpr ComponentOptions ALL_ROLES{0x23U};
 
 /// The roles of this process; ALL_ROLES unless set otherwise. Any thread.
 [[nodiscard]] KILN_OBJECT_FRAMEWORK_EXPORT ComponentOptions processRoles();
+/// Sets the roles of this process, which count for what is created or read from then on.
 KILN_OBJECT_FRAMEWORK_EXPORT void setProcessRoles(ComponentOptions roles);
 
 } // namespace Kiln::Tessel

@@ -17,7 +17,7 @@ class World;
 
 /// A registered kind of reactive manager.
 struct ReactiveManagerRecord {
-    ReactiveManagerFactory factory;
+    ReactiveManagerFactory factory;       ///< Makes the manager of a world.
     ComponentOptions options = ALL_ROLES; ///< Worlds have one only in a process with one of these roles.
 };
 
@@ -30,6 +30,7 @@ struct ReactiveManagerRecord {
 /// Threads: instance() and getService() may be called from any thread, everything else from the main thread.
 class KILN_OBJECT_FRAMEWORK_EXPORT EntryPoint : NonCopyable {
 public:
+    /// The process's entry point, which the first call creates. Any thread.
     static EntryPoint& instance();
 
     /// Takes ownership of a service and initialises it. If the type already has a service, the new one is destroyed
@@ -38,6 +39,7 @@ public:
 
     /// Null when no service is registered under that type.
     [[nodiscard]] IService* getService(std::type_index type) const;
+    /// The service that is registered under type T, which must be its class; null when there is none.
     template <class T>
     [[nodiscard]] T* getService() const {
         return static_cast<T*>(getService(typeid(T)));
@@ -50,6 +52,7 @@ public:
     /// ends, so that code that is working on them can finish. Ignores ids that are not valid.
     void destroyWorld(int worldId);
 
+    /// Whether the world exists: false for ids that were never given out and for those of destroyed worlds.
     [[nodiscard]] bool isWorldValid(int worldId) const;
 
     /// Null when the world is not valid.

@@ -12,9 +12,11 @@ namespace Kiln::Tessel {
 /// object or world no longer exists, it is no longer valid (see isValid()), even if a new object uses the same index.
 class GameObject {
 public:
+    /// The handle that refers to no object, which is also the default.
     static const GameObject INVALID_GAME_OBJECT;
 
     constexpr GameObject() noexcept = default;
+    /// For managers: a handle to the object that uses that index with that serial number.
     constexpr GameObject(int worldId, std::uint32_t index, std::uint64_t serial) noexcept
         : m_serial(serial),
           m_worldAndIndex(static_cast<std::uint64_t>(static_cast<std::uint32_t>(worldId)) << 32U | index) {}

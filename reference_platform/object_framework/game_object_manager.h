@@ -24,12 +24,15 @@ struct GameObjectRecord;
 
 /// The state flags of a game object.
 namespace GameObjectFlag {
+/// @{
+/// A flag of a game object. setGameObjectFlags() enables an object that is not INACTIVE_BY_DEFAULT.
 inline constexpr std::bitset<6> INACTIVE_BY_DEFAULT{0x01};
 inline constexpr std::bitset<6> STATIC{0x02};
 inline constexpr std::bitset<6> HIDDEN{0x04};
 inline constexpr std::bitset<6> EDITOR_ONLY{0x08};
 inline constexpr std::bitset<6> DO_NOT_SAVE{0x10};
 inline constexpr std::bitset<6> LOCKED{0x20};
+/// @}
 } // namespace GameObjectFlag
 
 /// The game objects of one world: their lifetime, components, hierarchy and activation.
@@ -43,6 +46,7 @@ inline constexpr std::bitset<6> LOCKED{0x20};
 /// every operation does nothing and returns an empty result.
 class KILN_OBJECT_FRAMEWORK_EXPORT GameObjectManager : NonCopyable {
 public:
+    /// Id of the world that the objects belong to.
     [[nodiscard]] int worldId() const noexcept { return m_worldId; }
 
     /// Creates an inactive object without name, UUID or components.
@@ -51,19 +55,25 @@ public:
     /// Removes the object and its descendants, with all their components. Descendants are removed before their parents.
     void removeGameObject(GameObject object);
 
+    /// Whether the object is alive in this world.
     [[nodiscard]] bool isGameObjectValid(GameObject object) const;
 
+    /// @{
+    /// The name of an object; empty if it has none.
     [[nodiscard]] std::string getGameObjectName(GameObject object) const;
     void setGameObjectName(GameObject object, std::string_view name);
+    /// @}
 
     /// Uuid::ZERO for an object that has none.
     [[nodiscard]] Uuid getGameObjectUuid(GameObject object) const;
+    /// Sets the UUID. Several objects may have the same one, see findGameObject().
     void setGameObjectUuid(GameObject object, const Uuid& uuid);
 
     /// The object with that UUID, or the invalid object; if several have it, the one created first. The first call
     /// builds an index in time linear in the number of objects; later changes keep the index up to date.
     [[nodiscard]] GameObject findGameObject(const Uuid& uuid);
 
+    /// The state flags, see GameObjectFlag.
     [[nodiscard]] std::bitset<6> getGameObjectFlags(GameObject object) const;
 
     /// Sets the flags, and enables the object unless INACTIVE_BY_DEFAULT is among them. Activates nothing.
@@ -85,8 +95,12 @@ public:
     /// object from its parent and does not change whether it is active.
     void removeComponent(GameObject object, ComponentTypeId type);
 
+    /// @{
+    /// Whether the object has a component of that type, and the component, or null. The component belongs to the
+    /// object.
     [[nodiscard]] bool hasComponent(GameObject object, ComponentTypeId type) const;
     [[nodiscard]] IComponent* findComponent(GameObject object, ComponentTypeId type) const;
+    /// @}
 
     /// The object's component of type T, or null.
     template <class T>
@@ -97,12 +111,16 @@ public:
     /// Type ids in the order in which the components were added.
     [[nodiscard]] std::vector<ComponentTypeId> componentTypes(GameObject object) const;
 
+    /// Whether the object, and with it its components, is active.
     [[nodiscard]] bool isActive(GameObject object) const;
 
     /// Whether the object becomes active when its parent is activated.
     [[nodiscard]] bool isEnabled(GameObject object) const;
+    /// @{
+    /// Enables or disables an object, with the effects that the class comment describes.
     void activateGameObject(GameObject object);
     void deactivateGameObject(GameObject object);
+    /// @}
 
     /// The invalid object when the object has no parent.
     [[nodiscard]] GameObject getParent(GameObject object) const;
@@ -110,6 +128,7 @@ public:
     /// Children in the order in which they were attached.
     [[nodiscard]] std::vector<GameObject> getChildren(GameObject object) const;
 
+    /// Number of objects that are alive.
     [[nodiscard]] std::size_t gameObjectsCount() const;
 
     /// The living objects with a serial above `serial`, in the order of their creation.
@@ -119,20 +138,23 @@ public:
     [[nodiscard]] std::uint64_t lastSerial() const;
 
 protected:
+    /// For the derived class: the manager of the world with that id.
     explicit GameObjectManager(int worldId);
     ~GameObjectManager();
 
     struct State;
 
-    int m_worldId;
-    std::unique_ptr<State> m_state;
+    int m_worldId;                  ///< Id of the world.
+    std::unique_ptr<State> m_state; ///< The objects; never null.
 };
 
 /// Operations that are reserved for the framework itself and for reactive managers.
 class KILN_OBJECT_FRAMEWORK_EXPORT GameObjectManagerInternal final : public GameObjectManager {
 public:
+    /// Makes a query when no holder has one for its configuration.
     using QueryFactory = std::function<std::unique_ptr<QueryBase>()>;
 
+    /// The manager of the world with that id, without objects.
     explicit GameObjectManagerInternal(int worldId);
     ~GameObjectManagerInternal();
 

@@ -13,11 +13,14 @@ class KILN_OBJECT_FRAMEWORK_EXPORT HierarchyComponent final : public PoolableCom
 public:
     /// The configuration that a prefab stores.
     struct Config {
-        GameObjectLink parent;
+        GameObjectLink parent; ///< A link to the parent.
     };
 
+    /// @{
+    /// The parent is given, or is the target that the configuration's link has at this time.
     explicit HierarchyComponent(GameObject parent) : m_parent(parent) {}
     explicit HierarchyComponent(const Config& config) : m_parent(config.parent.target()) {}
+    /// @}
     ~HierarchyComponent() override;
 
     /// The parent; the invalid object when the link could not be resolved or the manager refused the parent.

@@ -16,8 +16,11 @@ class KILN_OBJECT_FRAMEWORK_EXPORT ILinkConfig {
 public:
     virtual ~ILinkConfig();
 
+    /// @{
+    /// The UUID of the linked object; Uuid::ZERO means no link.
     [[nodiscard]] virtual const Uuid& uuid() const = 0;
     virtual void setUuid(const Uuid& uuid) = 0;
+    /// @}
 
     /// Whether the UUID is already that of the live object and must not be combined with an instance UUID.
     [[nodiscard]] virtual bool isLiveUuid() const = 0;
@@ -25,12 +28,16 @@ public:
     /// The live object during a creation; the invalid object when the link could not be resolved. Only the thread that
     /// creates objects may call this.
     [[nodiscard]] virtual GameObject target() const = 0;
+    /// Sets the live object. Only the thread that creates objects may call this.
     virtual void setTarget(GameObject target) = 0;
 
 protected:
     ILinkConfig() = default;
+    /// @{
+    /// For derived classes.
     ILinkConfig(const ILinkConfig&) = default;
     ILinkConfig& operator=(const ILinkConfig&) = default;
+    /// @}
 };
 
 /// The default link class; a value type.
@@ -40,15 +47,20 @@ protected:
 class KILN_OBJECT_FRAMEWORK_EXPORT GameObjectLink final : public ILinkConfig {
 public:
     GameObjectLink() = default;
+    /// A link to the object with that UUID, without target.
     explicit GameObjectLink(const Uuid& uuid) : m_uuid(uuid) {}
+    /// @{
+    /// A link may be copied while another thread sets its target.
     GameObjectLink(const GameObjectLink& other);
     GameObjectLink& operator=(const GameObjectLink& other);
+    /// @}
     ~GameObjectLink() override;
 
     [[nodiscard]] const Uuid& uuid() const override { return m_uuid; }
     void setUuid(const Uuid& uuid) override { m_uuid = uuid; }
 
     [[nodiscard]] bool isLiveUuid() const override { return m_isLiveUuid; }
+    /// Says whether the UUID is that of a live object.
     void setLiveUuid(bool isLive) { m_isLiveUuid = isLive; }
 
     [[nodiscard]] GameObject target() const override {
@@ -74,6 +86,7 @@ class KILN_OBJECT_FRAMEWORK_EXPORT LinkValueType : public mirra::ValueType {
 public:
     /// The value as an ILinkConfig.
     [[nodiscard]] virtual ILinkConfig& link(void* value) const = 0;
+    /// The value as an ILinkConfig, for reading.
     [[nodiscard]] const ILinkConfig& link(const void* value) const { return link(const_cast<void*>(value)); }
 
     bool parse(std::string_view text, void* value) const override;
@@ -90,6 +103,7 @@ protected:
 
 namespace mirra {
 
+/// The reflected type of every class that derives from ILinkConfig.
 template <std::derived_from<Kiln::Tessel::ILinkConfig> T>
 struct ValueTypeOf<T> {
     /// Never destroyed: descriptions refer to it until the process ends.

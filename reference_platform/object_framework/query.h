@@ -25,7 +25,7 @@ class GameObjectManagerInternal;
 /// What a query selects: the component types that an object must have, and whether callbacks also receive the object.
 struct QueryConfig {
     std::vector<ComponentTypeId> types; ///< Ascending.
-    bool includesGameObject = false;
+    bool includesGameObject = false;    ///< Whether callbacks also receive the object.
 
     friend auto operator<=>(const QueryConfig&, const QueryConfig&) = default;
 };
@@ -50,11 +50,14 @@ class KILN_OBJECT_FRAMEWORK_EXPORT QueryBase : NonCopyable {
 public:
     virtual ~QueryBase();
 
+    /// What the query selects.
     [[nodiscard]] const QueryConfig& config() const noexcept { return m_config; }
+    /// Number of members.
     [[nodiscard]] std::size_t size() const noexcept { return m_objects.size(); }
 
     /// The members, in no particular order; valid until the next change.
     [[nodiscard]] const std::vector<GameObject>& objects() const noexcept { return m_objects; }
+    /// Whether the object is a member.
     [[nodiscard]] bool contains(GameObject object) const;
 
     /// Called with each object as it enters the query. Trigger reactions collect objects with it for the next reaction
@@ -63,9 +66,11 @@ public:
 
     /// Returns an id for removeAddedListener().
     int addAddedListener(AddedListener listener);
+    /// Removes the listener with that id.
     void removeAddedListener(int id);
 
 protected:
+    /// A query without members.
     explicit QueryBase(QueryConfig config);
 
     /// A component of a member.
@@ -96,6 +101,7 @@ class Query final : public QueryBase {
 public:
     Query() : QueryBase(makeConfig()) {}
 
+    /// The configuration that follows from the types.
     [[nodiscard]] static QueryConfig makeConfig() {
         QueryConfig config;
         (addTo<Types>(config), ...);

@@ -34,9 +34,11 @@ public:
     /// Called once, before the world is destroyed; unregisters everything that init() registered.
     virtual void fini(World& world) = 0;
 
+    /// @{
     /// Called after level data was mapped into the world or unmapped from it.
     virtual void onMappingLoaded(World& /*world*/) {}
     virtual void onMappingUnloaded(World& /*world*/) {}
+    /// @}
 
     /// Null when the manager has no watcher.
     virtual IManagerWatcher* getWatcher() { return nullptr; }
@@ -52,6 +54,7 @@ public:
     }
 };
 
+/// Makes a manager; the argument may be null.
 using ReactiveManagerFactory = std::function<std::unique_ptr<IReactiveManager>(std::unique_ptr<IManagerInitData>)>;
 
 } // namespace Kiln::Tessel

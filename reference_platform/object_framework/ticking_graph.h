@@ -13,8 +13,10 @@ namespace Kiln::Tessel {
 /// The kind of a reaction is stored in the top two bits of its id.
 enum class ReactionKind { TICK = 0, TRIGGER = 1 };
 
+/// The parts of the id of a reaction.
 namespace ReactionId {
-inline constexpr int KIND_SHIFT = 30;
+inline constexpr int KIND_SHIFT = 30; ///< Position of the kind in the id, in bits.
+/// The kind that an id contains.
 [[nodiscard]] constexpr ReactionKind kind(int id) {
     return static_cast<ReactionKind>(static_cast<unsigned>(id) >> KIND_SHIFT);
 }
@@ -39,10 +41,11 @@ public:
 /// group, reactions run in the order in which they were added.
 class KILN_OBJECT_FRAMEWORK_EXPORT TickingGraph final : public TickingGraphBase {
 public:
+    /// A registered reaction.
     struct Reaction {
-        int id;
-        std::string group;
-        std::string name;
+        int id;                                           ///< Contains the kind, see ReactionId.
+        std::string group;                                ///< Group in which it runs.
+        std::string name;                                 ///< Name for diagnostics.
         std::shared_ptr<const std::function<void()>> run; ///< Shared: a reaction may remove itself.
     };
 

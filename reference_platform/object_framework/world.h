@@ -21,10 +21,13 @@ namespace Kiln::Tessel {
 /// Owner: EntryPoint, which creates and destroys worlds. Main thread.
 class KILN_OBJECT_FRAMEWORK_EXPORT World : NonCopyable {
 public:
+    /// Made by EntryPoint::createWorld().
     explicit World(int id);
     ~World();
 
+    /// Id of the world, from 1.
     [[nodiscard]] int id() const noexcept { return m_manager.worldId(); }
+    /// The game objects of the world.
     [[nodiscard]] GameObjectManagerInternal& manager() noexcept { return m_manager; }
 
     /// The storage of a component type; null while the world has none.
@@ -66,6 +69,7 @@ public:
     /// Registers a function that runs once per frame. Returns an id for removeTickReaction(), which ignores the ids of
     /// trigger reactions.
     int addTickReaction(std::string group, std::string name, std::function<void()> reaction);
+    /// Removes the tick reaction with that id.
     void removeTickReaction(int id);
 
     /// Registers a function for the objects that enter a query: it runs in the next reaction phase, once for each
@@ -73,8 +77,10 @@ public:
     /// removeTriggerReaction().
     int addTriggerReaction(std::string group, std::string name, QueryBase& query,
                            std::function<void(GameObject object)> reaction);
+    /// Removes the trigger reaction with that id. Its query must still exist.
     void removeTriggerReaction(int id);
 
+    /// The reactions of the world.
     [[nodiscard]] const TickingGraph& reactions() const noexcept { return m_reactions; }
 
     /// Runs the reaction phase of a frame.

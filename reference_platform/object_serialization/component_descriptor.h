@@ -37,6 +37,7 @@ public:
     /// "components/" followed by the name.
     [[nodiscard]] virtual const std::string& libraryPath() const = 0;
 
+    /// The category in which editors list the type.
     [[nodiscard]] virtual const std::string& category() const = 0;
 
     /// Removes the object's component of this type, if it has one.
@@ -60,6 +61,7 @@ public:
     virtual Tessel::IComponent* reapplyOnObject(Tessel::GameObject object, const Uuid& instanceUuid,
                                                 const UuidMap& uuidMap) = 0;
 
+    /// Id of the component type.
     [[nodiscard]] virtual Tessel::ComponentTypeId type() const = 0;
 
     /// The configuration, for changing it; not valid when its type has no description.
@@ -90,8 +92,11 @@ public:
     /// Links to the point where a prefab is nested resolve only during the creation of that instance.
     void resolveLinks(Tessel::GameObject object, const Uuid& instanceUuid, const UuidMap& uuidMap);
 
+    /// @{
+    /// The roles that use this stored component; ALL_ROLES at first.
     [[nodiscard]] Tessel::ComponentOptions getInstanceOptions() const noexcept { return m_instanceOptions; }
     void setInstanceOptions(Tessel::ComponentOptions options) noexcept { m_instanceOptions = options; }
+    /// @}
 
     /// Whether a component with these options is wanted in this process.
     [[nodiscard]] static bool needToDeserialize(Tessel::ComponentOptions options);

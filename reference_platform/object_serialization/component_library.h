@@ -23,16 +23,16 @@ class GameObjectPrefab;
 
 /// The registration of a component type.
 struct ComponentRecord {
-    Tessel::ComponentTypeId typeId = 0;
-    std::type_index type = typeid(void);
-    std::string displayName; ///< What editors show.
-    std::string name;        ///< What files store.
-    std::string category;
-    Tessel::ComponentOptions options = Tessel::ALL_ROLES;
-    bool isUserAddable = true; ///< Editors offer the type for any game object.
-    bool isStorable = true;    ///< Instances are part of saved prefabs.
-    std::uint32_t version = 0; ///< Version in which the component's data is written.
-    std::shared_ptr<void> extraData;
+    Tessel::ComponentTypeId typeId = 0;                   ///< Id in IComponent::types().
+    std::type_index type = typeid(void);                  ///< The component class.
+    std::string displayName;                              ///< What editors show.
+    std::string name;                                     ///< What files store.
+    std::string category;                                 ///< Under which editors list the type.
+    Tessel::ComponentOptions options = Tessel::ALL_ROLES; ///< The roles that use the type.
+    bool isUserAddable = true;                            ///< Editors offer the type for any game object.
+    bool isStorable = true;                               ///< Instances are part of saved prefabs.
+    std::uint32_t version = 0;                            ///< Version in which the component's data is written.
+    std::shared_ptr<void> extraData;                      ///< Data that the registering code attaches; may be null.
 
     /// Makes a descriptor with a default configuration.
     std::function<SmartPointer<IComponentDescriptor>()> factory;
@@ -40,8 +40,8 @@ struct ComponentRecord {
 
 /// An instance that a creation listener processes.
 struct CreatedInstance {
-    Uuid instanceUuid;
-    UuidMap objects;
+    Uuid instanceUuid; ///< UUID of the instance.
+    UuidMap objects;   ///< Its objects by their UUIDs.
 };
 
 /// Takes part in the creation of prefab instances; main thread.
@@ -63,6 +63,7 @@ public:
 /// thread.
 class KILN_OBJECT_SERIALIZATION_EXPORT ComponentLibrary : public Tessel::IService {
 public:
+    /// The result of findComponent() when there is no such type.
     static constexpr std::size_t INVALID_ID = static_cast<std::size_t>(-1);
 
     /// The process's library, which is registered with the entry point.
@@ -86,9 +87,11 @@ public:
     /// Registered name; empty for an id without record.
     [[nodiscard]] std::string componentName(std::size_t id) const;
 
+    /// @{
     /// INVALID_ID when there is none.
     [[nodiscard]] std::size_t findComponent(std::string_view name) const;
     [[nodiscard]] std::size_t findComponent(const std::type_info& type) const;
+    /// @}
 
     /// The record, whose address never changes. Throws std::runtime_error for an id without record.
     [[nodiscard]] const ComponentRecord& componentMeta(std::size_t id) const;
@@ -98,6 +101,7 @@ public:
 
     /// The listener is not owned; null for none.
     void setCreationListener(ICreationListener* listener) noexcept { m_creationListener = listener; }
+    /// The listener that was set; null when there is none.
     [[nodiscard]] ICreationListener* creationListener() const noexcept { return m_creationListener; }
 
 private:

@@ -37,6 +37,8 @@ template <class T>
 template <class T>
 class ComponentRegistration {
 public:
+    /// Registers T under that name. `describe` is called with a mirra::StaticMetaObjectBuilder of T::Config and adds
+    /// the properties.
     template <class Describe>
     ComponentRegistration(const std::string& name, Describe&& describe) {
         mirra::StaticMetaObjectBuilder<typename T::Config> config(name + "::Config");

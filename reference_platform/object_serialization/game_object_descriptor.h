@@ -28,17 +28,28 @@ public:
     GameObjectDescriptor();
     ~GameObjectDescriptor() override;
 
+    /// @{
+    /// UUID of the object in its prefab.
     [[nodiscard]] const Uuid& uuid() const noexcept { return m_uuid; }
     void setUuid(const Uuid& uuid) noexcept { m_uuid = uuid; }
+    /// @}
 
     /// The text is null-terminated and valid until the name is set again.
     [[nodiscard]] std::string_view name() const noexcept { return m_name.view(); }
+    /// The name as a text that objects made from this can share.
     [[nodiscard]] const SharedText& sharedName() const noexcept { return m_name; }
+    /// @{
+    /// Replaces the name; a SharedText is shared and not copied.
     void setName(std::string_view name) { m_name = SharedText(name); }
     void setName(const SharedText& name) noexcept { m_name = name; }
+    /// @}
 
+    /// @{
+    /// The stored state flags, see GameObjectFlag.
     [[nodiscard]] std::bitset<6> flags() const noexcept { return m_flags; }
     void setFlags(std::bitset<6> flags) noexcept { m_flags = static_cast<std::uint8_t>(flags.to_ulong()); }
+    /// @}
+    /// Whether INACTIVE_BY_DEFAULT is among the flags.
     [[nodiscard]] bool isInactiveByDefault() const noexcept;
 
     /// Components in the order in which they were added. Valid until another one is added.
@@ -46,6 +57,7 @@ public:
         return m_components.elements();
     }
 
+    /// @{
     /// The first component of that type or registered name; null when there is none.
     [[nodiscard]] IComponentDescriptor* findComponent(Tessel::ComponentTypeId type) const noexcept {
         const std::span<const Tessel::ComponentTypeId> types = m_components.tags();
@@ -57,6 +69,8 @@ public:
         return nullptr;
     }
     [[nodiscard]] IComponentDescriptor* findComponent(std::string_view name) const noexcept;
+    /// @}
+    /// Whether there is a component of that type.
     [[nodiscard]] bool hasComponent(Tessel::ComponentTypeId type) const noexcept { return findComponent(type); }
 
     /// The current parent link of the HierarchyComponent; null for a root, which has no such component.
@@ -65,9 +79,11 @@ public:
     /// Appends a component descriptor, which other descriptors may hold too. Null adds nothing.
     void addComponent(SmartPointer<IComponentDescriptor> component);
 
+    /// @{
     /// Creates an empty game object in the world; the invalid object when the world is not valid. Main thread.
     [[nodiscard]] Tessel::GameObject createGameObject(int worldId) const;
     [[nodiscard]] Tessel::GameObject createGameObject(Tessel::World& world) const;
+    /// @}
 
     /// Gives the object its UUID (combine of the instance UUID and the descriptor's) and name, then creates its
     /// components in order: with their overrides, if any, and their links resolved through `uuidMap`. Afterwards the
@@ -79,9 +95,11 @@ public:
     void createComponents(ObjectCreation& creation, Tessel::GameObject object, const Uuid& objectUuid,
                           const GameObjectOverrideRecords* overrides) const;
 
+    /// @{
     /// Applies the state flags to the object. Main thread.
     void updateStateFlags(Tessel::GameObject object) const;
     void updateStateFlags(Tessel::World& world, Tessel::GameObject object) const;
+    /// @}
 
 private:
     std::uint8_t m_flags = 0; ///< A byte, where a bitset would take a word.

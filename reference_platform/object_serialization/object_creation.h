@@ -23,8 +23,11 @@ public:
 
 protected:
     INestedRoots() = default;
+    /// @{
+    /// For derived classes.
     INestedRoots(const INestedRoots&) = default;
     INestedRoots& operator=(const INestedRoots&) = default;
+    /// @}
     ~INestedRoots() = default;
 };
 
@@ -35,10 +38,12 @@ public:
     [[nodiscard]] const Tessel::GameObject* find(const Uuid& uuid) const noexcept {
         return m_object && m_uuid == uuid ? &*m_object : nullptr;
     }
+    /// Remembers the object of a UUID instead of the previous one.
     void note(const Uuid& uuid, Tessel::GameObject object) noexcept {
         m_uuid = uuid;
         m_object = object;
     }
+    /// Forgets the object, so that find() yields null.
     void forget() noexcept { m_object.reset(); }
 
 private:
@@ -55,9 +60,12 @@ public:
     ObjectCreation(Tessel::World& world, const UuidMap& uuidMap, const Uuid& instanceUuid, INestedRoots* nestedRoots)
         : m_world(world), m_uuidMap(uuidMap), m_instanceUuid(instanceUuid), m_nestedRoots(nestedRoots) {}
 
+    /// @{
+    /// The world, the live objects by their UUIDs, and the UUID of the current instance, see enterInstance().
     [[nodiscard]] Tessel::World& world() const noexcept { return m_world; }
     [[nodiscard]] const UuidMap& uuidMap() const noexcept { return m_uuidMap; }
     [[nodiscard]] const Uuid& instanceUuid() const noexcept { return m_instanceUuid; }
+    /// @}
 
     /// See INestedRoots::findNestedRoot().
     [[nodiscard]] Tessel::GameObject findNestedRoot(const Uuid& nestedInstanceUuid) const {
@@ -85,6 +93,7 @@ public:
         m_object = object;
         m_record = &record;
     }
+    /// The current object, see enterObject().
     [[nodiscard]] Tessel::GameObject object() const noexcept { return m_object; }
 
     /// Adds a component to the current object, see GameObjectManager::addComponent.

@@ -20,12 +20,17 @@ namespace Kiln {
 /// that sets a property wins. Immutable once its OverrideRecords is in use.
 class ComponentOverrideRecords {
 public:
+    /// No properties yet, for the component with that registered name.
     explicit ComponentOverrideRecords(std::string componentName) : m_componentName(std::move(componentName)) {}
 
+    /// Registered name of the component.
     [[nodiscard]] const std::string& componentName() const noexcept { return m_componentName; }
+    /// The sections in the order in which they are applied.
     [[nodiscard]] const std::vector<SmartPointer<DataSection>>& properties() const noexcept { return m_properties; }
 
+    /// Appends a section, which is applied last.
     void add(SmartPointer<DataSection> properties) { m_properties.push_back(std::move(properties)); }
+    /// Appends the sections of other records.
     void merge(const ComponentOverrideRecords& after) {
         m_properties.insert(m_properties.end(), after.m_properties.begin(), after.m_properties.end());
     }
@@ -85,6 +90,7 @@ public:
     /// A copy that can be changed. Takes constant time.
     [[nodiscard]] SmartPointer<OverrideRecords> clone() const;
 
+    /// Whether there are no records.
     [[nodiscard]] bool empty() const noexcept;
 
     /// Adds every record of `after`; a property that both set takes the value of `after`. Takes constant time.

@@ -24,6 +24,7 @@ namespace Kiln::Tessel {
 /// A stored game object.
 class KILN_OBJECT_SERIALIZATION_EXPORT GameObjectData {
 public:
+    /// A view of the element of a game object. It refers to the document, which must outlive it.
     GameObjectData(const DataSection& document, DataNode node) : m_document(&document), m_node(node) {}
 
     /// A new descriptor without components; never null. Problems are reported in the log: a UUID that is missing or
@@ -40,8 +41,10 @@ private:
 /// The game objects of a document. Their indices count from 0 in the order of the document.
 class KILN_OBJECT_SERIALIZATION_EXPORT GameObjectPool : NonCopyable {
 public:
+    /// A view of the section that contains the game objects.
     explicit GameObjectPool(SmartPointer<DataSection> section);
 
+    /// Number of stored game objects.
     [[nodiscard]] std::size_t gameObjectsCount() const noexcept { return m_nodes.size(); }
 
     /// `index` must be less than gameObjectsCount().
@@ -58,6 +61,7 @@ private:
 /// A named property of a stored component.
 class KILN_OBJECT_SERIALIZATION_EXPORT PropertyItem {
 public:
+    /// A view of the element of a property.
     explicit PropertyItem(DataNode node) : m_node(node) {}
 
     /// The value's text.
@@ -70,6 +74,7 @@ private:
 /// A stored component.
 class KILN_OBJECT_SERIALIZATION_EXPORT ComponentItem {
 public:
+    /// A view of the element of a component. It refers to the document and to the name, which must outlive it.
     ComponentItem(const DataSection& document, const std::string& componentName, DataNode node);
 
     /// Index of the game object that owns the component; 2^64 - 1 when it is missing or malformed.
@@ -77,6 +82,7 @@ public:
 
     /// ALL_ROLES when they are missing or malformed; the latter is an error in the log.
     [[nodiscard]] ComponentOptions getInstanceOptions() const;
+    /// Stores the options instead of the previous ones.
     void setInstanceOptions(ComponentOptions options);
 
     /// Reads the stored properties into a configuration. Problems go to the handler when there is one, otherwise to the
@@ -86,6 +92,7 @@ public:
     /// Stores a configuration's properties.
     void storeConfig(const mirra::ReflectedObject& configuration);
 
+    /// The property of that name; none when it is not stored.
     [[nodiscard]] std::optional<PropertyItem> findProperty(std::string_view name) const;
 
 private:
@@ -111,6 +118,7 @@ private:
 /// The stored components of one type.
 class KILN_OBJECT_SERIALIZATION_EXPORT ComponentPool : NonCopyable {
 public:
+    /// A view of the section of a pool.
     explicit ComponentPool(SmartPointer<DataSection> section);
 
     /// The type's registered name.
@@ -118,8 +126,10 @@ public:
 
     /// DEFAULT_COMPONENT_VERSION when it is missing, 0 when it is malformed.
     [[nodiscard]] std::uint32_t getComponentVersion() const;
+    /// Stores the version in which the components' data is written.
     void setComponentVersion(std::uint32_t version);
 
+    /// Number of stored components.
     [[nodiscard]] std::size_t itemsCount() const noexcept { return m_items.size(); }
 
     /// `index` must be less than itemsCount(). The pool must outlive the item.
@@ -139,8 +149,10 @@ private:
 /// The component pools of a document.
 class KILN_OBJECT_SERIALIZATION_EXPORT ComponentPoolStorage : NonCopyable {
 public:
+    /// A view of the section that contains the pools.
     explicit ComponentPoolStorage(SmartPointer<DataSection> section);
 
+    /// Number of pools.
     [[nodiscard]] std::size_t poolsCount() const noexcept { return m_pools.size(); }
 
     /// `index` must be less than poolsCount(). Pools belong to the storage.
@@ -160,8 +172,11 @@ private:
 /// A view of a whole prefab document. It owns the views of its pools.
 class KILN_OBJECT_SERIALIZATION_EXPORT PrefabFormat : NonCopyable {
 public:
+    /// @{
+    /// The version of the layout, and that of the data of components whose pool names none.
     static constexpr std::uint32_t FORMAT_VERSION = 1;
     static constexpr std::uint32_t DEFAULT_COMPONENT_VERSION = 1;
+    /// @}
 
     /// `section` is the document's root; null is an empty document that can't be written to.
     explicit PrefabFormat(SmartPointer<DataSection> section);
@@ -169,15 +184,20 @@ public:
 
     /// 0 when it is missing or malformed.
     [[nodiscard]] std::uint32_t getFormatVersion() const;
+    /// Stores the version of the layout.
     void setFormatVersion(std::uint32_t version);
 
+    /// @{
     /// Null when the document has none.
     [[nodiscard]] GameObjectPool* getGameObjects();
     [[nodiscard]] ComponentPoolStorage* getComponents();
+    /// @}
 
+    /// @{
     /// Make an empty one; the document must have none.
     GameObjectPool& createGameObjectPool();
     ComponentPoolStorage& createComponentPoolStorage();
+    /// @}
 
 private:
     SmartPointer<DataSection> m_section;

@@ -20,11 +20,15 @@ namespace Kiln {
 template <class T>
 class ComponentDescriptor final : public IComponentDescriptor {
 public:
+    /// What a prefab stores of the component.
     using Config = typename T::Config;
 
+    /// @{
+    /// A descriptor with a default configuration and the texts of its type.
     explicit ComponentDescriptor(const ComponentTexts& texts) : m_texts(&texts) {}
     ComponentDescriptor(const std::string& name, const std::string& category)
         : ComponentDescriptor(ComponentTexts::of(name, category)) {}
+    /// @}
 
     ComponentDescriptor(const ComponentDescriptor&) = delete;
     ComponentDescriptor& operator=(const ComponentDescriptor&) = delete;

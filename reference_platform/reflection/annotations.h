@@ -17,12 +17,15 @@ struct Annotation {
 class Annotations {
 public:
     Annotations() = default;
+    /// The marks of a property or type.
     Annotations(std::initializer_list<Annotation> annotations) : m_annotations(annotations) {}
 
+    /// Appends the marks of others; those that exist already are repeated.
     void add(const Annotations& others) {
         m_annotations.insert(m_annotations.end(), others.m_annotations.begin(), others.m_annotations.end());
     }
 
+    /// Whether there is a mark with the name of `annotation`.
     [[nodiscard]] bool has(Annotation annotation) const {
         for (const Annotation& own : m_annotations) {
             if (own == annotation) {
@@ -32,6 +35,7 @@ public:
         return false;
     }
 
+    /// Whether there are no marks.
     [[nodiscard]] bool isEmpty() const noexcept { return m_annotations.empty(); }
 
 private:

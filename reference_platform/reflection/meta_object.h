@@ -24,9 +24,9 @@ namespace mirra {
 
 /// A reflected member of a type.
 struct Property {
-    std::string name;
-    Annotations annotations;
-    const ValueType* type;
+    std::string name;               ///< Name in files and messages.
+    Annotations annotations;        ///< Marks for tools.
+    const ValueType* type;          ///< The operations on its values; never null.
     void* (*address)(void* object); ///< The member's value inside an object of the type.
 };
 
@@ -34,13 +34,17 @@ struct Property {
 /// Built once (StaticMetaObjectBuilder), then immutable; owned by MetaObjectManager.
 class KILN_REFLECTION_EXPORT BaseStaticMetaObject : Kiln::NonCopyable {
 public:
+    /// A description without properties.
     BaseStaticMetaObject(std::type_index type, std::string name, Annotations annotations);
     virtual ~BaseStaticMetaObject();
 
+    /// @{
+    /// A part of the description. The properties are in the order in which they were added.
     [[nodiscard]] std::type_index type() const noexcept { return m_type; }
     [[nodiscard]] const std::string& name() const noexcept { return m_name; }
     [[nodiscard]] const Annotations& annotations() const noexcept { return m_annotations; }
     [[nodiscard]] const std::vector<Property>& properties() const noexcept { return m_properties; }
+    /// @}
 
     /// Null if there is no property of that name.
     [[nodiscard]] const Property* findProperty(std::string_view name) const noexcept;
@@ -52,6 +56,7 @@ public:
         return known == LinkState::UNKNOWN ? findLinks() : known == LinkState::LINKS;
     }
 
+    /// Appends a property. Only before the description is registered.
     void addProperty(Property property);
 
 private:
@@ -71,6 +76,7 @@ private:
 template <class T>
 class StaticMetaObject final : public BaseStaticMetaObject {
 public:
+    /// A description without properties.
     explicit StaticMetaObject(std::string name, Annotations annotations = {})
         : BaseStaticMetaObject(typeid(T), std::move(name), std::move(annotations)) {}
 
@@ -90,15 +96,18 @@ public:
 /// different sources the same index, so the name of a reflected type must be unique in the process.
 class KILN_REFLECTION_EXPORT MetaObjectManager : Kiln::NonCopyable {
 public:
+    /// The process's register.
     static MetaObjectManager& instance();
 
     /// Takes ownership of a description and returns the registered one: the first of a type stays, later ones are
     /// destroyed.
     const BaseStaticMetaObject& registerType(std::unique_ptr<BaseStaticMetaObject> metaObject);
 
+    /// @{
     /// Null when the type has no description.
     [[nodiscard]] const BaseStaticMetaObject* findType(std::type_index type) const;
     [[nodiscard]] const BaseStaticMetaObject* findType(std::string_view name) const;
+    /// @}
 
 private:
     MetaObjectManager();
@@ -117,9 +126,11 @@ private:
 template <class T>
 class StaticMetaObjectBuilder : Kiln::NonCopyable {
 public:
+    /// Begins the description of T; `annotations` are those of the type itself.
     explicit StaticMetaObjectBuilder(std::string name, Annotations annotations = {})
         : m_metaObject(std::make_unique<StaticMetaObject<T>>(std::move(name), std::move(annotations))) {}
 
+    /// Adds annotations to every property that is added until the matching popAnnotations().
     void pushAnnotations(Annotations annotations) { annotations_.push_back(std::move(annotations)); }
     /// A surplus call is reported by finish().
     void popAnnotations() {
@@ -128,6 +139,7 @@ public:
         }
     }
 
+    /// Adds a property; `Member` is as for StaticMetaObject::addProperty(). Returns the builder.
     template <auto Member>
     StaticMetaObjectBuilder& addProperty(std::string name, Annotations annotations = {}) {
         for (const Annotations& scope : annotations_) {

@@ -19,13 +19,17 @@ protected:
 /// A property together with the object that it is read from and written to. Refers to both; owns nothing.
 class KILN_REFLECTION_EXPORT BoundProperty {
 public:
+    /// Refers to everything that it is given; `annotations` may be null.
     BoundProperty(std::string_view name, const ValueType& type, void* value, const Annotations* annotations = nullptr)
         : m_name(name), m_type(&type), m_value(value), m_annotations(annotations) {}
 
     /// Empty for an element of a vector.
     [[nodiscard]] std::string_view name() const noexcept { return m_name; }
+    /// The operations on the value.
     [[nodiscard]] const ValueType& type() const noexcept { return *m_type; }
+    /// Address of the value.
     [[nodiscard]] void* value() const noexcept { return m_value; }
+    /// Whether the property has that mark; false when it has no annotations.
     [[nodiscard]] bool hasAnnotation(Annotation annotation) const {
         return m_annotations && m_annotations->has(annotation);
     }
@@ -56,6 +60,7 @@ public:
     /// Views `object` (which must outlive this) through the description.
     void init(const BaseStaticMetaObject& metaObject, void* object);
 
+    /// Whether there is an object or a vector to access.
     [[nodiscard]] bool isValid() const noexcept { return m_metaObject || m_vectorType; }
 
     /// Number of properties; 0 when not valid.
@@ -66,6 +71,7 @@ public:
 
     /// The description; null when not valid or a vector.
     [[nodiscard]] const BaseStaticMetaObject* metaObject() const noexcept { return m_metaObject; }
+    /// Address of the object or vector; null when not valid.
     [[nodiscard]] void* object() const noexcept { return m_object; }
 
 private:

@@ -16,73 +16,101 @@
 /// equal when their texts are: every NaN equals every other, and 0 differs from -0.
 namespace mirra {
 
+/// "true" and "false"; "1" and "0" are read too.
 template <>
 struct ValueTypeOf<bool> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// A decimal number within the range of the type.
 template <>
 struct ValueTypeOf<std::int8_t> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// A decimal number within the range of the type.
 template <>
 struct ValueTypeOf<std::int16_t> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// A decimal number within the range of the type.
 template <>
 struct ValueTypeOf<std::int32_t> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// A decimal number within the range of the type.
 template <>
 struct ValueTypeOf<std::int64_t> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// A decimal number within the range of the type.
 template <>
 struct ValueTypeOf<std::uint8_t> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// A decimal number within the range of the type.
 template <>
 struct ValueTypeOf<std::uint16_t> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// A decimal number within the range of the type.
 template <>
 struct ValueTypeOf<std::uint32_t> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// A decimal number within the range of the type.
 template <>
 struct ValueTypeOf<std::uint64_t> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// The shortest form that reads back to the same value.
 template <>
 struct ValueTypeOf<float> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// The shortest form that reads back to the same value.
 template <>
 struct ValueTypeOf<double> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// The text itself, with its white space.
 template <>
 struct ValueTypeOf<std::string> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// The form of Kiln::Uuid::toString().
 template <>
 struct ValueTypeOf<Kiln::Uuid> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 
+/// The form of Kiln::Matrix::toString().
 template <>
 struct ValueTypeOf<Kiln::Matrix> {
+    /// Never destroyed.
     KILN_REFLECTION_EXPORT static const ValueType& get();
 };
 

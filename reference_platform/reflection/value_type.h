@@ -30,7 +30,9 @@ class KILN_REFLECTION_EXPORT ValueType : Kiln::NonCopyable {
 public:
     virtual ~ValueType();
 
+    /// How the values are stored and shown.
     [[nodiscard]] ValueKind kind() const noexcept { return m_kind; }
+    /// The C++ type of the values.
     [[nodiscard]] std::type_index type() const noexcept { return m_type; }
 
     /// Name for messages and tools, for instance "uint32" or "vector of string".
@@ -42,21 +44,25 @@ public:
     /// SCALAR and LINK: sets the value from its text. False, with the value unchanged, when the text does not parse.
     virtual bool parse(std::string_view text, void* value) const;
 
+    /// @{
     /// SCALAR and LINK: as parse() of the text that is written for the argument, only faster. False, with the value
     /// unchanged, if the type has no such shortcut for the argument; parse() may still succeed.
     virtual bool setInteger(std::uint32_t number, void* value) const;
     virtual bool setFloat(float number, void* value) const;
     virtual bool setUuid(const Kiln::Uuid& uuid, void* value) const;
     virtual bool setMatrix(const Kiln::Matrix& matrix, void* value) const;
+    /// @}
 
     /// SCALAR and LINK: appends the value's text.
     virtual void format(const void* value, std::string& text) const;
 
+    /// @{
     /// VECTOR: the elements. The others have none.
     [[nodiscard]] virtual const ValueType* elementType() const noexcept { return nullptr; }
     [[nodiscard]] virtual std::size_t elementsCount(const void* value) const;
     [[nodiscard]] virtual void* elementAt(void* value, std::size_t index) const;
     virtual void clearElements(void* value) const;
+    /// @}
     /// Appends a default element and returns it; invalidates pointers to the others.
     virtual void* appendElement(void* value) const;
 
@@ -66,9 +72,11 @@ public:
     /// Whether a value of this type is, or holds at any depth, a link.
     [[nodiscard]] virtual bool containsLinks() const { return m_kind == ValueKind::LINK; }
 
+    /// Whether two values of this type are equal.
     [[nodiscard]] virtual bool isEqual(const void* a, const void* b) const = 0;
 
 protected:
+    /// For derived classes; `name` is for messages and tools.
     ValueType(ValueKind kind, std::type_index type, std::string name);
 
 private:

@@ -52,6 +52,7 @@ private:
     const ValueType& m_elementType;
 };
 
+/// A vector of any reflected type but bool.
 template <class T>
 struct ValueTypeOf<std::vector<T>> {
     static_assert(!std::is_same_v<T, bool>,

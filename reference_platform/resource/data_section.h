@@ -19,8 +19,8 @@ class DataDocument;
 /// Where a section's start tag begins in the text that it was read from. Lines and columns count from 1 (columns in
 /// bytes); 0 for a section that was made in memory.
 struct DataPosition {
-    std::size_t line = 0;
-    std::size_t column = 0;
+    std::size_t line = 0;   ///< From 1.
+    std::size_t column = 0; ///< In bytes, from 1.
 
     friend bool operator==(const DataPosition&, const DataPosition&) = default;
 };
@@ -48,12 +48,14 @@ public:
     [[nodiscard]] static SmartPointer<DataSection> fromFile(const std::string& fileName, std::string sourceName,
                                                             bool reportMissing);
 
+    /// A handle to an element of a document.
     DataSection(SmartPointer<DataDocument> document, DataNode node);
 
     /// Refers to another element of the document that `section` belongs to.
     DataSection(const DataSection& section, DataNode node);
     ~DataSection() override;
 
+    /// Name of the element.
     [[nodiscard]] std::string_view sectionName() const noexcept { return m_node.name(); }
 
     /// The cursor for walking many elements; valid as long as the document exists.
@@ -68,21 +70,29 @@ public:
     /// Walks the child sections in document order.
     class KILN_RESOURCE_EXPORT Iterator {
     public:
+        /// @{
+        /// What the standard library requires of an iterator.
         using iterator_category = std::input_iterator_tag;
         using value_type = SmartPointer<DataSection>;
         using difference_type = std::ptrdiff_t;
         using pointer = void;
         using reference = value_type;
+        /// @}
 
         Iterator() = default;
+        /// Stands at `node`, a child of `parent`, or at the end for a null node. The parent must outlive it.
         Iterator(const DataSection* parent, DataNode node) : m_parent(parent), m_node(node) {}
 
+        /// A new handle to the present section.
         value_type operator*() const;
+        /// @{
+        /// Goes to the next section.
         Iterator& operator++() {
             m_node = m_node.nextSibling();
             return *this;
         }
         void operator++(int) { ++*this; }
+        /// @}
         friend bool operator==(const Iterator& a, const Iterator& b) noexcept { return a.m_node == b.m_node; }
 
     private:
@@ -90,14 +100,20 @@ public:
         DataNode m_node;
     };
 
+    /// @{
+    /// The child sections, in the order of the document.
     [[nodiscard]] Iterator begin() const { return {this, m_node.firstChild()}; }
     [[nodiscard]] Iterator end() const { return {this, DataNode()}; }
+    /// @}
+    /// Number of child sections. Linear.
     [[nodiscard]] std::size_t childrenCount() const noexcept { return m_node.childrenCount(); }
 
     /// The section's own text, byte for byte.
     [[nodiscard]] std::string asString() const { return m_node.text(); }
+    /// Replaces the section's own text.
     void setString(std::string_view text) const { m_node.setText(text); }
 
+    /// @{
     /// Typed reads of a child section's text; white space around all but strings is ignored.
     [[nodiscard]] std::string readString(std::string_view name, std::string_view defaultValue = {}) const;
     [[nodiscard]] bool readBool(std::string_view name, bool defaultValue = false) const;
@@ -106,7 +122,9 @@ public:
     [[nodiscard]] double readDouble(std::string_view name, double defaultValue = 0) const;
     [[nodiscard]] Uuid readUuid(std::string_view name, const Uuid& defaultValue = Uuid::ZERO) const;
     [[nodiscard]] Matrix readMatrix(std::string_view name, const Matrix& defaultValue = {}) const;
+    /// @}
 
+    /// @{
     /// Typed writes into a child section, which is created if absent.
     void writeString(std::string_view name, std::string_view value) const;
     void writeBool(std::string_view name, bool value) const;
@@ -115,9 +133,11 @@ public:
     void writeDouble(std::string_view name, double value) const;
     void writeUuid(std::string_view name, const Uuid& value) const;
     void writeMatrix(std::string_view name, const Matrix& value) const;
+    /// @}
 
     /// File or name that the document was read from; empty for a document made in memory.
     [[nodiscard]] const std::string& source() const noexcept;
+    /// Where the section begins in the text that it was read from.
     [[nodiscard]] DataPosition position() const { return positionOf(m_node); }
 
     /// Position of any element of this section's document.

@@ -28,20 +28,28 @@ struct RootOptions {
 /// Adds a directory in which resource paths are looked up, after those added before. Without directories and packs,
 /// relative paths are confined to the current directory, and absolute ones are not confined.
 KILN_RESOURCE_EXPORT void addResourceRoot(std::string directory, RootOptions options = {});
+/// @{
+/// Removes all resource roots, and lists them in the order in which they are searched.
 KILN_RESOURCE_EXPORT void clearResourceRoots();
 [[nodiscard]] KILN_RESOURCE_EXPORT std::vector<std::string> resourceRoots();
+/// @}
 
 /// Adds a pack in which resource paths are looked up, after those added before. A pack that was added with the same
 /// file name is replaced: documents that are opened from now on come from the new file, and those that are open stay
 /// valid. A file that is no sound pack is reported in the log ("Cannot open the pack '%s': %s"), changes nothing, and
 /// yields false.
 KILN_RESOURCE_EXPORT bool addResourcePack(const std::string& fileName);
+/// @{
+/// Removes all packs, and lists their file names in the order in which they are searched. Documents that are open stay
+/// valid.
 KILN_RESOURCE_EXPORT void clearResourcePacks();
 [[nodiscard]] KILN_RESOURCE_EXPORT std::vector<std::string> resourcePacks();
+/// @}
 
 /// Whether paths are confined to the resource roots; true at first. If not, absolute paths are used unchanged, and
 /// links and ".." may lead anywhere; only for programs that trust all of their files.
 KILN_RESOURCE_EXPORT void setPathConfinement(bool isConfined) noexcept;
+/// Whether paths are confined, see setPathConfinement().
 [[nodiscard]] KILN_RESOURCE_EXPORT bool isPathConfined() noexcept;
 
 /// The file that a resource path names: the first root that contains it wins, and an absolute path is returned

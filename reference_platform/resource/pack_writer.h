@@ -28,16 +28,21 @@ public:
     /// A document that is kept as it is and parsed when it is loaded.
     [[nodiscard]] static PackDocument fromText(std::string text);
 
+    /// @{
+    /// A document that was moved from can only be assigned to and destroyed.
     PackDocument(PackDocument&& other) noexcept;
     PackDocument& operator=(PackDocument&& other) noexcept;
+    /// @}
     ~PackDocument();
 
+    /// The encoded form, for writePack().
     [[nodiscard]] const Encoded& encoded() const noexcept { return *m_encoded; }
+    /// Whether the document is kept as a text.
     [[nodiscard]] bool isText() const noexcept;
 
-    std::string path;  ///< As isPackedPath() requires.
-    std::string annex; ///< Kept for tools; of no interest to loading. Not kept for a text.
-    std::uint64_t sourceChecksum = 0;
+    std::string path;                 ///< As isPackedPath() requires.
+    std::string annex;                ///< Kept for tools; of no interest to loading. Not kept for a text.
+    std::uint64_t sourceChecksum = 0; ///< sourceChecksum() of the file from which it was made.
 
 private:
     explicit PackDocument(std::unique_ptr<Encoded> encoded) noexcept;
@@ -45,9 +50,10 @@ private:
     std::unique_ptr<Encoded> m_encoded;
 };
 
+/// How writePack() makes a pack.
 struct PackOptions {
     bool isCompressed = false; ///< Whether documents are compressed, if that makes them smaller.
-    std::size_t threads = 1;
+    std::size_t threads = 1;   ///< How many threads work on the documents.
 
     /// Called after each document that is finished, with their number so far, by one thread at a time. May be empty.
     std::function<void(std::size_t count, const std::string& path)> onDocument;

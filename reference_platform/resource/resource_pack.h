@@ -33,18 +33,20 @@ public:
 
     /// The name with which it was opened.
     [[nodiscard]] const std::string& fileName() const noexcept;
+    /// Size of the file in bytes.
     [[nodiscard]] std::uint64_t fileSize() const noexcept;
 
     /// The documents, sorted by path.
     [[nodiscard]] std::size_t documentsCount() const noexcept;
 
+    /// What the pack knows about a document without reading it. Sizes are in bytes.
     struct Document {
-        std::string_view path; ///< Valid as long as the pack.
-        std::uint64_t storedSize = 0;
+        std::string_view path;            ///< Valid as long as the pack.
+        std::uint64_t storedSize = 0;     ///< In the pack.
         std::uint64_t size = 0;           ///< Without compression.
         std::uint64_t sourceChecksum = 0; ///< XXH3 of the file from which it was made.
-        bool isCompressed = false;
-        bool isText = false; ///< Stored as XML.
+        bool isCompressed = false;        ///< Whether it is stored compressed.
+        bool isText = false;              ///< Stored as XML.
     };
 
     /// `index` must be less than documentsCount().

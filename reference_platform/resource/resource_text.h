@@ -13,7 +13,7 @@ namespace Kiln {
 
 /// Why a text is not a document.
 struct XmlProblem {
-    DataPosition position;
+    DataPosition position;   ///< Where the problem is.
     std::string description; ///< Without file and position.
 
     /// The text that the log has: "XML error in '%s' at line %zu, column %zu: %s".
@@ -29,6 +29,7 @@ namespace FS::Utils {
 
 /// The outcome of reading a resource.
 struct ResourceText {
+    /// How reading ended.
     enum class Status {
         READ,        ///< `content` is set: a text or, if a pack has the path, usually a packed document.
         MISSING,     ///< No root and no pack has such a file.
@@ -37,8 +38,8 @@ struct ResourceText {
         FAILED,      ///< It cannot be read, is damaged, or is larger than ResourceLimits::fileSize.
     };
 
-    Status status = Status::MISSING;
-    FileContent content;
+    Status status = Status::MISSING; ///< How reading ended.
+    FileContent content;             ///< Only set when the status is READ.
     std::string problem; ///< The reason, unless the file is missing: as in the message "Cannot read '%s': %s".
 };
 

@@ -7,6 +7,7 @@
 #include <typeindex>
 #include <utility>
 
+/// Variants, and conversions between the types of their values.
 namespace vessa {
 
 /// A value of any type, shared without copying: it either owns the value together with other variants, or refers to
@@ -31,6 +32,7 @@ public:
         return Variant(typeid(T), std::move(pointer));
     }
 
+    /// @{
     /// Refers to a value that is owned elsewhere; empty if `value` is null. No allocation.
     template <class T>
     [[nodiscard]] static Variant refer(T* value) {
@@ -39,7 +41,9 @@ public:
     [[nodiscard]] static Variant refer(std::type_index type, void* value) {
         return Variant(type, std::shared_ptr<void>(std::shared_ptr<void>(), value));
     }
+    /// @}
 
+    /// Whether there is no value.
     [[nodiscard]] bool isEmpty() const noexcept { return m_value == nullptr; }
 
     /// Type of the value; typeid(void) when empty.

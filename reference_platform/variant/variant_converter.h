@@ -11,6 +11,7 @@ namespace vessa {
 /// Any thread.
 class KILN_VARIANT_EXPORT VariantConverter {
 public:
+    /// Yields the address of the value as the other type.
     using Conversion = void* (*)(void* value);
 
     /// Registers that values of type From can be viewed as To; registering twice changes nothing.
@@ -20,6 +21,7 @@ public:
                            [](void* value) -> void* { return static_cast<To*>(static_cast<From*>(value)); });
     }
 
+    /// As registerBase(), for a conversion that a function performs.
     static void registerConversion(std::type_index from, std::type_index to, Conversion conversion);
 
     /// A variant that refers to the same value as type `target`: `variant` itself if it has that type, otherwise the

@@ -47,7 +47,7 @@ public:
 
     /// The arguments and the UUID map of createGameObjects().
     struct CreateConfig {
-        int worldId = -1;
+        int worldId = -1;                        ///< The world that gets the objects.
         Uuid instanceUuid;                       ///< A top-level object's UUID is combine(this, descriptor's UUID).
         SmartPointer<OverrideRecords> overrides; ///< Overrides of the instance; may be null.
 
@@ -57,16 +57,19 @@ public:
 
     /// One game object to be created.
     struct GameObjectCreationItem {
-        SmartPointer<GameObjectDescriptor> descriptor;
-        Uuid instanceUuid;                       ///< Of the prefab instance that the object belongs to.
-        SmartPointer<OverrideRecords> overrides; ///< Overrides that apply to that instance; may be null.
+        SmartPointer<GameObjectDescriptor> descriptor; ///< Describes the object.
+        Uuid instanceUuid;                             ///< Of the prefab instance that the object belongs to.
+        SmartPointer<OverrideRecords> overrides;       ///< Overrides that apply to that instance; may be null.
     };
 
     GameObjectPrefab();
+    /// @{
+    /// Copies share the descriptors.
     GameObjectPrefab(const GameObjectPrefab& other);
     GameObjectPrefab& operator=(const GameObjectPrefab& other);
     GameObjectPrefab(GameObjectPrefab&& other) noexcept;
     GameObjectPrefab& operator=(GameObjectPrefab&& other) noexcept;
+    /// @}
     ~GameObjectPrefab();
 
     // The list of nodes.
@@ -87,8 +90,11 @@ public:
     /// False for an id out of range.
     [[nodiscard]] bool isRootNode(std::size_t id) const;
 
+    /// @{
+    /// Number of nodes, and whether there are none.
     [[nodiscard]] std::size_t nodesCount() const { return m_nodes.size(); }
     [[nodiscard]] bool isEmpty() const { return m_nodes.empty(); }
+    /// @}
 
     /// Number of nodes that have a component of that type.
     [[nodiscard]] std::size_t countComponentsByType(ComponentTypeId type) const;

@@ -76,9 +76,11 @@ loadDescriptorsRecursively(const std::string& path, bool reportFailures);
 KILN_TESSEL_ASSET_LOADING_EXPORT void cacheGameObjects(const std::vector<std::string>& paths,
                                                        bool withoutBackgroundLoad);
 
+/// @{
 /// Removes paths from the cache; loads that are in progress keep the documents that they use.
 KILN_TESSEL_ASSET_LOADING_EXPORT void clearGameObjectsCache(const std::vector<std::string>& paths);
 KILN_TESSEL_ASSET_LOADING_EXPORT void fullyClearCache();
+/// @}
 
 /// Reads a prefab only to report its problems to the handler: the file that the section's child "resource" names, or
 /// else the section itself.

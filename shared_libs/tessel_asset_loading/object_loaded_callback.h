@@ -11,8 +11,11 @@ namespace Kiln {
 class KILN_TESSEL_ASSET_LOADING_EXPORT IObjectLoadedCallback : public SafeReferenceCount {
 public:
     IObjectLoadedCallback();
+    /// @{
+    /// For derived classes; a copy has a count of its own.
     IObjectLoadedCallback(const IObjectLoadedCallback&);
     IObjectLoadedCallback& operator=(const IObjectLoadedCallback&);
+    /// @}
     ~IObjectLoadedCallback() override;
 
     /// Called when the objects and components exist, before the root is activated; only for a root that is active by

@@ -16,9 +16,11 @@ namespace Kiln::Tessel {
 /// Owner: the block pool of its world. Threads: the main thread.
 class KILN_TESSEL_ASSET_LOADING_EXPORT PrefabComponent final : public PoolableComponent<PrefabComponent, IComponent> {
 public:
+    /// @{
     /// Names of the reflected properties.
     static const std::string RESOURCE_PROPERTY;
     static const std::string OVERRIDES_DATA_PROPERTY;
+    /// @}
 
     /// The stored configuration.
     struct Config {
@@ -27,16 +29,22 @@ public:
         bool hasOverrides = false; ///< The instance is overridden even if overridesData is empty; not stored.
     };
 
+    /// Takes over the values of a configuration.
     explicit PrefabComponent(const Config& config);
     ~PrefabComponent() override;
 
+    /// @{
+    /// The values of the configuration from which the component was made.
     [[nodiscard]] const std::string& resource() const noexcept { return m_resource; }
     [[nodiscard]] const std::string& overridesData() const noexcept { return m_overridesData; }
     [[nodiscard]] bool hasOverrides() const noexcept { return m_hasOverrides; }
+    /// @}
 
+    /// @{
     /// Uuid::ZERO until the load is complete, and for objects that are not the root of a load.
     [[nodiscard]] const Uuid& instanceUuid() const noexcept { return m_instanceUuid; }
     void setInstanceUuid(const Uuid& uuid) noexcept { m_instanceUuid = uuid; }
+    /// @}
 
 private:
     std::string m_resource;

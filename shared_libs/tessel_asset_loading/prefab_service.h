@@ -68,9 +68,12 @@ public:
     /// GameObjectPrefab::backgroundLoad on each. Any thread.
     void cachePrefabData(const std::string& path, bool backgroundLoad);
 
+    /// @{
+    /// Empties the cache, or removes single paths from it. Loads that are in progress keep the documents that they use.
     void clearCache();
     void clearCached(const std::string& path);
     void clearCached(const std::vector<std::string>& paths);
+    /// @}
 
     // For code that loads documents itself and shares them with the service. None of these operations parses. Any
     // thread.

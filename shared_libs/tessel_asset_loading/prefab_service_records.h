@@ -27,8 +27,11 @@ public:
 
     /// Null while there is none.
     [[nodiscard]] GameObjectPrefab* get() const noexcept { return m_prefab.load(std::memory_order_acquire); }
+    /// @{
+    /// Access to the document, and whether there is one.
     GameObjectPrefab* operator->() const noexcept { return get(); }
     explicit operator bool() const noexcept { return get() != nullptr; }
+    /// @}
 
     /// Takes ownership of a document (null for none) and destroys the previous one.
     void publish(std::unique_ptr<GameObjectPrefab> prefab) noexcept {
@@ -62,16 +65,16 @@ struct KILN_TESSEL_ASSET_LOADING_EXPORT DescriptorCacheData final : public SafeR
 struct GameObjectLoader {
     SmartPointer<IObjectLoadedCallback> callback; ///< May be null.
     SmartPointer<DescriptorCacheData> descriptor; ///< Receives the document.
-    int worldId;
-    Uuid uuid;                               ///< Instance UUID of the hierarchy.
-    SmartPointer<OverrideRecords> overrides; ///< May be null.
-    bool isExceptionReported = false;        ///< Whether tick has logged an exception of the creation.
+    int worldId;                                  ///< The world that gets the object.
+    Uuid uuid;                                    ///< Instance UUID of the hierarchy.
+    SmartPointer<OverrideRecords> overrides;      ///< May be null.
+    bool isExceptionReported = false;             ///< Whether tick has logged an exception of the creation.
 };
 
 /// A caller that waits for a document.
 struct DescriptorRequest {
-    SmartPointer<DescriptorCacheData> descriptor;
-    std::function<void(GameObjectPrefab*)> callback;
+    SmartPointer<DescriptorCacheData> descriptor;    ///< Receives the document.
+    std::function<void(GameObjectPrefab*)> callback; ///< Receives the document once it is there.
 };
 
 } // namespace Kiln::Tessel

@@ -22,22 +22,29 @@ public:
     /// What the registry stores about each component type.
     struct TypeMeta {};
 
+    /// Most types that the registry takes.
     static constexpr ComponentTypeId MAX_TYPES = 1024;
+    /// Type of the registry.
     using TypesLibrary = DynamicTypesLibrary<TypeMeta, ComponentTypeId, MAX_TYPES>;
 
     /// The process-wide registry of component types. The ids that it assigns are below MAX_TYPES; MAX_TYPES itself
     /// means that the registry is full.
     static TypesLibrary& types();
 
+    /// Id of the component's type.
     [[nodiscard]] virtual ComponentTypeId type() const = 0;
     virtual ~IComponent();
+    /// @{
+    /// Called when the game object becomes active, or inactive.
     virtual void activate() = 0;
     virtual void deactivate() = 0;
+    /// @}
 
 protected:
     IComponent() = default;
 };
 
+/// Logs the message of checkComponentTypeId().
 KILN_TESSEL_FOUNDATION_EXPORT void reportTooManyComponentTypes();
 
 /// Logs a critical message if `id` means that the registry of component types was full.
@@ -51,6 +58,7 @@ inline void checkComponentTypeId(ComponentTypeId id) {
 template <class T>
 class NativeComponent {
 public:
+    /// The id of T, which the first call assigns. Any thread.
     [[nodiscard]] static ComponentTypeId getType() {
         static const ComponentTypeId id = IComponent::types().registerType(typeid(T));
         return id;
@@ -76,6 +84,7 @@ struct IComponentDeleter {
     /// Set by the storage that allocated the component.
     void (*deallocate)(IComponent* component) = nullptr;
 
+    /// Calls `deallocate`.
     void operator()(IComponent* component) const { deallocate(component); }
 };
 

@@ -23,21 +23,27 @@ class KILN_TESSEL_FOUNDATION_EXPORT GenericComponentStorage : NonCopyable {
 public:
     virtual ~GenericComponentStorage();
 
+    /// Type of the components.
     [[nodiscard]] ComponentTypeId type() const noexcept { return m_type; }
 
+    /// @{
     /// Number of all components, and of the active ones. Constant time.
     [[nodiscard]] virtual std::size_t componentsCount() const noexcept = 0;
     [[nodiscard]] virtual std::size_t activeCount() const noexcept = 0;
+    /// @}
 
+    /// @{
     /// Activates or deactivates a component of this storage; does nothing for any other component, or if the component
     /// is already in the requested state.
     virtual void activate(IComponent& component) = 0;
     virtual void deactivate(IComponent& component) = 0;
+    /// @}
 
     /// Writes the state of the pool for diagnostics.
     virtual void dump(std::ostream& stream) const = 0;
 
 protected:
+    /// For derived classes: a storage of that type.
     explicit GenericComponentStorage(ComponentTypeId type) noexcept;
 
 private:
@@ -56,8 +62,10 @@ public:
     /// Owns one component and returns it to the pool; converts to ComponentPointer.
     using Pointer = std::unique_ptr<T, IComponentDeleter>;
 
+    /// Elements in a block, unless the constructor receives another number.
     static constexpr std::size_t DEFAULT_ELEMENTS_PER_BLOCK = 256;
 
+    /// An empty storage; 0 elements per block are treated as 1.
     explicit ComponentStorage(std::size_t elementsPerBlock = DEFAULT_ELEMENTS_PER_BLOCK)
         : GenericComponentStorage(NativeComponent<T>::getType()), m_pool(elementsPerBlock) {}
 
@@ -92,8 +100,11 @@ public:
         m_pool.forEachActive(std::forward<Function>(function));
     }
 
+    /// @{
+    /// The pool that contains the components.
     [[nodiscard]] MultiBlockPool<T>& pool() noexcept { return m_pool; }
     [[nodiscard]] const MultiBlockPool<T>& pool() const noexcept { return m_pool; }
+    /// @}
 
     [[nodiscard]] std::size_t componentsCount() const noexcept override { return m_pool.allocatedCount(); }
     [[nodiscard]] std::size_t activeCount() const noexcept override { return m_pool.activeCount(); }

@@ -41,6 +41,7 @@ public:
         return id;
     }
 
+    /// Number of registered types.
     [[nodiscard]] std::size_t typesCount() const {
         const std::scoped_lock lock(m_mutex);
         return m_types.size();

@@ -18,15 +18,17 @@ namespace Kiln::Tessel {
 template <class T, class Base>
 class PoolableComponent : public Base, public NativeComponent<T>, public BlockAllocable<T> {
 public:
+    /// The id of T, whatever class derives from T.
     [[nodiscard]] ComponentTypeId type() const override { return NativeComponent<T>::getType(); }
 
-    /// Both forward to the block; they have no effect on a component without a block.
+    /// Forwards to the block; has no effect on a component without a block.
     void activate() override {
         if (BlockPool<T>* const block = this->block()) {
             block->activate(static_cast<T*>(this));
         }
     }
 
+    /// Forwards to the block; has no effect on a component without a block.
     void deactivate() override {
         if (BlockPool<T>* const block = this->block()) {
             block->deactivate(static_cast<T*>(this));

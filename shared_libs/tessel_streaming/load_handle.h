@@ -24,10 +24,13 @@ class LoadRequest;
 class KILN_TESSEL_STREAMING_EXPORT LoadHandle {
 public:
     LoadHandle() noexcept;
+    /// @{
+    /// Copies refer to the same request; a handle that was moved from refers to none.
     LoadHandle(const LoadHandle& other) noexcept;
     LoadHandle(LoadHandle&& other) noexcept;
     LoadHandle& operator=(const LoadHandle& other) noexcept;
     LoadHandle& operator=(LoadHandle&& other) noexcept;
+    /// @}
     ~LoadHandle();
 
     /// Whether it refers to a request.
@@ -35,11 +38,14 @@ public:
 
     /// For a handle without request, FAILED, and a result without reasons.
     [[nodiscard]] LoadState state() const noexcept;
+    /// Whether the request is no longer pending; true for a handle without request.
     [[nodiscard]] bool isFinished() const noexcept { return state() != LoadState::PENDING; }
+    /// What has been read and created so far.
     [[nodiscard]] LoadProgress progress() const noexcept;
 
     /// Valid as long as a handle refers to the request. Its lists are empty while the request is pending.
     [[nodiscard]] const LoadResult& result() const noexcept;
+    /// Root of the first instance; the invalid object unless the request has succeeded.
     [[nodiscard]] GameObject root() const noexcept { return result().root(); }
 
     /// Number of the request, from 1 in the order of the requests; 0 without one.
@@ -57,6 +63,7 @@ public:
 
     /// Counts immediately for everything that has not begun.
     void setPriority(int priority) const;
+    /// The present priority.
     [[nodiscard]] int priority() const noexcept;
 
     /// Adds a completion function; if the request has reported already, it is called in the next frame. Ignored after
@@ -68,19 +75,24 @@ public:
     /// is destroyed while it waits is forgotten. One that still waits when the service ends is not resumed.
     class KILN_TESSEL_STREAMING_EXPORT Awaiter {
     public:
+        /// Made by operator co_await.
         explicit Awaiter(SmartPointer<detail::LoadRequest> request) noexcept;
         Awaiter(const Awaiter&) = delete;
         Awaiter& operator=(const Awaiter&) = delete;
         ~Awaiter();
 
+        /// @{
+        /// Called by the coroutine that waits.
         [[nodiscard]] bool await_ready() const noexcept;
         void await_suspend(std::coroutine_handle<> coroutine);
         [[nodiscard]] const LoadResult& await_resume() const noexcept;
+        /// @}
 
     private:
         SmartPointer<detail::LoadRequest> m_request;
         std::uint64_t m_waiterId = 0; ///< 0 while it does not wait.
     };
+    /// See Awaiter.
     [[nodiscard]] Awaiter operator co_await() const noexcept;
 
     friend bool operator==(const LoadHandle& left, const LoadHandle& right) noexcept {

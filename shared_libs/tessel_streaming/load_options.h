@@ -27,19 +27,22 @@ enum class Activation {
     NONE,       ///< It stays inactive.
 };
 
+/// @{
 /// The lowest and the highest priority, and the one of requests that do not name one. Others are clamped.
 inline constexpr int MIN_PRIORITY = 0;
 inline constexpr int MAX_PRIORITY = 255;
 inline constexpr int DEFAULT_PRIORITY = 96;
+/// @}
 
+/// How a request is carried out.
 struct LoadOptions {
-    GameObject parent;                       ///< The root is attached to it; the invalid object for none.
-    std::optional<Matrix> placement;         ///< Transform of the root; the prefab's own if it is absent.
-    std::optional<Uuid> instanceUuid;        ///< Generated if it is absent. Not for several instances.
-    SmartPointer<OverrideRecords> overrides; ///< May be null. Not to be changed once the request was made.
-    int priority = DEFAULT_PRIORITY;         ///< Higher ones are read and created first.
-    FailurePolicy failurePolicy = FailurePolicy::FAIL;
-    Activation activation = Activation::AT_ONCE; ///< A prefab that is inactive by default stays inactive anyway.
+    GameObject parent;                                 ///< The root is attached to it; the invalid object for none.
+    std::optional<Matrix> placement;                   ///< Transform of the root; the prefab's own if it is absent.
+    std::optional<Uuid> instanceUuid;                  ///< Generated if it is absent. Not for several instances.
+    SmartPointer<OverrideRecords> overrides;           ///< May be null. Not to be changed once the request was made.
+    int priority = DEFAULT_PRIORITY;                   ///< Higher ones are read and created first.
+    FailurePolicy failurePolicy = FailurePolicy::FAIL; ///< What follows from a nested file that cannot be loaded.
+    Activation activation = Activation::AT_ONCE;       ///< A prefab that is inactive by default stays inactive anyway.
 
     /// Reports only after the requests of the same priority that were made before and that report in order, too, so
     /// that the order does not depend on what is cached. Unset it for a long load that others are not to wait for.

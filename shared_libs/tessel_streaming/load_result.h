@@ -31,16 +31,17 @@ enum class LoadPhase {
 
 /// How far a request is. Totals are those that are known so far; a file that is read can raise them.
 struct LoadProgress {
-    double ratio = 0; ///< From 0 to 1. Never falls, and is 1 only after success.
-    LoadPhase phase = LoadPhase::WAITING;
-    std::size_t filesRead = 0; ///< Also those that failed.
-    std::size_t filesTotal = 0;
-    std::uint64_t bytesRead = 0;
-    std::uint64_t bytesTotal = 0; ///< Of the files whose size is known.
-    std::size_t objectsCreated = 0;
-    std::size_t objectsTotal = 0; ///< 0 until the files have been read.
+    double ratio = 0;                     ///< From 0 to 1. Never falls, and is 1 only after success.
+    LoadPhase phase = LoadPhase::WAITING; ///< What the request is doing.
+    std::size_t filesRead = 0;            ///< Also those that failed.
+    std::size_t filesTotal = 0;           ///< Files that it needs.
+    std::uint64_t bytesRead = 0;          ///< Of the files that have been read.
+    std::uint64_t bytesTotal = 0;         ///< Of the files whose size is known.
+    std::size_t objectsCreated = 0;       ///< Of all of its instances.
+    std::size_t objectsTotal = 0;         ///< 0 until the files have been read.
 };
 
+/// Why a request failed, or is partial.
 enum class FailureCode {
     INVALID_PATH,     ///< The path is empty.
     OUTSIDE_OF_ROOTS, ///< The path leads out of the resource roots or has a control character.
@@ -67,9 +68,9 @@ enum class FailureCode {
 
 /// One reason why a request failed or is partial.
 struct LoadFailure {
-    FailureCode code = FailureCode::CREATION_FAILED;
-    std::string file;     ///< Resource path of the culprit.
-    std::size_t line = 0; ///< In the file, from 1; 0 if it is not known.
+    FailureCode code = FailureCode::CREATION_FAILED; ///< What went wrong.
+    std::string file;                                ///< Resource path of the culprit.
+    std::size_t line = 0;                            ///< In the file, from 1; 0 if it is not known.
 
     /// Resource paths from the request's own file to `file`, both included. The culprit of a cycle occurs twice.
     std::vector<std::string> chain;
@@ -81,15 +82,15 @@ struct LoadFailure {
 
 /// A pool of components that was skipped because no library has registered their type.
 struct SkippedComponents {
-    std::string file;
-    std::string type;
+    std::string file; ///< Resource path of the file that has the pool.
+    std::string type; ///< Name of the component type in the file.
 
     friend bool operator==(const SkippedComponents&, const SkippedComponents&) = default;
 };
 
 /// The outcome of a request.
 struct LoadResult {
-    LoadState state = LoadState::PENDING;
+    LoadState state = LoadState::PENDING; ///< How the request ended, once it has.
     bool isPartial = false; ///< Succeeded without the prefabs that `failures` lists; FailurePolicy::PARTIAL only.
 
     /// The root of each instance, in the order of the placements; empty unless the request has succeeded. The objects
@@ -97,9 +98,10 @@ struct LoadResult {
     std::vector<GameObject> roots;
     std::vector<Uuid> instanceUuids; ///< By root.
 
-    std::vector<LoadFailure> failures; ///< Every one that was found, in the order of the hierarchy.
-    std::vector<SkippedComponents> skippedComponents;
+    std::vector<LoadFailure> failures;                ///< Every one that was found, in the order of the hierarchy.
+    std::vector<SkippedComponents> skippedComponents; ///< The pools that were skipped in its files.
 
+    /// Whether the request is no longer pending.
     [[nodiscard]] bool isFinished() const noexcept { return state != LoadState::PENDING; }
 
     /// The first root; the invalid object if there is none.

@@ -44,10 +44,11 @@ namespace Kiln::Tessel::Streaming {
                                                             LoadOptions options = {},
                                                             CompletionFunction completed = {});
 
+/// How a preload is carried out.
 struct PreloadOptions {
-    int priority = DEFAULT_PRIORITY;
-    FailurePolicy failurePolicy = FailurePolicy::FAIL;
-    bool keep = false;
+    int priority = DEFAULT_PRIORITY;                   ///< Higher ones are read first.
+    FailurePolicy failurePolicy = FailurePolicy::FAIL; ///< What follows from a nested file that cannot be loaded.
+    bool keep = false;                                 ///< As LoadOptions::keep.
 };
 
 /// Reads prefabs and everything that they nest, so that later requests find them in the cache as long as the handle
@@ -65,6 +66,7 @@ inline constexpr std::chrono::microseconds DEFAULT_FRAME_BUDGET{4'000};
 /// Sets the time that creation, removal and completion functions may take in a frame together. Each of these kinds of
 /// work makes at least one step per frame, so that everything ends with any budget; one of zero or less allows no more.
 KILN_TESSEL_STREAMING_EXPORT void setFrameBudget(std::chrono::microseconds budget) noexcept;
+/// The present budget; NO_FRAME_BUDGET for none.
 [[nodiscard]] KILN_TESSEL_STREAMING_EXPORT std::chrono::microseconds frameBudget() noexcept;
 
 /// Sets the size of the files whose documents are kept for LoadOptions::keep when no request needs them; the least
@@ -77,6 +79,7 @@ KILN_TESSEL_STREAMING_EXPORT void watch(bool isWatching);
 
 /// Returns an id for removeUpdateListener().
 KILN_TESSEL_STREAMING_EXPORT int addUpdateListener(UpdateListener listener);
+/// Removes the listener with that id.
 KILN_TESSEL_STREAMING_EXPORT void removeUpdateListener(int id);
 
 /// What the library is doing. Takes time linear in the number of requests.

@@ -14,20 +14,21 @@ namespace Kiln::Tessel::Streaming {
 
 /// One event of a trace.
 struct TraceEvent {
+    /// What an event tells.
     enum class Kind {
         SPAN,    ///< Work that took `duration`.
         INSTANT, ///< Something that happened.
         COUNTER, ///< A value from `time` on.
     };
 
-    Kind kind = Kind::INSTANT;
-    std::string_view name;     ///< A literal, such as "read".
-    std::string_view detail;   ///< Mostly a resource path; valid during the call.
-    std::uint64_t request = 0; ///< Number of the request; 0 if it belongs to none or to several.
-    std::chrono::steady_clock::time_point time;
-    std::chrono::nanoseconds duration{0}; ///< Of a SPAN.
-    std::int64_t value = 0;               ///< Of a COUNTER.
-    std::uint32_t thread = 0;             ///< 0 for the main thread, else one plus the index of the worker.
+    Kind kind = Kind::INSTANT;                  ///< What the event tells.
+    std::string_view name;                      ///< A literal, such as "read".
+    std::string_view detail;                    ///< Mostly a resource path; valid during the call.
+    std::uint64_t request = 0;                  ///< Number of the request; 0 if it belongs to none or to several.
+    std::chrono::steady_clock::time_point time; ///< When it happened or, for a SPAN, began.
+    std::chrono::nanoseconds duration{0};       ///< Of a SPAN.
+    std::int64_t value = 0;                     ///< Of a COUNTER.
+    std::uint32_t thread = 0;                   ///< 0 for the main thread, else one plus the index of the worker.
 };
 
 /// Receives the events of the library, from the main thread and from workers, possibly at the same time. It must not
@@ -54,6 +55,7 @@ public:
     /// Writes the end of the file.
     ~ChromeTraceWriter();
 
+    /// Writes an event. Any thread.
     void write(const TraceEvent& event);
 
 private:

@@ -11,7 +11,7 @@ namespace Kiln::Tessel::Streaming {
 
 /// How a change of files has changed one instance. Objects are matched by their UUIDs.
 struct InstanceUpdate {
-    GameObject root;
+    GameObject root;                 ///< Root of the instance.
     std::vector<std::string> files;  ///< Resource paths of the files that have changed.
     std::vector<GameObject> added;   ///< Active like their parents.
     std::vector<GameObject> changed; ///< They have new components, another name, other flags or another parent.
@@ -20,8 +20,8 @@ struct InstanceUpdate {
 
 /// A change of a file that was not applied: the last good version stays.
 struct RefusedUpdate {
-    std::string file;
-    std::vector<LoadFailure> failures;
+    std::string file;                  ///< Resource path of the changed file.
+    std::vector<LoadFailure> failures; ///< Why the change was refused.
 };
 
 /// Receives updates, on the main thread, in the frame in which they become visible.

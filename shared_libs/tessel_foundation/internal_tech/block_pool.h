@@ -151,6 +151,7 @@ public:
     /// `element` must be an element of this block.
     [[nodiscard]] std::size_t indexOf(const T* element) const noexcept { return offsetOf(element) / sizeof(T); }
 
+    /// Number of elements, in any state.
     [[nodiscard]] std::size_t elementsCount() const noexcept { return m_elementStates.size(); }
 
     /// `index` must be below elementsCount().
@@ -158,17 +159,21 @@ public:
         return m_elementStates[static_cast<std::int64_t>(index)];
     }
 
+    /// @{
     /// Ends of the allocated chain and head of the free chain; ElemState::NO_ELEMENT when the chain is empty.
     [[nodiscard]] std::int64_t firstAllocated() const noexcept { return m_firstAllocated; }
     [[nodiscard]] std::int64_t lastAllocated() const noexcept { return m_lastAllocated; }
     [[nodiscard]] std::int64_t nextFree() const noexcept { return m_nextFree; }
+    /// @}
 
     /// Null for a block that belongs to no pool.
     [[nodiscard]] const PoolDirectory* owner() const noexcept { return m_owner; }
 
+    /// @{
     /// The memory of the elements, and its size in bytes.
     [[nodiscard]] const void* buffer() const noexcept { return m_buffer.get(); }
     [[nodiscard]] std::size_t bufferSize() const noexcept { return m_elementStates.size() * sizeof(T); }
+    /// @}
 
     /// Borrows the listener; null for none.
     void setListener(BlockPoolListener<T>* listener) noexcept { m_listener = listener; }

@@ -13,6 +13,7 @@ public:
     /// Must be called before the first add(); no other operation allocates.
     void prepare(std::size_t elementsCount) { m_links.resize(elementsCount); }
 
+    /// Whether no deactivation is pending.
     [[nodiscard]] bool empty() const noexcept { return m_first == NONE; }
 
     /// Appends an element; an element that is already pending keeps its position.

@@ -9,6 +9,7 @@ namespace Kiln::Tessel {
 /// The two indices link the element into the chain that its state puts it in: ACTIVE elements into the allocated chain,
 /// FREE ones into the free chain. An INACTIVE element is in no chain, and its indices have no meaning.
 struct ElemState {
+    /// What an element holds.
     enum class AllocationState : std::uint8_t {
         ACTIVE,   ///< Holds an object that is in use.
         INACTIVE, ///< Holds an object that is not in use.
@@ -18,9 +19,9 @@ struct ElemState {
     /// The index that means no element.
     static constexpr std::int64_t NO_ELEMENT = -1;
 
-    std::int64_t nextElement = NO_ELEMENT;
-    std::int64_t previousElement = NO_ELEMENT;
-    AllocationState allocationState = AllocationState::FREE;
+    std::int64_t nextElement = NO_ELEMENT;                   ///< In the chain.
+    std::int64_t previousElement = NO_ELEMENT;               ///< In the chain.
+    AllocationState allocationState = AllocationState::FREE; ///< Also says which chain the element is in.
 };
 
 } // namespace Kiln::Tessel

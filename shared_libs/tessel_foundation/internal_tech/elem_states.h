@@ -24,11 +24,13 @@ public:
 
     // cppcheck-suppress uninitMemberVar ; an array of these is filled in one pass after its allocation
     PackedElemState() = default; ///< Uninitialised.
+    /// Packs a record, whose indices must fit, see MAX_ELEMENTS.
     explicit PackedElemState(const ElemState& state) noexcept
         : m_word(static_cast<Word>(static_cast<Word>(state.nextElement) << (INDEX_BITS + STATE_BITS) |
                                    (static_cast<Word>(state.previousElement) & INDEX_MASK) << STATE_BITS |
                                    static_cast<Word>(state.allocationState))) {}
 
+    /// The record that was packed.
     [[nodiscard]] ElemState unpack() const noexcept {
         using Signed = std::make_signed_t<Word>;
         return {.nextElement = static_cast<Signed>(m_word) >> (INDEX_BITS + STATE_BITS),
@@ -51,8 +53,11 @@ class ElemStates {
     using Wide = PackedElemState<std::uint64_t>;
 
 public:
+    /// @{
+    /// Most elements of a block with records of 4 bytes, and of any block.
     static constexpr std::size_t MAX_NARROW = Narrow::MAX_ELEMENTS;
     static constexpr std::size_t MAX_SIZE = Wide::MAX_ELEMENTS;
+    /// @}
 
     /// All elements are FREE, in one chain from the first to the last. Throws std::length_error for more than MAX_SIZE.
     explicit ElemStates(std::size_t size) : m_size(size) {
@@ -72,12 +77,16 @@ public:
         }
     }
 
+    /// Number of elements.
     [[nodiscard]] std::size_t size() const noexcept { return m_size; }
 
+    /// The record of an element.
     [[nodiscard]] ElemState operator[](std::int64_t index) const noexcept {
         return m_narrow ? m_narrow[slot(index)].unpack() : m_wide[slot(index)].unpack();
     }
 
+    /// @{
+    /// Replaces the record of an element, or one part of it.
     void set(std::int64_t index, const ElemState& state) noexcept {
         if (m_narrow) {
             m_narrow[slot(index)] = Narrow(state);
@@ -101,6 +110,7 @@ public:
         state.allocationState = allocationState;
         set(index, state);
     }
+    /// @}
 
 private:
     [[nodiscard]] static std::size_t slot(std::int64_t index) noexcept { return static_cast<std::size_t>(index); }

@@ -86,16 +86,23 @@ public:
         return object.block() != nullptr && object.block()->owner() == &m_directory;
     }
 
+    /// @{
+    /// Number of blocks, and of elements in each.
     [[nodiscard]] std::size_t blocksCount() const noexcept { return m_blocks.size(); }
     [[nodiscard]] std::size_t elementsPerBlock() const noexcept { return m_elementsPerBlock; }
+    /// @}
 
+    /// @{
     /// `index` must be below blocksCount().
     [[nodiscard]] BlockPool<T>& block(std::size_t index) noexcept { return *m_blocks[index]; }
     [[nodiscard]] const BlockPool<T>& block(std::size_t index) const noexcept { return *m_blocks[index]; }
+    /// @}
 
+    /// @{
     /// Number of objects, ACTIVE or not, and of ACTIVE ones.
     [[nodiscard]] std::size_t allocatedCount() const noexcept { return m_directory.allocatedCount; }
     [[nodiscard]] std::size_t activeCount() const noexcept { return m_directory.activeCount; }
+    /// @}
 
     /// True if the pool has no objects, regardless of its blocks.
     [[nodiscard]] bool isEmpty() const noexcept { return m_directory.allocatedCount == 0; }
@@ -108,6 +115,7 @@ public:
         }
     }
 
+    /// @{
     /// As in BlockPool, for all blocks, including those added until the mode ends. The end of the mode applies the
     /// requests block by block, in list order.
     void beginDeferredDeactivation() {
@@ -124,6 +132,7 @@ public:
             m_blocks[index]->endDeferredDeactivation();
         }
     }
+    /// @}
 
     /// As in BlockPool, block after block in list order.
     template <class Function>

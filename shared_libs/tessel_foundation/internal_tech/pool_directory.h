@@ -18,6 +18,7 @@ namespace Kiln::Tessel {
 /// Owner: the pool; every block keeps a link to it and keeps it up to date. Threads: that of the pool.
 class KILN_TESSEL_FOUNDATION_EXPORT PoolDirectory : NonCopyable {
 public:
+    /// The index that means no block.
     static constexpr std::size_t NO_BLOCK = std::numeric_limits<std::size_t>::max();
 
     PoolDirectory();
@@ -38,19 +39,24 @@ public:
         return NO_BLOCK;
     }
 
+    /// @{
+    /// Called by a block when it gets room, and when it becomes full.
     void noteRoom(std::size_t block) noexcept {
         m_roomWords[block / WORD_BITS] |= bitOf(block);
         m_firstWord = std::min(m_firstWord, block / WORD_BITS);
     }
 
     void noteFull(std::size_t block) noexcept { m_roomWords[block / WORD_BITS] &= ~bitOf(block); }
+    /// @}
 
     /// The block whose buffer contains `address`, or NO_BLOCK. Takes logarithmic time.
     [[nodiscard]] std::size_t findBlock(const void* address) const noexcept;
 
+    /// @{
     /// Totals over all blocks: elements that hold an object, and those of them that are ACTIVE.
     std::size_t allocatedCount = 0;
     std::size_t activeCount = 0;
+    /// @}
 
 private:
     static constexpr std::size_t WORD_BITS = 64;
