@@ -18,7 +18,7 @@ FENCE = re.compile(r"^\s*(```+|~~~+)")
 # A code span, which stays as it is, or a link or image whose text may contain code spans.
 INLINE = re.compile(r"(?P<code>(?P<ticks>`+)(?!`).+?(?<!`)(?P=ticks)(?!`))"
                     r"|(?P<image>!?)\[(?P<text>(?:[^\[\]`]|`[^`]*`)*)\]\((?P<target>[^)\s]+)\)"
-                    r"|(?P<sign>[@#\\])(?=\w)", re.DOTALL)
+                    r"|(?P<sign>[@#\\])(?=\w)|(?P<name>\bKiln\b)(?!::)", re.DOTALL)
 
 
 def page_label(page):
@@ -89,6 +89,8 @@ class Pages:
             return match["code"]
         if match["sign"]:
             return "\\" + match["sign"]
+        if match["name"]:
+            return "%" + match["name"]  # The product, not the namespace.
         target = match["target"]
         if re.match(r"[a-z]+:", target):
             return match[0]
@@ -107,7 +109,11 @@ class Pages:
                 label = self.label_of(page, self.slugs[page][count])
                 if page == FRONT_PAGE and count == 0:
                     label = "mainpage"
-                parts.append(f"{marks} {title} {{#{label}}}\n")
+                title = re.sub(r"\bKiln\b(?!::)", "%Kiln", title)
+                if page == FRONT_PAGE and count > 0:
+                    parts.append(f"<h2>{title}</h2>\n")  # The tree has entries of these names already.
+                else:
+                    parts.append(f"{marks} {title} {{#{label}}}\n")
                 count += 1
             elif kind == "prose":
                 parts.append(INLINE.sub(lambda match: self.inline(page, match), part))

@@ -40,7 +40,7 @@ struct Example {
 [[nodiscard]] std::vector<fs::path> pages() {
     std::vector<fs::path> found{KILN_SOURCE_DIR "/README.md", KILN_SOURCE_DIR "/CHANGELOG.md",
                                 KILN_SOURCE_DIR "/CONTRIBUTING.md", KILN_SOURCE_DIR "/SECURITY.md"};
-    for (const auto& entry : fs::directory_iterator(KILN_SOURCE_DIR "/docs")) {
+    for (const auto& entry : fs::recursive_directory_iterator(KILN_SOURCE_DIR "/docs")) {
         if (entry.path().extension() == ".md") {
             found.push_back(entry.path());
         }
