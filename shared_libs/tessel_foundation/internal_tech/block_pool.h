@@ -44,7 +44,7 @@ public:
         }
         PoolAssertions::reportBlockNotEmpty();
         for (std::int64_t index = 0; index < static_cast<std::int64_t>(m_elementStates.size()); ++index) {
-            if (m_elementStates[index].allocationState != AllocationState::FREE) {
+            if (!m_elementStates.is(index, AllocationState::FREE)) {
                 m_elementStates.setAllocationState(index, AllocationState::FREE);
                 elementAt(index)->~T();
             }
@@ -71,11 +71,11 @@ public:
     /// Destroys an object, INACTIVE or ACTIVE, and makes its element the next to be allocated. An ACTIVE one is
     /// deactivated first, immediately even in the deferred mode. Freeing an element that is free reports an assertion.
     void deallocate(T* element) {
-        if (!checkElement(element)) {
+        const std::int64_t index = findElement(element);
+        if (index == ElemState::NO_ELEMENT) {
             return;
         }
-        const std::int64_t index = linkTo(element);
-        if (m_elementStates[index].allocationState == AllocationState::FREE) {
+        if (m_elementStates.is(index, AllocationState::FREE)) {
             PoolAssertions::reportFreedTwice();
             return;
         }
@@ -89,12 +89,12 @@ public:
     /// Makes an INACTIVE element ACTIVE and the last of the allocated chain; does nothing in the other states. Cancels
     /// a deferred deactivation of the element.
     void activate(T* element) {
-        if (!checkElement(element)) {
+        const std::int64_t index = findElement(element);
+        if (index == ElemState::NO_ELEMENT) {
             return;
         }
-        m_deferred.drop(indexOf(element));
-        const std::int64_t index = linkTo(element);
-        if (m_elementStates[index].allocationState != AllocationState::INACTIVE) {
+        m_deferred.drop(static_cast<std::size_t>(index));
+        if (!m_elementStates.is(index, AllocationState::INACTIVE)) {
             return;
         }
         m_elementStates.set(index, {.nextElement = ElemState::NO_ELEMENT,
@@ -106,21 +106,22 @@ public:
             ++m_owner->activeCount;
         }
         if (m_listener != nullptr) {
-            m_listener->onActivated(*element, indexOf(element));
+            m_listener->onActivated(*element, static_cast<std::size_t>(index));
         }
     }
 
     /// Makes an ACTIVE element INACTIVE; does nothing in the other states. In the deferred mode it only records the
     /// request.
     void deactivate(T* element) {
-        if (!checkElement(element)) {
+        const std::int64_t index = findElement(element);
+        if (index == ElemState::NO_ELEMENT) {
             return;
         }
         if (m_isDeferring) {
-            m_deferred.add(indexOf(element));
+            m_deferred.add(static_cast<std::size_t>(index));
             return;
         }
-        deactivateNow(linkTo(element));
+        deactivateNow(index);
     }
 
     /// Starts the deferred mode: elements stay ACTIVE and in the allocated chain until the mode ends. Does
@@ -184,7 +185,7 @@ public:
     template <class Function>
     void forEachActive(Function&& function) {
         for (std::int64_t index = m_firstAllocated; index != ElemState::NO_ELEMENT;) {
-            const std::int64_t next = m_elementStates[index].nextElement;
+            const std::int64_t next = m_elementStates.next(index);
             function(*elementAt(index));
             index = next;
         }
@@ -210,10 +211,6 @@ private:
         std::byte bytes[sizeof(T)];
     };
 
-    [[nodiscard]] std::int64_t linkTo(const T* element) const noexcept {
-        return static_cast<std::int64_t>(indexOf(element));
-    }
-
     [[nodiscard]] T* elementAt(std::int64_t index) noexcept {
         return std::launder(reinterpret_cast<T*>(m_buffer[static_cast<std::size_t>(index)].bytes));
     }
@@ -222,12 +219,16 @@ private:
         return reinterpret_cast<std::uintptr_t>(element) - reinterpret_cast<std::uintptr_t>(m_buffer.get());
     }
 
-    [[nodiscard]] bool checkElement(const T* element) const {
-        if (isBufferPtr(element)) [[likely]] {
-            return true;
+    /// The index of an element; returns NO_ELEMENT after an assertion if the address is not that of one.
+    [[nodiscard]] std::int64_t findElement(const T* element) const {
+        // The conditions of isBufferPtr(), with one division.
+        const std::uintptr_t offset = offsetOf(element);
+        const std::uintptr_t index = offset / sizeof(T);
+        if (index < m_elementStates.size() && index * sizeof(T) == offset) [[likely]] {
+            return static_cast<std::int64_t>(index);
         }
         PoolAssertions::reportNotInBuffer();
-        return false;
+        return ElemState::NO_ELEMENT;
     }
 
     /// Takes the head off the free chain and marks it INACTIVE; returns NO_ELEMENT after an assertion if that fails.
@@ -237,12 +238,11 @@ private:
             PoolAssertions::reportNoFreeElement();
             return ElemState::NO_ELEMENT;
         }
-        const ElemState state = m_elementStates[index];
-        if (state.allocationState != AllocationState::FREE) {
+        if (!m_elementStates.is(index, AllocationState::FREE)) {
             PoolAssertions::reportFreeChainBroken();
             return ElemState::NO_ELEMENT;
         }
-        m_nextFree = state.nextElement;
+        m_nextFree = m_elementStates.next(index);
         if (m_nextFree != ElemState::NO_ELEMENT) {
             m_elementStates.setPrevious(m_nextFree, ElemState::NO_ELEMENT);
         } else if (m_owner != nullptr) {
@@ -274,7 +274,7 @@ private:
     }
 
     void deactivateNow(std::int64_t index) {
-        if (m_elementStates[index].allocationState != AllocationState::ACTIVE) {
+        if (!m_elementStates.is(index, AllocationState::ACTIVE)) {
             return;
         }
         if (m_listener != nullptr) {

@@ -11,12 +11,14 @@
 
 namespace Kiln::Tessel {
 
-/// A state record in one word: the state in the lowest bits, and the two indices as signed numbers in the halves of the
-/// remaining bits.
+/// A state record in one word. Each half of the word is a field of its own: an index as a signed number, and in the
+/// lowest bit a part of the state. An operation on a chain changes one field of each element that it touches, so it
+/// neither unpacks nor writes the other one.
 template <class Word>
 class PackedElemState {
-    static constexpr unsigned STATE_BITS = 2;
-    static constexpr unsigned INDEX_BITS = (sizeof(Word) * CHAR_BIT - STATE_BITS) / 2;
+    using Field = std::conditional_t<sizeof(Word) == sizeof(std::uint32_t), std::int16_t, std::int32_t>;
+    using AllocationState = ElemState::AllocationState;
+    static constexpr unsigned INDEX_BITS = sizeof(Field) * CHAR_BIT - 1;
 
 public:
     /// The largest number of elements whose indices fit.
@@ -24,26 +26,42 @@ public:
 
     // cppcheck-suppress uninitMemberVar ; an array of these is filled in one pass after its allocation
     PackedElemState() = default; ///< Uninitialised.
-    /// Packs a record, whose indices must fit, see MAX_ELEMENTS.
-    explicit PackedElemState(const ElemState& state) noexcept
-        : m_word(static_cast<Word>(static_cast<Word>(state.nextElement) << (INDEX_BITS + STATE_BITS) |
-                                   (static_cast<Word>(state.previousElement) & INDEX_MASK) << STATE_BITS |
-                                   static_cast<Word>(state.allocationState))) {}
 
-    /// The record that was packed.
+    void set(const ElemState& state) noexcept {
+        m_next = field(state.nextElement, state.allocationState == AllocationState::INACTIVE);
+        m_previous = field(state.previousElement, state.allocationState == AllocationState::FREE);
+    }
     [[nodiscard]] ElemState unpack() const noexcept {
-        using Signed = std::make_signed_t<Word>;
-        return {.nextElement = static_cast<Signed>(m_word) >> (INDEX_BITS + STATE_BITS),
-                .previousElement = static_cast<Signed>(m_word << INDEX_BITS) >> (INDEX_BITS + STATE_BITS),
-                .allocationState = static_cast<ElemState::AllocationState>(m_word & STATE_MASK)};
+        return {.nextElement = next(),
+                .previousElement = m_previous >> 1,
+                .allocationState = static_cast<AllocationState>((m_next & 1) | (m_previous & 1) << 1)};
+    }
+
+    [[nodiscard]] std::int64_t next() const noexcept { return m_next >> 1; }
+    [[nodiscard]] bool is(AllocationState state) const noexcept {
+        return state == AllocationState::INACTIVE ? (m_next & 1) != 0
+               : state == AllocationState::FREE   ? (m_previous & 1) != 0
+                                                  : ((m_next | m_previous) & 1) == 0;
+    }
+
+    void setNext(std::int64_t next) noexcept { m_next = field(next, (m_next & 1) != 0); }
+    void setPrevious(std::int64_t previous) noexcept { m_previous = field(previous, (m_previous & 1) != 0); }
+    void setAllocationState(AllocationState state) noexcept {
+        m_next = field(m_next >> 1, state == AllocationState::INACTIVE);
+        m_previous = field(m_previous >> 1, state == AllocationState::FREE);
     }
 
 private:
-    static constexpr Word INDEX_MASK = (Word{1} << INDEX_BITS) - 1;
-    static constexpr Word STATE_MASK = (Word{1} << STATE_BITS) - 1;
-    static_assert(2 * INDEX_BITS + STATE_BITS == sizeof(Word) * CHAR_BIT, "the shifts fill the word");
+    static_assert(static_cast<int>(AllocationState::ACTIVE) == 0 && static_cast<int>(AllocationState::INACTIVE) == 1 &&
+                      static_cast<int>(AllocationState::FREE) == 2,
+                  "the fields' lowest bits are the bits of the state");
 
-    Word m_word;
+    [[nodiscard]] static Field field(std::int64_t index, bool bit) noexcept {
+        return static_cast<Field>(index * 2 + static_cast<std::int64_t>(bit));
+    }
+
+    Field m_next;     ///< Its lowest bit is set for INACTIVE.
+    Field m_previous; ///< Its lowest bit is set for FREE.
 };
 
 /// The state records of a block's elements, packed: each takes 4 bytes instead of 24, or 8 in blocks of more than
@@ -51,6 +69,12 @@ private:
 class ElemStates {
     using Narrow = PackedElemState<std::uint32_t>;
     using Wide = PackedElemState<std::uint64_t>;
+
+    /// Calls the function with the array that exists. Defined before its first use, which deduces the result.
+    template <class Function>
+    auto visit(const Function& function) const noexcept {
+        return m_narrow ? function(m_narrow.get()) : function(m_wide.get());
+    }
 
 public:
     /// @{
@@ -70,10 +94,15 @@ public:
             m_narrow = std::make_unique_for_overwrite<Narrow[]>(size);
         }
         const auto count = static_cast<std::int64_t>(size);
-        for (std::int64_t index = 0; index < count; ++index) {
-            set(index, {.nextElement = index + 1 < count ? index + 1 : ElemState::NO_ELEMENT,
-                        .previousElement = index - 1,
-                        .allocationState = ElemState::AllocationState::FREE});
+        visit([count](auto* states) {
+            for (std::int64_t index = 0; index < count; ++index) {
+                states[slot(index)].set({.nextElement = index + 1,
+                                         .previousElement = index - 1,
+                                         .allocationState = ElemState::AllocationState::FREE});
+            }
+        });
+        if (count > 0) {
+            setNext(count - 1, ElemState::NO_ELEMENT);
         }
     }
 
@@ -82,33 +111,28 @@ public:
 
     /// The record of an element.
     [[nodiscard]] ElemState operator[](std::int64_t index) const noexcept {
-        return m_narrow ? m_narrow[slot(index)].unpack() : m_wide[slot(index)].unpack();
+        return visit([index](const auto* states) { return states[slot(index)].unpack(); });
+    }
+    [[nodiscard]] std::int64_t next(std::int64_t index) const noexcept {
+        return visit([index](const auto* states) { return states[slot(index)].next(); });
+    }
+    [[nodiscard]] bool is(std::int64_t index, ElemState::AllocationState state) const noexcept {
+        return visit([=](const auto* states) { return states[slot(index)].is(state); });
     }
 
     /// @{
     /// Replaces the record of an element, or one part of it.
     void set(std::int64_t index, const ElemState& state) noexcept {
-        if (m_narrow) {
-            m_narrow[slot(index)] = Narrow(state);
-        } else {
-            m_wide[slot(index)] = Wide(state);
-        }
+        visit([&](auto* states) { states[slot(index)].set(state); });
     }
-
     void setNext(std::int64_t index, std::int64_t next) noexcept {
-        ElemState state = (*this)[index];
-        state.nextElement = next;
-        set(index, state);
+        visit([=](auto* states) { states[slot(index)].setNext(next); });
     }
     void setPrevious(std::int64_t index, std::int64_t previous) noexcept {
-        ElemState state = (*this)[index];
-        state.previousElement = previous;
-        set(index, state);
+        visit([=](auto* states) { states[slot(index)].setPrevious(previous); });
     }
     void setAllocationState(std::int64_t index, ElemState::AllocationState allocationState) noexcept {
-        ElemState state = (*this)[index];
-        state.allocationState = allocationState;
-        set(index, state);
+        visit([=](auto* states) { states[slot(index)].setAllocationState(allocationState); });
     }
     /// @}
 

@@ -46,6 +46,19 @@ TEST_P(ElemStatesOfSize, set_keepsEveryIndexAndState) {
     }
 }
 
+TEST_P(ElemStatesOfSize, nextAndIs_readOneFieldOfTheRecord) {
+    for (const AllocationState state : {AllocationState::ACTIVE, AllocationState::INACTIVE, AllocationState::FREE}) {
+        for (const std::int64_t next : {std::int64_t{-1}, last}) {
+            states.set(last, {.nextElement = next, .previousElement = last, .allocationState = state});
+            EXPECT_EQ(states.next(last), next);
+            for (const AllocationState other :
+                 {AllocationState::ACTIVE, AllocationState::INACTIVE, AllocationState::FREE}) {
+                EXPECT_EQ(states.is(last, other), state == other);
+            }
+        }
+    }
+}
+
 TEST_P(ElemStatesOfSize, setNext_changesNothingElse) {
     states.set(last, {.nextElement = 0, .previousElement = last, .allocationState = AllocationState::ACTIVE});
     states.setNext(last, last);
