@@ -23,7 +23,7 @@ public:
                                                                                       : search(type, deleter);
     }
 
-    [[nodiscard]] ComponentTypeId type(ComponentKind kind) const noexcept { return m_kinds[kind].type; }
+    [[nodiscard]] ComponentTypeId type(ComponentKind kind) const noexcept { return m_types[kind]; }
     [[nodiscard]] IComponentDeleter deleter(ComponentKind kind) const noexcept { return m_kinds[kind].deleter; }
 
 private:
@@ -39,8 +39,9 @@ private:
 
     ComponentKind search(ComponentTypeId type, IComponentDeleter deleter);
 
-    std::vector<Kind> m_kinds;       ///< Indexed by kind.
-    std::vector<Kind> m_firstOfType; ///< Indexed by type; other kinds of the type are found by a search.
+    std::vector<Kind> m_kinds;            ///< Indexed by kind.
+    std::vector<ComponentTypeId> m_types; ///< Indexed by kind: a copy of the field that searches read.
+    std::vector<Kind> m_firstOfType;      ///< Indexed by type; other kinds of the type are found by a search.
 };
 
 /// The components of one game object, in the order in which they were added; at most one of each type. They are few, so

@@ -20,6 +20,8 @@ void QueryIndex::add(const std::shared_ptr<QueryBase>& query, std::type_index qu
         addTo(m_byType, type, *query);
     }
     addTo(m_byRarestType, types.back(), *query);
+    m_isRarestType.resize(m_byRarestType.size());
+    m_isRarestType[types.back()] = 1;
     for (ObjectIndex index = 0; index < m_table.size(); ++index) {
         if (m_table[index].isActive() && matches(m_table[index], *query)) {
             query->addObject(m_table.handle(index));
@@ -33,6 +35,9 @@ void QueryIndex::remove(const QueryBase& query) {
         for (std::vector<QueryBase*>& queries : *queriesByType) {
             std::erase(queries, &query);
         }
+    }
+    for (std::size_t type = 0; type < m_isRarestType.size(); ++type) {
+        m_isRarestType[type] = m_byRarestType[type].empty() ? 0 : 1;
     }
 }
 
@@ -48,6 +53,15 @@ void QueryIndex::enter(ObjectIndex index, const GameObjectRecord& record, Compon
 
 void QueryIndex::leave(ObjectIndex index, ComponentTypeId type) const {
     leave(queriesOf(m_byType, type), index);
+}
+
+void QueryIndex::enter(std::span<QueryBase* const> candidates, ObjectIndex index,
+                       const GameObjectRecord& record) const {
+    for (QueryBase* query : candidates) {
+        if (matches(record, *query) && !query->contains(m_table.handle(index))) {
+            query->addObject(m_table.handle(index));
+        }
+    }
 }
 
 void QueryIndex::leave(std::span<QueryBase* const> candidates, ObjectIndex index) const {

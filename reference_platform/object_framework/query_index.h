@@ -4,6 +4,8 @@
 #include <object_framework/query.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <typeindex>
@@ -38,8 +40,12 @@ public:
 
     /// Called when an object was activated: adds it to the queries that it matches.
     void enterAll(ObjectIndex index, const GameObjectRecord& record) const {
+        // Most components are of types that no query asks for. A listener may change the components.
         for (std::size_t i = 0; i < record.components.size(); ++i) {
-            enter(queriesOf(m_byRarestType, m_kinds.type(record.components.kind(i))), index, record);
+            const ComponentTypeId type = m_kinds.type(record.components.kind(i));
+            if (type < m_isRarestType.size() && m_isRarestType[type] != 0) {
+                enter(queriesOf(m_byRarestType, type), index, record);
+            }
         }
     }
 
@@ -62,14 +68,7 @@ private:
         });
     }
 
-    void enter(std::span<QueryBase* const> candidates, ObjectIndex index, const GameObjectRecord& record) const {
-        for (QueryBase* query : candidates) {
-            if (matches(record, *query) && !query->contains(m_table.handle(index))) {
-                query->addObject(m_table.handle(index));
-            }
-        }
-    }
-
+    void enter(std::span<QueryBase* const> candidates, ObjectIndex index, const GameObjectRecord& record) const;
     void leave(std::span<QueryBase* const> candidates, ObjectIndex index) const;
 
     [[nodiscard]] static std::span<QueryBase* const> queriesOf(const QueriesByType& queries, ComponentTypeId type) {
@@ -86,6 +85,8 @@ private:
     /// most objects have, such as HierarchyComponent, were registered first and have the lowest ids.
     QueriesByType m_byType;
     QueriesByType m_byRarestType;
+
+    std::vector<std::uint8_t> m_isRarestType; ///< By component type: 1 if m_byRarestType has queries for it.
 };
 
 } // namespace Kiln::Tessel

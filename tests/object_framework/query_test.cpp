@@ -172,6 +172,25 @@ TEST_F(Queries, lastHolderGone_theNextOneIsMadeAnew) {
     EXPECT_TRUE(getQuery<BothQuery>()->contains(object));
 }
 
+TEST_F(Queries, otherQueryOfTheRarestTypeGone_isStillEntered) {
+    const auto query = getQuery<BothQuery>();
+    auto other = getQuery<Query<ComponentB>>();
+    other.reset();
+    const GameObject object = createWithBoth();
+    manager().activateGameObject(object);
+    EXPECT_THAT(query->objects(), ElementsAre(object));
+}
+
+TEST_F(Queries, onlyQueryOfATypeGone_theNextOneIsEntered) {
+    getQuery<BothQuery>().reset();
+    const GameObject before = createWithBoth();
+    manager().activateGameObject(before);
+    const auto query = getQuery<BothQuery>();
+    const GameObject after = createWithBoth();
+    manager().activateGameObject(after);
+    EXPECT_THAT(query->objects(), ElementsAre(before, after));
+}
+
 TEST_F(Queries, oneOfTwoHoldersGone_theQueryLives) {
     auto query = getQuery<BothQuery>();
     auto other = getQuery<BothQuery>();
