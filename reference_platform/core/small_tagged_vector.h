@@ -69,13 +69,18 @@ public:
 
     /// Appends an element.
     void add(T&& element, Tag tag) {
-        if (m_inlineSize < N) {
+        if (m_inlineSize < N) [[likely]] {
             std::construct_at(m_inlineElements + m_inlineSize, std::move(element));
             m_inlineTags[m_inlineSize] = tag;
             ++m_inlineSize;
-        } else {
-            addToHeap(std::move(element), tag);
+            return;
         }
+        if (!isOnHeap() || m_heap.size == m_heap.capacity) {
+            grow(); // Does not take the element, so that the caller can pass it in a register.
+        }
+        std::construct_at(m_heap.elements + m_heap.size, std::move(element));
+        m_heap.tags()[m_heap.size] = tag;
+        ++m_heap.size;
     }
 
     /// Destroys an element and closes the gap. When the remaining elements fit into the object, they move there and the
@@ -112,17 +117,8 @@ private:
     [[nodiscard]] Tag* tagData() noexcept { return isOnHeap() ? m_heap.tags() : m_inlineTags.data(); }
     [[nodiscard]] const Tag* tagData() const noexcept { return isOnHeap() ? m_heap.tags() : m_inlineTags.data(); }
 
-    void addToHeap(T&& element, Tag tag) {
-        if (!isOnHeap() || m_heap.size == m_heap.capacity) {
-            grow();
-        }
-        std::construct_at(m_heap.elements + m_heap.size, std::move(element));
-        m_heap.tags()[m_heap.size] = tag;
-        ++m_heap.size;
-    }
-
-    /// Moves all elements to a new block of twice the capacity.
-    void grow() {
+    /// Moves all elements to a new block of twice the capacity. Not inlined, because it is rarely called.
+    [[gnu::noinline]] void grow() {
         const std::size_t count = size();
         const std::size_t capacity = 2 * count;
         // Nothing after the allocation throws. The elements may be pointers.

@@ -38,44 +38,50 @@ struct GameObjectManager::State {
     ObjectActivation activation;
 
     /// Returns false when the parent is not alive in this world, is the object itself or is one of its descendants.
-    bool attachToParent(ObjectIndex index, GameObject parent) {
-        if (!table.find(parent)) {
+    bool attachToParent(ObjectIndex index, GameObjectRecord& record, GameObject parent) {
+        GameObjectRecord* const parentRecord = table.find(parent);
+        if (!parentRecord) {
             return false;
         }
-        if (tree.isSelfOrDescendant(index, parent.index())) {
-            logError(SOURCE, "Parent of game object '" + nameOf(table[index]) + "' is refused: '" +
-                                 nameOf(table[parent.index()]) + "' is the object itself or one of its descendants");
+        if (tree.isSelfOrDescendant(index, record, parent.index())) [[unlikely]] {
+            reportParentRefused(record, *parentRecord);
             return false;
         }
-        tree.attach(index, parent.index());
-        if (table[index].isActive() && !table[parent.index()].isActive()) {
+        tree.attach(index, record, parent.index(), *parentRecord);
+        if (record.isActive() && !parentRecord->isActive()) {
             activation.deactivateTree(index);
         }
         return true;
     }
 
-    /// `record` is null when the object is not alive.
-    IComponent* addComponent(GameObjectRecord* record, ObjectIndex index, ComponentPointer&& component,
-                             ComponentTypeId type) {
+    /// `record` is null when the object is not alive. Inlined, because it is called for every component of a creation.
+    [[gnu::always_inline]] IComponent* addComponent(GameObjectRecord* record, ObjectIndex index,
+                                                    ComponentPointer&& component, ComponentTypeId type) {
         IComponent* const added = component.get();
-        if (!record || !added || !record->components.add(std::move(component), kinds, type)) {
+        if (!record || !added || !record->components.add(std::move(component), kinds, type)) [[unlikely]] {
             reportRefused(record, added);
             return nullptr;
         }
-        if (record->isActive()) {
+        if (record->isActive()) [[unlikely]] {
             added->activate();
             queries.enter(index, *record, type);
         }
         if (type == NativeComponent<HierarchyComponent>::getType()) {
             auto* const hierarchy = castComponent<HierarchyComponent>(added);
-            if (hierarchy && !attachToParent(index, hierarchy->parent())) {
+            if (hierarchy && !attachToParent(index, *record, hierarchy->parent())) {
                 hierarchy->m_parent = GameObject::INVALID_GAME_OBJECT;
             }
         }
         return added;
     }
 
-    static void reportRefused(const GameObjectRecord* record, const IComponent* component) {
+    // Not inlined: errors are rare.
+    [[gnu::noinline]] static void reportParentRefused(const GameObjectRecord& record, const GameObjectRecord& parent) {
+        logError(SOURCE, "Parent of game object '" + nameOf(record) + "' is refused: '" + nameOf(parent) +
+                             "' is the object itself or one of its descendants");
+    }
+
+    [[gnu::noinline]] static void reportRefused(const GameObjectRecord* record, const IComponent* component) {
         logError(SOURCE, !record      ? "A component can't be added: its game object is not alive"
                          : !component ? "No component to add to game object '" + nameOf(*record) + "'"
                                       : "Game object '" + nameOf(*record) + "' has a component of that type already");

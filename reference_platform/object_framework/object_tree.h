@@ -10,10 +10,8 @@ class ObjectTree {
 public:
     explicit ObjectTree(GameObjectTable& table) noexcept : m_table(table) {}
 
-    /// Makes an object that has no parent the last child of another one.
-    void attach(ObjectIndex index, ObjectIndex parentIndex) {
-        GameObjectRecord& record = m_table[index];
-        GameObjectRecord& parent = m_table[parentIndex];
+    /// Makes an object that has no parent the last child of another one. The records are those of the indices.
+    void attach(ObjectIndex index, GameObjectRecord& record, ObjectIndex parentIndex, GameObjectRecord& parent) {
         record.parent = parentIndex;
         if (parent.firstChild == NO_OBJECT) {
             parent.firstChild = record.previousSibling = index;
@@ -46,22 +44,14 @@ public:
         record.parent = record.previousSibling = record.nextSibling = NO_OBJECT;
     }
 
+    /// Whether `index` is `ancestor`, whose record is `record`, or one of its descendants.
+    ///
     /// Walks up from `index` and through the descendants of `ancestor` at the same time, and ends with the shorter
     /// walk. Attaching trees to one another until they are one tree of n objects therefore takes O(n log n) steps in
     /// all.
-    [[nodiscard]] bool isSelfOrDescendant(ObjectIndex ancestor, ObjectIndex index) const {
-        if (m_table[ancestor].firstChild == NO_OBJECT) {
-            return index == ancestor;
-        }
-        for (ObjectIndex below = ancestor; index != ancestor; index = m_table[index].parent) {
-            below = next(ancestor, below, m_table[below], true);
-            // All descendants have been visited. If `index` were one of them, the walk upwards would have met
-            // `ancestor`.
-            if (below == NO_OBJECT || index == NO_OBJECT) {
-                return false;
-            }
-        }
-        return true;
+    [[nodiscard]] bool isSelfOrDescendant(ObjectIndex ancestor, const GameObjectRecord& record,
+                                          ObjectIndex index) const {
+        return record.firstChild == NO_OBJECT ? index == ancestor : isSelfOrBelow(ancestor, index);
     }
 
     /// The object after `index` in a walk from `root`, parents first; NO_OBJECT at the end of the walk. `record` is the
@@ -102,7 +92,7 @@ public:
     /// The next object of a walk whose last object has left its position; NO_OBJECT at the end of the walk.
     [[nodiscard]] ObjectIndex nextAfter(ObjectIndex root, const Position& left) const {
         const ObjectIndex parent = left.parent;
-        if (parent == NO_OBJECT || !m_table[parent].isAlive() || !isSelfOrDescendant(root, parent)) {
+        if (parent == NO_OBJECT || !m_table[parent].isAlive() || !isSelfOrDescendant(root, m_table[root], parent)) {
             return NO_OBJECT;
         }
         const ObjectIndex sibling = left.nextSibling;
@@ -135,6 +125,19 @@ public:
     }
 
 private:
+    /// isSelfOrDescendant() for an object that has children.
+    [[nodiscard]] bool isSelfOrBelow(ObjectIndex ancestor, ObjectIndex index) const {
+        for (ObjectIndex below = ancestor; index != ancestor; index = m_table[index].parent) {
+            below = next(ancestor, below, m_table[below], true);
+            // All descendants have been visited. If `index` were one of them, the walk upwards would have met
+            // `ancestor`.
+            if (below == NO_OBJECT || index == NO_OBJECT) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     GameObjectTable& m_table;
 };
 
