@@ -14,6 +14,9 @@ public:
     /// The configuration that a prefab stores.
     struct Config {
         GameObjectLink parent; ///< A link to the parent.
+
+        /// The only link of the configuration: a creation resolves it without the description of the configuration.
+        static constexpr GameObjectLink Config::*ONLY_LINK = &Config::parent;
     };
 
     /// @{

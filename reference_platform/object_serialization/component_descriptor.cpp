@@ -23,6 +23,10 @@ void IComponentDescriptor::resolveLinks(ObjectCreation& creation, const mirra::B
     LinkResolver(creation, creation.object(), name()).resolve(meta, config);
 }
 
+Tessel::GameObject IComponentDescriptor::findTarget(ObjectCreation& creation, const Tessel::ILinkConfig& link) const {
+    return LinkResolver(creation, creation.object(), name()).findTarget(link);
+}
+
 bool IComponentDescriptor::needToDeserialize(Tessel::ComponentOptions options) {
     return options.hasAny(Tessel::processRoles());
 }

@@ -4,6 +4,7 @@
 #include <core/safe_reference_count.h>
 #include <object_framework/component_option.h>
 #include <object_framework/game_object.h>
+#include <object_framework/link_config.h>
 #include <object_serialization/export.h>
 #include <object_serialization/object_creation.h>
 #include <reflection/reflected_object.h>
@@ -106,7 +107,16 @@ protected:
     /// where a prefab is nested refers to the object that stands for the nested root.
     void resolveLinks(ObjectCreation& creation, const mirra::BaseStaticMetaObject& meta, void* config) const;
 
+    /// The same for a single link.
+    void resolveLink(ObjectCreation& creation, Tessel::GameObjectLink& link) const {
+        const LinkTarget& known = link.isLiveUuid() ? creation.liveTarget() : creation.documentTarget();
+        const Tessel::GameObject* const target = known.find(link.uuid());
+        link.setTarget(target ? *target : findTarget(creation, link));
+    }
+
 private:
+    [[nodiscard]] Tessel::GameObject findTarget(ObjectCreation& creation, const Tessel::ILinkConfig& link) const;
+
     Tessel::ComponentOptions m_instanceOptions = Tessel::ALL_ROLES;
 };
 

@@ -17,9 +17,11 @@ public:
     /// Walks an object of that description, into structures and vectors, and gives each link its target.
     void resolve(const mirra::BaseStaticMetaObject& meta, void* object) const;
 
+    /// The target of a link; reports a link that resolves to nothing.
+    [[nodiscard]] Tessel::GameObject findTarget(const Tessel::ILinkConfig& link) const;
+
 private:
     void resolve(const mirra::ValueType& type, void* value) const;
-    [[nodiscard]] Tessel::GameObject findTarget(const Tessel::ILinkConfig& link) const;
 
     ObjectCreation& m_creation;
     Tessel::GameObject m_object;

@@ -15,6 +15,9 @@ namespace Kiln {
 /// The descriptor of component type T, whose configuration is a `T::Config`: a copyable structure with a registered
 /// description, from which a T can be constructed. T may have a static `preload(const Config&)`.
 ///
+/// A configuration with a single link may name it by a static constant `ONLY_LINK`, a pointer to the member: a creation
+/// then resolves that link directly instead of by the description.
+///
 /// The prefab's own values are written only while the descriptor is stored, so that workers can read them while objects
 /// are created. Changes of the configuration during a creation go to a copy.
 template <class T>
@@ -153,7 +156,11 @@ private:
     /// Resolves the links of a configuration and adds a component that is made from it.
     void add(ObjectCreation& creation, Config& config) {
         const mirra::BaseStaticMetaObject* const meta = configMeta();
-        if (meta && meta->containsLinks()) {
+        if constexpr (requires { Config::ONLY_LINK; }) {
+            if (meta) {
+                resolveLink(creation, config.*Config::ONLY_LINK);
+            }
+        } else if (meta && meta->containsLinks()) {
             IComponentDescriptor::resolveLinks(creation, *meta, &config);
         }
         creation.addComponent(make(creation.world(), config), Tessel::NativeComponent<T>::getType());
