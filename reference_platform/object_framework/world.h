@@ -43,12 +43,11 @@ public:
     /// The types that do not fit into the registry share one id, so only the first of them that a world stores has a
     /// storage. For the others std::length_error is thrown, with a text that names T.
     template <class T>
-    [[nodiscard]] ComponentStorage<T>& getStorage() {
+    [[nodiscard, gnu::always_inline]] ComponentStorage<T>& getStorage() {
         const ComponentTypeId type = NativeComponent<T>::getType();
         GenericComponentStorage* storage = findStorage(type);
-        if (!storage) {
-            addStorage(type, std::make_unique<ComponentStorage<T>>());
-            storage = findStorage(type);
+        if (!storage) [[unlikely]] {
+            storage = makeStorage<T>(type);
         }
         if (type == IComponent::MAX_TYPES && !dynamic_cast<ComponentStorage<T>*>(storage)) [[unlikely]] {
             refuseStorage(typeid(T));
@@ -91,6 +90,13 @@ public:
     void fini();
 
 private:
+    /// Not inlined, so that getStorage() is short enough to be inlined.
+    template <class T>
+    [[gnu::noinline]] GenericComponentStorage* makeStorage(ComponentTypeId type) {
+        addStorage(type, std::make_unique<ComponentStorage<T>>());
+        return findStorage(type);
+    }
+
     [[noreturn]] static void refuseStorage(const std::type_info& component);
 
     struct Trigger {
