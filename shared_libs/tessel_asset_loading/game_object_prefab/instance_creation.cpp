@@ -343,8 +343,10 @@ void InstanceCreation::enterUuids(const Deadline& deadline) {
 void InstanceCreation::prepareObjects() {
     m_created.reserve(m_items.size());
     m_created.push_back(GameObject::INVALID_GAME_OBJECT); // The root's position.
-    if (!m_areUuidsEntered && m_items.size() >= LargeInstance::MIN_OBJECTS) {
-        makeRoom(m_usedUuids, m_items.size() + m_uuidMap.size());
+    if (!m_areUuidsEntered) {
+        // A large instance's map takes the entries of the caller's map, too, see handOverUuids().
+        const bool isLarge = m_items.size() >= LargeInstance::MIN_OBJECTS;
+        makeRoom(m_usedUuids, isLarge ? m_items.size() + m_uuidMap.size() : m_items.size());
     }
 }
 
