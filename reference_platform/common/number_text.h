@@ -1,5 +1,7 @@
 #pragma once
 
+#include <common/export.h>
+
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -10,13 +12,40 @@
 
 namespace Kiln {
 
+#ifdef __cpp_lib_to_chars
+
+/// std::from_chars.
+template <class Number>
+[[nodiscard]] std::from_chars_result numberFromChars(const char* begin, const char* end, Number& number) noexcept {
+    return std::from_chars(begin, end, number);
+}
+
+#else
+
+/// std::from_chars, for standard libraries that have it for whole numbers only, such as libc++ before version 20.
+template <class Number>
+    requires std::is_integral_v<Number>
+[[nodiscard]] std::from_chars_result numberFromChars(const char* begin, const char* end, Number& number) noexcept {
+    return std::from_chars(begin, end, number);
+}
+
+/// @{
+/// Reads what std::from_chars reads in std::chars_format::general, whatever the locale of the process is.
+[[nodiscard]] KILN_COMMON_EXPORT std::from_chars_result numberFromChars(const char* begin, const char* end,
+                                                                        float& number) noexcept;
+[[nodiscard]] KILN_COMMON_EXPORT std::from_chars_result numberFromChars(const char* begin, const char* end,
+                                                                        double& number) noexcept;
+/// @}
+
+#endif
+
 /// Reads a text if std::from_chars accepts all of it as a number; otherwise returns false and leaves the value
 /// unchanged.
 template <class Number>
 [[nodiscard]] bool readNumber(std::string_view text, Number& value) noexcept {
     Number number{};
     const char* const end = text.data() + text.size();
-    const auto [position, error] = std::from_chars(text.data(), end, number);
+    const auto [position, error] = numberFromChars(text.data(), end, number);
     if (error != std::errc() || position != end) {
         return false;
     }

@@ -32,9 +32,8 @@ int main(int argc, char** argv) {
         return 2;
     }
     Kiln::FS::Utils::addResourceRoot(argv[2]);
-    Tessel::setUnknownComponentHandler([](const Tessel::UnknownComponents& components) {
-        std::printf("%s\n", components.text().c_str());
-    });
+    Tessel::setUnknownComponentHandler(
+        [](const Tessel::UnknownComponents& components) { std::printf("%s\n", components.text().c_str()); });
     const int world = Tessel::EntryPoint::instance().createWorld();
 
     loadLamp(world);

@@ -27,16 +27,21 @@ public:
     // cppcheck-suppress uninitMemberVar ; an array of these is filled in one pass after its allocation
     PackedElemState() = default; ///< Uninitialised.
 
+    /// Packs a record, whose indices must fit, see MAX_ELEMENTS.
     void set(const ElemState& state) noexcept {
         m_next = field(state.nextElement, state.allocationState == AllocationState::INACTIVE);
         m_previous = field(state.previousElement, state.allocationState == AllocationState::FREE);
     }
+
+    /// The record that was packed.
     [[nodiscard]] ElemState unpack() const noexcept {
         return {.nextElement = next(),
                 .previousElement = m_previous >> 1,
                 .allocationState = static_cast<AllocationState>((m_next & 1) | (m_previous & 1) << 1)};
     }
 
+    /// @{
+    /// Read or write one part of the record.
     [[nodiscard]] std::int64_t next() const noexcept { return m_next >> 1; }
     [[nodiscard]] bool is(AllocationState state) const noexcept {
         return state == AllocationState::INACTIVE ? (m_next & 1) != 0
@@ -50,6 +55,7 @@ public:
         m_next = field(m_next >> 1, state == AllocationState::INACTIVE);
         m_previous = field(m_previous >> 1, state == AllocationState::FREE);
     }
+    /// @}
 
 private:
     static_assert(static_cast<int>(AllocationState::ACTIVE) == 0 && static_cast<int>(AllocationState::INACTIVE) == 1 &&
@@ -113,12 +119,16 @@ public:
     [[nodiscard]] ElemState operator[](std::int64_t index) const noexcept {
         return visit([index](const auto* states) { return states[slot(index)].unpack(); });
     }
+
+    /// @{
+    /// One part of the record of an element.
     [[nodiscard]] std::int64_t next(std::int64_t index) const noexcept {
         return visit([index](const auto* states) { return states[slot(index)].next(); });
     }
     [[nodiscard]] bool is(std::int64_t index, ElemState::AllocationState state) const noexcept {
         return visit([=](const auto* states) { return states[slot(index)].is(state); });
     }
+    /// @}
 
     /// @{
     /// Replaces the record of an element, or one part of it.

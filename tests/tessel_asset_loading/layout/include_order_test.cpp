@@ -16,7 +16,7 @@ const std::array<Layer, 6> LAYERS{{
     {"component",
      {"prefab_component.h", "prefab_post_load_manager.h", "object_loaded_callback.h", "prefab_component/component.cpp",
       "prefab_component/post_load_manager.cpp", "loading/object_loaded_callback.cpp"}},
-    {"document", {"game_object_prefab.h", "prefab_limits.h", "game_object_prefab/"}},
+    {"document", {"game_object_prefab.h", "prefab_limits.h", "unknown_components.h", "game_object_prefab/"}},
     {"service", {"prefab_service.h", "prefab_service_records.h", "prefab_component/service/"}},
     {"Loading",
      {"loading.h", "loading/loading.cpp", "loading/loaded_callback_impl.h", "loading/loaded_callback_impl.cpp",
