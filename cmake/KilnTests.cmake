@@ -15,7 +15,13 @@
 # <build_paths.h> defines three directories: KILN_SOURCE_DIR, KILN_BUILD_BIN_DIR (programs) and KILN_BUILD_LIB_DIR
 # (plug-ins). Every preset builds the tests without optimisation: most of their code runs once, and they compile faster.
 
-find_package(GTest REQUIRED)
+set(KILN_GOOGLETEST_SOURCE "" CACHE PATH
+    "Folder of GoogleTest's sources, for compilers that the installed library does not fit; empty for the library")
+if(KILN_GOOGLETEST_SOURCE)
+    add_subdirectory("${KILN_GOOGLETEST_SOURCE}" googletest EXCLUDE_FROM_ALL)
+else()
+    find_package(GTest REQUIRED)
+endif()
 include(GoogleTest)
 
 # With a sanitizer, a process takes longer to start than most tests to run.
