@@ -1,10 +1,8 @@
 #include <object_framework/query.h>
 
+#include <core/type_name.h>
 #include <object_framework/game_object_manager.h>
 #include <object_framework/reporting.h>
-
-#include <cstdlib>
-#include <cxxabi.h>
 
 namespace Kiln::Tessel {
 
@@ -25,10 +23,7 @@ void QueryIsUniqueAsserter::enter(const QueryConfig& config, std::type_index que
 }
 
 std::string readableTypeName(std::type_index type) {
-    int status = 0;
-    const std::unique_ptr<char, decltype(&std::free)> name(abi::__cxa_demangle(type.name(), nullptr, nullptr, &status),
-                                                           &std::free);
-    return status == 0 ? name.get() : type.name();
+    return typeNameInSource(type);
 }
 
 QueryBase::QueryBase(QueryConfig config) : m_config(std::move(config)) {}

@@ -1,29 +1,13 @@
 #include <reflection/structure_value_type.h>
 
+#include <core/type_name.h>
 #include <reflection/meta_object.h>
 #include <reflection/reflected_object.h>
 
-#include <cstdlib>
-#include <memory>
-#include <string>
-
-#include <cxxabi.h>
-
 namespace mirra {
 
-namespace {
-
-std::string readableName(std::type_index type) {
-    int status = 0;
-    const std::unique_ptr<char, void (*)(void*)> name(abi::__cxa_demangle(type.name(), nullptr, nullptr, &status),
-                                                      std::free);
-    return status == 0 ? name.get() : type.name();
-}
-
-} // namespace
-
 StructureValueType::StructureValueType(std::type_index type)
-    : ValueType(ValueKind::STRUCTURE, type, readableName(type)) {}
+    : ValueType(ValueKind::STRUCTURE, type, Kiln::typeNameInSource(type)) {}
 
 StructureValueType::~StructureValueType() = default;
 

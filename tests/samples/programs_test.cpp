@@ -46,7 +46,8 @@ TEST_P(SamplePrograms, run_succeedsWithTheExpectedOutput) {
 
 INSTANTIATE_TEST_SUITE_P(All, SamplePrograms,
                          testing::Values("01_load_a_prefab", "02_load_under_a_parent", "03_own_components",
-                                         "04_build_and_save_a_prefab", "05_overrides", "06_stream_a_world"),
+                                         "04_build_and_save_a_prefab", "05_overrides", "06_stream_a_world",
+                                         "08_find_objects"),
                          [](const auto& program) { return "program_" + std::string(program.param); });
 
 TEST(PackSample, packOfTheSamples_isLoadedFromTheCurrentDirectory) {
