@@ -1,11 +1,18 @@
 #include <common/uuid.h>
 
+#ifdef __linux__
 #include <cstring>
 
 #include <sys/auxv.h>
 #include <sys/random.h>
+#else
+#include <cstdint>
+#include <random>
+#endif
 
 namespace Kiln {
+
+#ifdef __linux__
 
 Uuid::HashKey Uuid::makeHashKey() noexcept {
     HashKey key{};
@@ -18,6 +25,16 @@ Uuid::HashKey Uuid::makeHashKey() noexcept {
     }
     return key;
 }
+
+#else
+
+Uuid::HashKey Uuid::makeHashKey() noexcept {
+    std::random_device device;
+    std::uniform_int_distribution<std::uint64_t> words;
+    return {words(device), words(device)};
+}
+
+#endif
 
 // The lowest priority number that programs may use, so that the static objects of this library can hash, too. Libraries
 // that link to this one are initialized after it.
