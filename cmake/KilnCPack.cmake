@@ -3,7 +3,10 @@
 install(FILES README.md CHANGELOG.md SECURITY.md
     DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/kiln-tessel-doc"
     COMPONENT documentation)
-install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/kiln-tessel-doc" COMPONENT documentation)
+install(DIRECTORY docs
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/kiln-tessel-doc"
+    COMPONENT documentation
+    PATTERN manual EXCLUDE)
 
 set(CPACK_PACKAGE_NAME kiln-tessel)
 set(CPACK_PACKAGE_VENDOR "Kiln Tessel")

@@ -59,17 +59,18 @@ function(kiln_set_static_library_options target macro_prefix)
     kiln_enable_warnings(${target})
 endfunction()
 
-# kiln_keep_registrations(<target> <anchor>...): see ANCHORS above.
+# kiln_keep_registrations(<target> <anchor>...): see ANCHORS above. Static libraries end in programs, but also in shared
+# libraries of a game.
 function(kiln_keep_registrations target)
-    set(options)
+    set(type "$<TARGET_PROPERTY:TYPE>")
+    set(is_program "$<STREQUAL:${type},EXECUTABLE>")
     if(ARGN AND KILN_LIBRARY_TYPE STREQUAL "SHARED")
-        set(options --no-as-needed)
-    elseif(ARGN)
-        list(TRANSFORM ARGN PREPEND --undefined= OUTPUT_VARIABLE options)
+        target_link_options(${target} INTERFACE "$<${is_program}:LINKER:--no-as-needed>")
+        return()
     endif()
-    foreach(option IN LISTS options)
-        target_link_options(${target} INTERFACE
-            "$<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:LINKER:${option}>")
+    set(is_linked "$<OR:${is_program},$<STREQUAL:${type},SHARED_LIBRARY>,$<STREQUAL:${type},MODULE_LIBRARY>>")
+    foreach(anchor IN LISTS ARGN)
+        target_link_options(${target} INTERFACE "$<${is_linked}:LINKER:--undefined=${anchor}>")
     endforeach()
 endfunction()
 

@@ -10,7 +10,8 @@ namespace Kiln {
 
 namespace {
 
-/// The locale in which numbers have a decimal point. Never freed: threads may still read while the process exits.
+/// The locale in which numbers have a decimal point; null if it could not be made. Never freed: threads may still read
+/// while the process exits.
 [[nodiscard]] locale_t pointLocale() noexcept {
     static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
     return locale;
@@ -41,7 +42,15 @@ template <class Number>
     if (!startsLikeFromChars(begin, end)) {
         return {begin, std::errc::invalid_argument};
     }
-    const std::string text(begin, end); // The functions of C need an end mark.
+    std::string text; // The functions of C need an end mark.
+    try {
+        text.assign(begin, end);
+    } catch (const std::bad_alloc&) {
+        return {begin, std::errc::not_enough_memory};
+    }
+    if (!pointLocale()) {
+        return {begin, std::errc::not_enough_memory};
+    }
     char* textEnd = nullptr;
     Number read{};
     errno = 0;

@@ -30,7 +30,7 @@ template <class Number>
 }
 
 /// @{
-/// Reads what std::from_chars reads in std::chars_format::general, whatever the locale of the process is.
+/// Reads a decimal number as std::from_chars does, whatever the locale of the process is; refuses "0x".
 [[nodiscard]] KILN_COMMON_EXPORT std::from_chars_result numberFromChars(const char* begin, const char* end,
                                                                         float& number) noexcept;
 [[nodiscard]] KILN_COMMON_EXPORT std::from_chars_result numberFromChars(const char* begin, const char* end,

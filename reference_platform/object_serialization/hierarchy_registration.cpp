@@ -5,8 +5,8 @@ namespace Kiln {
 
 namespace {
 
-// In a program that links this library statically, this registration and those of the other libraries precede the
-// static objects without a priority, and follow each other by priority as they do when shared libraries are loaded.
+// In a program that links this library statically, this registration, that of the transform and those of the module
+// precede the static objects without a priority, and follow each other as they do when shared libraries are loaded.
 [[gnu::init_priority(64000)]] const ComponentRegistration<Tessel::HierarchyComponent>
     s_registration("HierarchyComponent", [](auto& config) {
         config.template addProperty<&Tessel::HierarchyComponent::Config::parent>("parent");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <object_framework/entry_point.h>
+#include <object_framework/link_config.h>
 #include <object_framework/world.h>
 #include <object_serialization/component_descriptor.h>
 #include <object_serialization/component_texts.h>
@@ -8,6 +9,7 @@
 
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 namespace Kiln {
@@ -153,10 +155,15 @@ private:
         add(creation, changed ? *changed : m_prefabProperties);
     }
 
+    /// Whether the configuration names its only link. A base class that does so does not count.
+    static constexpr bool HAS_ONLY_LINK = requires {
+        requires std::is_same_v<decltype(Config::ONLY_LINK), Tessel::GameObjectLink Config::*const>;
+    };
+
     /// Resolves the links of a configuration and adds a component that is made from it.
     void add(ObjectCreation& creation, Config& config) {
         const mirra::BaseStaticMetaObject* const meta = configMeta();
-        if constexpr (requires { Config::ONLY_LINK; }) {
+        if constexpr (HAS_ONLY_LINK) {
             if (meta) {
                 resolveLink(creation, config.*Config::ONLY_LINK);
             }

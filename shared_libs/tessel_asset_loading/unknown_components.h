@@ -25,8 +25,9 @@ struct UnknownComponents {
 using UnknownComponentHandler = std::function<void(const UnknownComponents&)>;
 
 /// Sets the function that hears of components of unknown types: once for each type and file after it was set, however
-/// often the file is read. Without one, which is the default, a document is read as if the components did not exist. An
-/// empty function removes it; a call that another thread has begun may still end later. Any thread.
+/// often the file is read, and at most 10 000 times. Without one, which is the default, a document is read as if the
+/// components did not exist. An empty function removes it; a call that another thread has begun may still end later. A
+/// plug-in that sets a function of its own removes it before it is closed. Any thread.
 ///
 /// A game that gets such a call lacks a plug-in, or its linker has left out a static library of components (see
 /// kiln_link_components()).

@@ -2,6 +2,7 @@
 
 #include <tessel_asset_loading/game_object_prefab/unknown_component_report.h>
 
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -10,6 +11,9 @@
 namespace Kiln::Tessel {
 
 namespace {
+
+/// Types and files come from files, so the memory for them is limited.
+constexpr std::size_t MAX_REPORTED = 10'000;
 
 struct CurrentHandler {
     std::mutex mutex; ///< Guards the members below. No other lock is taken under it.
@@ -42,18 +46,19 @@ void setUnknownComponentHandler(UnknownComponentHandler handler) {
 }
 
 void detail::reportUnknownComponents(const std::string& type, const std::string& path) {
-    CurrentHandler& current = currentHandler();
-    std::shared_ptr<const UnknownComponentHandler> handler;
-    {
-        const std::lock_guard lock(current.mutex);
-        if (!current.handler || !current.reported.emplace(type, path).second) {
-            return;
-        }
-        handler = current.handler;
-    }
     try {
+        CurrentHandler& current = currentHandler();
+        std::shared_ptr<const UnknownComponentHandler> handler;
+        {
+            const std::lock_guard lock(current.mutex);
+            if (!current.handler || current.reported.size() >= MAX_REPORTED ||
+                !current.reported.emplace(type, path).second) {
+                return;
+            }
+            handler = current.handler;
+        }
         (*handler)({type, path});
-    } catch (...) { // NOLINT(bugprone-empty-catch): a function of the host does not change what is loaded.
+    } catch (...) { // NOLINT(bugprone-empty-catch): neither the host nor a lack of memory changes what is loaded.
     }
 }
 
