@@ -13,7 +13,7 @@ import { requirePackage } from "./tool.mjs";
 
 const { chromium } = requirePackage("playwright-core");
 
-const WAIT = 30_000; // Only a failing test waits that long.
+const WAIT = 60_000; // Only a failing test waits that long.
 const folder = mkdtempSync(join(tmpdir(), "kiln_explore_page_"));
 let browser;
 let program;

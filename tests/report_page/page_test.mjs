@@ -14,7 +14,7 @@ import { dump, HARBOUR, report, requirePackage } from "./tool.mjs";
 const { chromium } = requirePackage("playwright-core");
 const axeScript = readFileSync(requirePackage.resolve("axe-core/axe.min.js"), "utf8");
 
-const WAIT = 30_000; // Only a failing test waits that long.
+const WAIT = 60_000; // Only a failing test waits that long.
 const folder = mkdtempSync(join(tmpdir(), "kiln_report_page_"));
 let browser;
 
